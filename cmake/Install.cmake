@@ -1,0 +1,2 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// The seam between the converters and the instruction sets: one struct of functions, filled once per instruction
+// set. A converter knows its contract and its borders and calls these for everything else; it never knows which
+// processor it runs on. The plain table is complete and is the truth: every other table gives the same bytes.
+//
+// What holds for every kernel: it reads and writes only the bytes that its comment names, asks for no alignment,
+// keeps no state, and does nothing when the count is zero.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Vexa::Kernels {
+
+/// Index of the output layout: BGRA (4 bytes a pixel, alpha 255) or BGR (3 bytes).
+enum Layout : unsigned { kBgra, kBgr, kLayoutCount };
+
+template <Layout layout>
+inline constexpr size_t kBytesPerPixel = layout == kBgra ? 4 : 3;
+
+/// A row of a Bayer mosaic: what its first sample is and which colour it holds beside green. X is that colour, Z the
+/// colour of the rows above and below.
+///
+///     kGreenBlue  G B G B      kGreenRed  G R G R      kBlueGreen  B G B G      kRedGreen  R G R G
+enum RowKind : unsigned { kGreenBlue, kGreenRed, kBlueGreen, kRedGreen, kRowKindCount };
+
+template <RowKind kind>
+inline constexpr bool kStartsWithGreen = kind == kGreenBlue || kind == kGreenRed;
+
+template <RowKind kind>
+inline constexpr bool kHoldsRed = kind == kGreenRed || kind == kRedGreen;
+
+/// Order of the three samples of a packed-colour pixel.
+enum ColourOrder : unsigned { kRgbOrder, kBgrOrder };
+
+/// How green is found at the red and blue sites of a Bayer row.
+enum GreenRule : unsigned {
+    kFourGreens,   ///< inside: mean of left, right, above and below
+    kThreeGreens,  ///< first or last row: left, right and the one row that exists
+    kSideGreens,   ///< first or last row of ACPI: left and right only
+    kGreenRuleCount
+};
+
+/// `count` units of a run, one after another, from src to dst. The unit is a pixel, or a group that shares chroma.
+using Run = void (*)(uint8_t* dst, const uint8_t* src, size_t count);
+
+/// As Run, for 16-bit samples w: each becomes the low 8 bits of w >> shift; 0 <= shift < 32.
+using ShiftedRun = void (*)(uint8_t* dst, const uint8_t* src, size_t count, uint32_t shift);
+
+/// Columns 1 to width - 2 of one Bayer row, all samples 8 bits. Reads `width` samples of each of the three rows and
+/// writes the pixels of those columns; dst is pixel 0 of the row. Nothing for a width below 3. In the first and last
+/// row of a picture both `above` and `below` are the one row that exists.
+using BayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8_t* row, const uint8_t* below, size_t width);
+
+/// As BayerRow with 16-bit samples: means at full depth, then shifted; `shift` is a byte, its counts modulo 32.
+using ShiftedBayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8_t* row, const uint8_t* below,
+                                 size_t width, uint32_t shift);
+
+/// ACPI, first step: the green of `count` columns of one row. rows[2] is that row, rows[0] to rows[4] the two above
+/// to the two below, all at the first column; columns -2 to count + 1 of rows[2] and 0 to count - 1 of the others are
+/// read. `green` receives `count` bytes.
+using AcpiGreen = void (*)(uint8_t* green, const uint8_t* const rows[5], size_t count);
+
+/// ACPI, second step: `count` pixels of one row. greens and samples are the rows above, here and below, at the first
+/// column; columns -1 to count of all six are read. dst receives `count` pixels.
+using AcpiColour = void (*)(uint8_t* dst, const uint8_t* const greens[3], const uint8_t* const samples[3],
+                            size_t count);
+
+struct KernelTable {
+    const char* name;
+
+    Run mono8[kLayoutCount];
+    ShiftedRun monoN[kLayoutCount];
+    Run rgb8[kLayoutCount];
+    Run bgr8ToBgra;
+    ShiftedRun rgbN[kLayoutCount];
+    ShiftedRun bgrN[kLayoutCount];
+
+    // Groups: U Y Y V Y Y (6 bytes, 4 pixels); U Y V Y (4 bytes, 2 pixels), to BGR with a fifth byte that is skipped;
+    // U Y V and a fourth byte that is skipped (1 pixel). The skipped byte of the last group is not read.
+    Run yuv411[kLayoutCount];
+    Run yuv422[kLayoutCount];
+    Run yuv444[kLayoutCount];
+
+    BayerRow bayer8[kGreenRuleCount][kRowKindCount][kLayoutCount];
+    ShiftedBayerRow bayerN[2][kRowKindCount][kLayoutCount];  ///< kFourGreens and kThreeGreens
+
+    AcpiGreen acpiGreen[2];                              ///< [first column is green]
+    AcpiColour acpiColour[kRowKindCount][kLayoutCount];  ///< by the kind of the row from its first column
+    AcpiColour acpiColourWrappingTie[2][kLayoutCount];   ///< rows with red of RG frames [first column is green]
+
+    // Units in reverse order: dst unit k is src unit count - 1 - k, its luma samples reversed too.
+    Run reverse8;
+    Run reverse16;
+    Run reverse24;
+    Run reverse48;
+    Run reverseYuv411;
+    Run reverseYuv422;
+};
+
+extern const KernelTable kPlainTable;
+
+}  // namespace Vexa::Kernels

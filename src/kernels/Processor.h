@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// Which kernels this processor can run. Reading the processor and deciding are kept apart: the decision is a pure
+// function of a few words, so it can be tested with the words of processors that are not at hand.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "kernels/KernelTable.h"
+
+namespace Vexa::Kernels {
+
+/// What x86-64 processors say of themselves; all zero elsewhere, and where a word cannot be read.
+struct Processor {
+    uint32_t leaf1Ecx = 0;  ///< CPUID leaf 1
+    uint32_t leaf7Ebx = 0;  ///< CPUID leaf 7, subleaf 0
+    uint32_t leaf7Ecx = 0;  ///< CPUID leaf 7, subleaf 0
+    uint64_t xcr0 = 0;      ///< register state that the operating system saves; 0 without OSXSAVE
+};
+
+/// All tables that were compiled in, from plain upwards.
+std::span<const KernelTable* const> Tables();
+
+Processor DetectProcessor();
+
+/// Whether the processor has everything that the table's code uses.
+bool CanRun(const KernelTable& table, const Processor& processor);
+
+/// The last table of Tables() that the processor can run, climbing and stopping at the first that it cannot.
+const KernelTable& BestTableFor(const Processor& processor);
+
+}  // namespace Vexa::Kernels
