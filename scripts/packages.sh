@@ -1,0 +1,39 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+# shellcheck shell=bash
+#
+# The Debian 12 packages that working on this project takes, in groups, and the one function that installs what is
+# missing of them. To be sourced:  . scripts/packages.sh; require_packages BUILD TEST
+
+# shellcheck disable=SC2034  # the groups are read by name, through a reference
+PACKAGES_BUILD=(cmake ninja-build g++ pkg-config libcli11-dev libpng-dev)
+PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-dev
+    libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
+    python3 python3-numpy python3-pytest python3-matplotlib dpkg-dev fakeroot file)
+PACKAGES_CHECK=(clang clang-format clang-tidy libclang-rt-dev shellcheck lintian)
+PACKAGES_QEMU=(qemu-user)
+PACKAGES_AARCH64=(qemu-user g++-aarch64-linux-gnu googletest)
+PACKAGES_COVERAGE=(gcovr)
+
+# Installs, with apt-get, the packages of the named groups that are not there yet; asks for nothing otherwise.
+require_packages() {
+    local group package missing=()
+    for group in "$@"; do
+        local -n packages="PACKAGES_$group"
+        for package in "${packages[@]}"; do
+            if ! dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed; then
+                missing+=("$package")
+            fi
+        done
+    done
+    if ((${#missing[@]} == 0)); then
+        return 0
+    fi
+    local as_root=()
+    if ((EUID != 0)); then
+        as_root=(sudo)
+    fi
+    echo "Installing: ${missing[*]}" >&2
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq >/dev/null
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
