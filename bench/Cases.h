@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// What is measured: every converter and every way of ReverseImg as one row of a table, with the bits that a pixel
+// takes in its source and in its destination. All programs of this folder take their cases from here.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include <VexaCamUtl.h>
+
+namespace Bench {
+
+struct Case {
+    const char* family;  ///< one line of the tables: what shares kernels and cost
+    const char* name;    ///< the exported function, or the format and the way of a ReverseImg case
+    ConverterFunc run;
+    unsigned srcBits;  ///< that one pixel takes in the source, skipped bytes included
+    unsigned dstBits;  ///< that one pixel takes in the destination
+};
+
+std::span<const Case> Cases();
+
+}  // namespace Bench

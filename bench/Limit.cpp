@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// Which limit a converter is held against: by the widest stores of its instruction set, and by its shape.
+#include "Limit.h"
+
+#include <numeric>
+#include <string_view>
+
+namespace Bench {
+
+const LimitTable& LimitFor([[maybe_unused]] const char* tableName) {
+#if defined(__x86_64__)
+    const std::string_view name(tableName);
+    if (name.starts_with("avx512")) {
+        return kLimit64;
+    }
+    if (name.starts_with("avx")) {
+        return kLimit32;
+    }
+#endif
+    return kLimit16;
+}
+
+LimitKernel FindLimit(const LimitTable& table, unsigned srcBits, unsigned dstBits) {
+    const unsigned common = std::gcd(srcBits, dstBits);
+    for (const LimitShape& shape : table.shapes) {
+        if (shape.loads == srcBits / common && shape.stores == dstBits / common) {
+            return shape.run;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace Bench

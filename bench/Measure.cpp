@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// Buffers with a known place in their page, and slices taken by turns.
+#include "Measure.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace Bench {
+namespace {
+
+constexpr size_t kPageBytes = 4096;
+
+double SecondsFor(const Work& work, size_t calls) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (size_t i = 0; i < calls; ++i) {
+        work();
+    }
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+/// How many calls fill a slice. The doubling warms the caches too.
+size_t CallsPerSlice(const Work& work, double sliceSeconds) {
+    size_t calls = 1;
+    work();
+    while (SecondsFor(work, calls) < sliceSeconds / 2) {
+        calls *= 2;
+    }
+    return calls;
+}
+
+}  // namespace
+
+void Buffer::Free::operator()(uint8_t* block) const {
+    std::free(block);
+}
+
+Buffer::Buffer(size_t bytes, size_t offset)
+    : m_block(static_cast<uint8_t*>(
+          std::aligned_alloc(kPageBytes, (bytes + offset + kPageBytes - 1) / kPageBytes * kPageBytes))),
+      m_begin(m_block.get() + offset) {
+    if (m_block == nullptr) {
+        throw std::bad_alloc();
+    }
+    std::memset(m_begin, 0, bytes);
+}
+
+void FillWithSamples(uint8_t* frame, size_t bytes, bool words) {
+    uint32_t state = 1;
+    for (size_t i = 0; i < bytes; ++i) {
+        state = state * 1664525u + 1013904223u;
+        const uint32_t noise = state >> 28;
+        const bool highByte = words && i % 2 == 1;
+        frame[i] = static_cast<uint8_t>(highByte ? (i >> 7) & 15 : (i >> 3) + noise);
+    }
+}
+
+std::vector<Timing> MeasureByTurns(const std::vector<Work>& works, const SlicePlan& plan) {
+    std::vector<size_t> calls;
+    for (const Work& work : works) {
+        calls.push_back(CallsPerSlice(work, plan.sliceSeconds));
+    }
+    std::vector<std::vector<double>> slices(works.size());
+    for (unsigned s = 0; s < plan.slices; ++s) {
+        for (size_t i = 0; i < works.size(); ++i) {
+            slices[i].push_back(SecondsFor(works[i], calls[i]) / static_cast<double>(calls[i]));
+        }
+    }
+    std::vector<Timing> timings;
+    for (std::vector<double>& times : slices) {
+        std::sort(times.begin(), times.end());
+        timings.push_back({times[times.size() / 2], times.front()});
+    }
+    return timings;
+}
+
+}  // namespace Bench

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// How times are taken on a machine that does other things too. The works to be compared take turns in short slices
+// within one run, so that a slower moment meets all of them; each one's time is the median of its slices. The best
+// slice is kept beside it: a large gap between the two says that the machine was busy.
+//
+//     limit | converter | rival | limit | converter | rival | ...   at least 15 rounds
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace Bench {
+
+/// `bytes` bytes that start `offset` bytes after a multiple of the page size.
+class Buffer {
+  public:
+    explicit Buffer(size_t bytes, size_t offset = 0);
+    uint8_t* Data() const { return m_begin; }
+
+  private:
+    struct Free {
+        void operator()(uint8_t* block) const;
+    };
+    std::unique_ptr<uint8_t, Free> m_block;
+    uint8_t* m_begin;
+};
+
+/// Samples as a camera gives them: a slow slope with a little noise. Bytes, or 12-bit values in 16-bit words.
+void FillWithSamples(uint8_t* frame, size_t bytes, bool words);
+
+struct Timing {
+    double median;  ///< seconds a call, median of all slices
+    double best;    ///< seconds a call, quickest slice
+};
+
+struct SlicePlan {
+    unsigned slices = 15;
+    double sliceSeconds = 0.001;  ///< each slice repeats its work for about this long, at least once
+};
+
+using Work = std::function<void()>;
+
+/// Runs all works by turns; result i belongs to works[i].
+std::vector<Timing> MeasureByTurns(const std::vector<Work>& works, const SlicePlan& plan);
+
+}  // namespace Bench

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// How near each converter comes to what memory allows, as CSV on standard output: one line per converter,
+// instruction set and frame size. Limit and converter take turns on the same buffers in one thread.
+//
+//     bench-ratios --converter ACPI --isa avx2 --size 1920x1080
+//
+// Filters are parts of names; without any, everything that this processor can run is measured.
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "Cases.h"
+#include "Limit.h"
+#include "Measure.h"
+#include "catalogue/VexaCamUtl.h"
+#include "kernels/KernelTable.h"
+#include "kernels/Processor.h"
+
+namespace {
+
+using namespace Bench;
+
+struct Size {
+    uint32_t width = 0;
+    uint32_t height = 0;
+
+    size_t Pixels() const { return size_t{width} * height; }
+};
+
+struct Options {
+    std::vector<std::string> converters;
+    std::vector<std::string> isas;
+    std::vector<std::string> sizes = {"64x48", "640x480", "1920x1080", "4096x3000"};
+    size_t srcOffset = 0;
+    size_t dstOffset = 0;
+    SlicePlan plan;
+};
+
+Size ParseSize(const std::string& text) {
+    Size size;
+    if (std::sscanf(text.c_str(), "%ux%u", &size.width, &size.height) != 2) {
+        throw CLI::ValidationError("--size", "'" + text + "' is not WIDTHxHEIGHT");
+    }
+    return size;
+}
+
+bool Wanted(const std::vector<std::string>& filters, const std::string& name) {
+    for (const std::string& filter : filters) {
+        if (name.find(filter) != std::string::npos) {
+            return true;
+        }
+    }
+    return filters.empty();
+}
+
+void MeasureCase(const Case& it, const Vexa::Kernels::KernelTable& table, const Size& size, const Options& options) {
+    const size_t srcBytes = size.Pixels() * it.srcBits / 8;
+    const size_t dstBytes = size.Pixels() * it.dstBits / 8;
+    const Buffer src(srcBytes, options.srcOffset);
+    const Buffer dst(dstBytes, options.dstOffset);
+    // The limit is always given the best place; a converter must bear any.
+    const Buffer limitDst(dstBytes);
+    FillWithSamples(src.Data(), srcBytes, it.srcBits == 16 || it.srcBits == 48);
+    const LimitKernel limit = FindLimit(LimitFor(table.name), it.srcBits, it.dstBits);
+    uint8_t* const limitTo = options.dstOffset == 0 ? dst.Data() : limitDst.Data();
+
+    Vexa::s_psKernels = &table;
+    const std::vector<Timing> timings =
+        MeasureByTurns({[&] { limit(limitTo, src.Data(), srcBytes); },
+                        [&] { it.run(dst.Data(), src.Data(), size.width, size.height); }},
+                       options.plan);
+    const double nanosecondsPerPixel = 1e9 / static_cast<double>(size.Pixels());
+    std::printf("%s,%s,%s,%ux%u,%.4f,%.4f,%.3f,%.3f\n", it.family, it.name, table.name, size.width, size.height,
+                timings[1].median * nanosecondsPerPixel, timings[0].median * nanosecondsPerPixel,
+                timings[0].median / timings[1].median, timings[0].best / timings[1].best);
+    std::fflush(stdout);
+}
+
+void MeasureAll(const Options& options) {
+    std::vector<Size> sizes;
+    for (const std::string& text : options.sizes) {
+        sizes.push_back(ParseSize(text));
+    }
+    const Vexa::Kernels::Processor processor = Vexa::Kernels::DetectProcessor();
+    std::puts("family,converter,isa,size,ns_per_pixel,limit_ns_per_pixel,ratio,best_ratio");
+    for (const Size& size : sizes) {
+        for (const Case& it : Cases()) {
+            for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::Tables()) {
+                if (Wanted(options.converters, it.name) && Wanted(options.isas, table->name) &&
+                    CanRun(*table, processor)) {
+                    MeasureCase(it, *table, size, options);
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    CLI::App app("Time of the memory limit / time of the converter, measured by turns, as CSV");
+    app.add_option("--converter", options.converters, "parts of converter names");
+    app.add_option("--isa", options.isas, "parts of instruction-set names");
+    app.add_option("--size", options.sizes, "frame sizes, WIDTHxHEIGHT")->capture_default_str();
+    app.add_option("--src-offset", options.srcOffset, "bytes from a page to the source")->capture_default_str();
+    app.add_option("--dst-offset", options.dstOffset, "bytes from a page to the destination")->capture_default_str();
+    app.add_option("--slices", options.plan.slices, "turns per case")
+        ->capture_default_str()
+        ->check(CLI::Range(15, 10000));
+    app.add_option("--slice-seconds", options.plan.sliceSeconds, "length of a turn")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    try {
+        PrepareLUT();
+        MeasureAll(options);
+    } catch (const CLI::Error& error) {
+        return app.exit(error);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bench-ratios: %s\n", error.what());
+        return 1;
+    }
+    return 0;
+}
