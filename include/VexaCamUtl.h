@@ -1,7 +1,9 @@
 /* SPDX-License-Identifier: MIT
  * Copyright (c) the Vexa camera utility library authors
- *
- * VexaCamUtl.h: the whole public interface of libVexaCamUtl_64.so.1.
+ */
+/**
+ * @file
+ * The whole public interface of libVexaCamUtl_64.so.1.
  *
  * The library turns the raw frame of an industrial camera (grey, Bayer mosaic,
  * packed RGB/BGR or YUV) into a BGRA or BGR picture, saves pictures and raw
@@ -9,7 +11,7 @@
  * are plain C functions; the header serves C99 and C++ alike.
  *
  *
- * A FIRST PROGRAM
+ * ## A first program
  *
  *     #include <VexaCamUtl.h>
  *     #include <stdlib.h>
@@ -29,7 +31,7 @@
  *     }
  *
  *
- * PICTURES OUT
+ * ## Pictures out
  *
  * Rows follow each other without padding, top row first.
  *
@@ -39,7 +41,7 @@
  * A destination holds width * height * 4 (BGRA) or * 3 (BGR) bytes.
  *
  *
- * FRAMES IN
+ * ## Frames in
  *
  * Rows follow each other without padding, top row first. Formats of 10, 12 and
  * 16 bits hold one little-endian 16-bit word per sample with the value in its
@@ -62,8 +64,11 @@
  *     YUV422_8_UYVY        | U Y0 V Y1 | ...         4 bytes for 2 pixels
  *     YUV8_UYV             | U Y V | ...             3 bytes a pixel
  *
- * WHICH BYTES A SOURCE BUFFER MUST HOLD. It is width * height *
- * BitPerPixel(format) / 8 bytes, with two exceptions that read wider groups:
+ *
+ * ## Which bytes a source buffer must hold
+ *
+ * width * height * BitPerPixel(format) / 8 bytes, except where a converter
+ * reads wider groups:
  *
  *     ConvYUV422PToBGR     | U Y0 V Y1 -- | ...      5 bytes for 2 pixels
  *     ConvYUV444PToBGRA,
@@ -73,19 +78,20 @@
  * BGR through BGRA, and a 3-byte UYV frame is spread to 4 bytes before the call.
  *
  *
- * RULES THAT HOLD FOR EVERY FUNCTION
+ * ## Rules that hold for every function
  *
- * Statuses. What can fail returns an UtlStatus; 0 is success. A null
- * destination or source of a converter is UTL_STS_INVALID_PARAMETER and nothing
- * is written. Sizes, strides and buffer lengths are the caller's to get right:
- * they are not passed and cannot be tested.
+ * Statuses. What can fail returns a UtlStatus; 0 is success. A null destination
+ * or source is UTL_STS_INVALID_PARAMETER, tested before anything else, and
+ * nothing is written. Sizes, strides and buffer lengths are the caller's to get
+ * right: buffer lengths are not passed and nothing of this can be tested.
  *
  * Arithmetic. Samples of more than 8 bits are shifted right and the low 8 bits
  * of the result are kept: a sample above its depth wraps, it does not saturate.
  * Means are truncated.
  *
- * Flags are one byte each. A converter getter's Bayer flag counts as set when
- * its byte is not 0; the two flags of ReverseImg only when the byte is 1.
+ * Flags are one byte each. The Bayer flag of ConvImage and of the getters is
+ * set when its byte is not 0; the two flags of ReverseImg only when the byte is
+ * exactly 1.
  *
  * Buffers belong to the caller. Only LoadRWH may allocate for its caller, with
  * malloc(); release that block with free(). Source and destination of one call
@@ -93,23 +99,25 @@
  * samples (the pointers are untyped); multiples of 64 are fastest.
  *
  * Threads. There are no locks and no threads inside. Everything may be called
- * from any thread at any time, on different destinations; call PrepareLUT once
- * before the first conversion that needs it. Nothing has to be shut down.
+ * from any thread at any time, on different destinations and different files;
+ * let the first call of PrepareLUT return before other threads start the
+ * conversions that need it. Nothing has to be shut down.
  *
  * Exceptions. Converters, queries and ReverseImg never throw and never
- * allocate. The file functions may let an exception of the C++ runtime pass
- * (out of memory while a stream is made), as stated there.
+ * allocate. The file functions may let an exception of the C++ runtime pass to
+ * the caller (std::bad_alloc while the stream is set up); each says when.
  */
 #ifndef VEXACAMUTL_H
 #define VEXACAMUTL_H
 
 #include <stdint.h>
 
-/** Version of this header; the shared object's SONAME carries the major number. */
+/** Version of this header. The shared object's SONAME carries the major number. */
 #define VEXACAMUTL_VERSION_MAJOR 1
-#define VEXACAMUTL_VERSION_MINOR 0
-#define VEXACAMUTL_VERSION_PATCH 0
+#define VEXACAMUTL_VERSION_MINOR 0 /**< grows with additions that old callers do not notice */
+#define VEXACAMUTL_VERSION_PATCH 0 /**< grows with corrections */
 
+/** Marks what the shared object exports. */
 #if defined(__GNUC__)
 #define VEXACAMUTL_API __attribute__((visibility("default")))
 #else
@@ -120,13 +128,16 @@
 extern "C" {
 #endif
 
-/* -------------------------------------------------------------------------
- * Pixel formats
- * ---------------------------------------------------------------------- */
+/**
+ * @defgroup formats Pixel formats
+ * Codes, and questions about them. Codes and names are those of the GenICam
+ * Pixel Format Naming Convention (PFNC), as cameras report them.
+ * @{
+ */
 
 /**
- * A pixel-format code of the GenICam Pixel Format Naming Convention (PFNC).
- * Bits 16 to 23 hold the number of bits that one pixel takes in a frame.
+ * A PFNC pixel-format code. Bits 16 to 23 hold the number of bits that one
+ * pixel takes in a frame.
  */
 typedef uint32_t PixelFormat;
 
@@ -157,29 +168,46 @@ typedef uint32_t PixelFormat;
 #define PIXEL_FORMAT_YUV8_UYV 0x02180020u        /**< 4:4:4 */
 
 /**
- * Bits that one pixel takes in a frame: bits 16 to 23 of the code, for any
- * code, known or not. 16 for Mono10 (its samples lie in 16-bit words).
+ * Bits that one pixel takes in a frame.
+ *
+ * @param format any code, known or not
+ * @return bits 16 to 23 of the code: 16 for Mono10 (its samples lie in 16-bit
+ *         words), 12 for YUV411_8_UYYVYY, at most 255
  */
 VEXACAMUTL_API uint32_t BitPerPixel(PixelFormat format);
 
 /**
- * Significant bits per sample: 8, 10, 12 or 16; 0 for a code that is not one of
- * the 22 catalogued formats (RGB10, RGB12 and BGR12 are not).
+ * Significant bits per sample.
+ *
+ * @param format any code; all 32 bits are compared
+ * @return 8, 10, 12 or 16; 0 for a code that is not one of the 22 catalogued
+ *         formats, which are those above without RGB10, RGB12 and BGR12
  */
 VEXACAMUTL_API uint8_t DataDepth(PixelFormat format);
 
 /**
- * 1 for the grey formats and, mind, for every code that is not catalogued;
- * 0 for Bayer, packed colour and YUV.
+ * Whether a format is grey.
+ *
+ * @param format any code; all 32 bits are compared
+ * @return 1 for the four Mono formats and, mind, for every code that is not
+ *         catalogued (see DataDepth); 0 for Bayer, packed colour and YUV
  */
 VEXACAMUTL_API uint8_t IsMonochromic(PixelFormat format);
 
-/** 1 for the twelve Bayer formats, 0 for everything else. */
+/**
+ * Whether a format is a Bayer mosaic.
+ *
+ * @param format any code; all 32 bits are compared
+ * @return 1 for the twelve Bayer formats, 0 for everything else
+ */
 VEXACAMUTL_API uint8_t IsPixelBayer(PixelFormat format);
 
-/* -------------------------------------------------------------------------
- * Statuses
- * ---------------------------------------------------------------------- */
+/** @} */
+
+/**
+ * @defgroup statuses Statuses
+ * @{
+ */
 
 /** What an operation returns; 0 is success. */
 typedef uint32_t UtlStatus;
@@ -192,9 +220,12 @@ typedef uint32_t UtlStatus;
 #define UTL_STS_FILE_READ_ERROR 0x2003u        /**< an exception, or no memory, while a file was read */
 #define UTL_STS_UNSUPPORTED_FORMAT 0xFFFFFFFFu /**< ReverseImg does not handle this format */
 
-/* -------------------------------------------------------------------------
- * Choosing and running a converter
- * ---------------------------------------------------------------------- */
+/** @} */
+
+/**
+ * @defgroup conversion Choosing and running a converter
+ * @{
+ */
 
 /** How 8-bit Bayer frames are demosaiced when colour is asked for. */
 typedef uint32_t BayerConvMode;
@@ -211,20 +242,21 @@ typedef uint32_t ConvDstFormat;
 /**
  * A converter: writes width * height pixels to dst from the frame at src.
  *
- * @param dst    destination, 4 (BGRA) or 3 (BGR) bytes a pixel
- * @param src    frame, laid out as the format says; only read
- * @param width  in pixels
- * @param height in rows
- * @return UTL_STS_SUCCESS; UTL_STS_INVALID_PARAMETER if dst or src is null;
- *         UTL_STS_NOT_INITIALIZED before PrepareLUT from the Mono-to-BGRA and
- *         YUV converters. Nothing is written unless the status is 0.
- *
  * Grey, packed-colour and YUV frames are one run of width * height pixels (a
  * product modulo 2^32), so only the product of the sizes matters; 0 pixels are
  * a success that writes nothing. Bayer converters are meant for even sizes of
- * at least 2 (ACPI: 4); other sizes stay within width * height pixels of both
- * buffers, and what they write near the border is the plain mean of what is
- * there.
+ * at least 2 (ACPI: 4); with other sizes they stay inside both buffers, and
+ * what they write near the border is the plain mean of what is there.
+ *
+ * @param dst    destination, width * height * 4 (BGRA) or * 3 (BGR) bytes
+ * @param src    frame, rows without padding, laid out as the format says; only
+ *               read, and not overlapping dst
+ * @param width  in pixels
+ * @param height in rows
+ * @return UTL_STS_SUCCESS; UTL_STS_INVALID_PARAMETER if dst or src is null,
+ *         whatever the size; UTL_STS_NOT_INITIALIZED before PrepareLUT from the
+ *         Mono-to-BGRA and the YUV converters, whatever the size. Nothing is
+ *         written unless the status is UTL_STS_SUCCESS.
  */
 typedef UtlStatus (*ConverterFunc)(void* dst, const void* src, uint32_t width, uint32_t height);
 
@@ -242,82 +274,135 @@ VEXACAMUTL_API UtlStatus PrepareLUT(void);
  * 8-bit Bayer formats from now on, for the whole process. A converter already
  * handed out does not change.
  *
+ * @param mode BAYER_CONV_MODE_ACPI; any other value means the default
  * @return UTL_STS_SUCCESS, always
  */
 VEXACAMUTL_API UtlStatus SetBayerConvMode(BayerConvMode mode);
 
 /**
- * The converter from a pixel format to BGRA, or null when it has none.
+ * The converter from a pixel format to BGRA.
  *
- * @param format compared exactly. All the formats above are served except
- *               RGB10 and RGB12, whose converters have to be called by name.
+ * @param format all 32 bits are compared. All the formats above are served
+ *               except RGB10 and RGB12, whose converters are called by name.
  * @param bayer  not 0: Bayer frames are demosaiced; 0: they are shown as a
  *               grey picture of the mosaic. Ignored for other formats.
+ * @return the converter, to be kept as long as you like; null when the format
+ *         has none
  */
 VEXACAMUTL_API ConverterFunc GetBGRAConverter(PixelFormat format, uint8_t bayer);
 
-/** As GetBGRAConverter, for BGR pictures. */
+/**
+ * As GetBGRAConverter, for BGR pictures.
+ *
+ * @param format as there
+ * @param bayer  as there
+ * @return as there
+ */
 VEXACAMUTL_API ConverterFunc GetBGRConverter(PixelFormat format, uint8_t bayer);
 
 /**
  * Chooses the converter and runs it.
  *
- * @param dst_format CONV_DST_BGR or CONV_DST_BGRA
- * @param format     of the frame
- * @param bayer      not 0: demosaic Bayer frames
+ * @param dst_format CONV_DST_BGR, or CONV_DST_BGRA as any other value
+ * @param format     of the frame; see GetBGRAConverter
+ * @param bayer      not 0: demosaic Bayer frames; 0: show the mosaic in grey
+ * @param dst        as for the converter, see ConverterFunc
+ * @param src        as for the converter
+ * @param width      in pixels
+ * @param height     in rows
  * @return what the converter returned (see ConverterFunc), or
  *         UTL_STS_INVALID_PARAMETER when the format has none
  */
 VEXACAMUTL_API UtlStatus ConvImage(ConvDstFormat dst_format, PixelFormat format, uint8_t bayer, void* dst,
                                    const void* src, uint32_t width, uint32_t height);
 
-/* -------------------------------------------------------------------------
- * Converters: grey. One sample g gives B = G = R = g.
+/** @} */
+
+/**
+ * @defgroup grey Converters: grey
+ * One sample g gives B = G = R = g. Arguments and statuses of every converter,
+ * here and below, are those of ConverterFunc.
  *
  * To BGRA they need PrepareLUT; to BGR they do not. The workers named with an N
  * take the right shift that brings a 16-bit sample to 8 bits: its low 8 bits
  * count, modulo 32. The 10-, 12- and 16-bit functions pass 2, 4 and 8.
- * ---------------------------------------------------------------------- */
+ * @{
+ */
 
+/** Mono8 to BGRA: 1 byte in, 4 bytes out a pixel; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvMono8ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** Mono10 to BGRA: one 16-bit word in, 4 bytes out a pixel; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvMono10ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** Mono12 to BGRA: one 16-bit word in, 4 bytes out a pixel; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvMono12ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** Mono16 to BGRA: one 16-bit word in, 4 bytes out a pixel; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvMono16ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** Mono8 to BGR: 1 byte in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvMono8ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** Mono10 to BGR: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvMono10ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** Mono12 to BGR: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvMono12ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** Mono16 to BGR: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvMono16ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
 
+/** Grey of 16-bit samples, shifted, to BGRA: one 16-bit word in, 4 bytes out a pixel; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvMonoNToBGRA(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** Grey of 16-bit samples, shifted, to BGR: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvMonoNToBGR(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
 
-/* -------------------------------------------------------------------------
- * Converters: packed colour. P stands for packed, the order of the name is the
- * order of the samples in memory. Shifts as for grey.
- *
- * ConvBGR8PToBGR copies width * (height * 3) bytes, a product modulo 2^32.
- * ---------------------------------------------------------------------- */
+/** @} */
 
+/**
+ * @defgroup packed Converters: packed colour
+ * P stands for packed; the order in the name is the order of the samples in
+ * memory. Shifts as for grey.
+ *
+ * ConvBGR8PToBGR copies width * (height * 3) bytes, a product modulo 2^32; the
+ * others count pixels modulo 2^32.
+ * @{
+ */
+
+/** RGB8 to BGRA: 3 bytes in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvRGB8PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** RGB10 to BGRA: three 16-bit words in, 4 bytes out a pixel; to be called by name only. */
 VEXACAMUTL_API UtlStatus ConvRGB10PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** RGB12 to BGRA: three 16-bit words in, 4 bytes out a pixel; to be called by name only. */
 VEXACAMUTL_API UtlStatus ConvRGB12PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BGR8 to BGRA: 3 bytes in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvBGR8PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BGR10 to BGRA: three 16-bit words in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvBGR10PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BGR12 to BGRA: three 16-bit words in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvBGR12PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** RGB8 to BGR: 3 bytes in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvRGB8PToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** RGB10 to BGR: three 16-bit words in, 3 bytes out a pixel; to be called by name only. */
 VEXACAMUTL_API UtlStatus ConvRGB10PToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** RGB12 to BGR: three 16-bit words in, 3 bytes out a pixel; to be called by name only. */
 VEXACAMUTL_API UtlStatus ConvRGB12PToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BGR8 to BGR: 3 bytes in, 3 bytes out a pixel, copied as one block. */
 VEXACAMUTL_API UtlStatus ConvBGR8PToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BGR10 to BGR: three 16-bit words in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvBGR10PToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BGR12 to BGR: three 16-bit words in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvBGR12PToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
 
+/** RGB of 16-bit samples, shifted, to BGRA: three 16-bit words in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvRGBNToBGRA(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** BGR of 16-bit samples, shifted, to BGRA: three 16-bit words in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvBGRNToBGRA(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** RGB of 16-bit samples, shifted, to BGR: three 16-bit words in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvRGBNToBGR(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** BGR of 16-bit samples, shifted, to BGR: three 16-bit words in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvBGRNToBGR(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
 
-/* -------------------------------------------------------------------------
- * Converters: YUV, full range, coefficients of ITU-R BT.601 as JFIF uses them:
+/** @} */
+
+/**
+ * @defgroup yuv Converters: YUV
+ * Full range (Y is taken as it is), coefficients of ITU-R BT.601 as JFIF uses
+ * them:
  *
  *     R = Y + 1.402 (V - 128)
  *     G = Y - 0.344 (U - 128) - 0.714 (V - 128)
@@ -333,19 +418,28 @@ VEXACAMUTL_API UtlStatus ConvBGRNToBGR(void* dst, const void* src, uint32_t widt
  *
  * Pixels left over when width * height is no multiple of the group stay as they
  * were in the destination.
- * ---------------------------------------------------------------------- */
+ * @{
+ */
 
+/** YUV411_8_UYYVYY to BGRA: 6 bytes in, 16 bytes out for 4 pixels; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvYUV411PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** YUV422_8_UYVY to BGRA: 4 bytes in, 8 bytes out for 2 pixels; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvYUV422PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** YUV8_UYV to BGRA: 4 bytes in (mind), 4 bytes out a pixel; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvYUV444PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** YUV411_8_UYYVYY to BGR: 6 bytes in, 12 bytes out for 4 pixels; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvYUV411PToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** YUV422_8_UYVY to BGR: 5 bytes in (mind), 6 bytes out for 2 pixels; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvYUV422PToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** YUV8_UYV to BGR: 4 bytes in (mind), 3 bytes out a pixel; needs PrepareLUT. */
 VEXACAMUTL_API UtlStatus ConvYUV444PToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
 
-/* -------------------------------------------------------------------------
- * Converters: Bayer, default mode (bilinear). A pixel keeps its own sample;
- * each missing colour is the truncated mean of the nearest samples of that
- * colour:
+/** @} */
+
+/**
+ * @defgroup bayer Converters: Bayer, default mode
+ * Bilinear. A pixel keeps its own sample; each missing colour is the truncated
+ * mean of the nearest samples of that colour:
  *
  *     at a red or blue site      at a green site
  *        d  g  d                    .  v  .
@@ -357,92 +451,153 @@ VEXACAMUTL_API UtlStatus ConvYUV444PToBGR(void* dst, const void* src, uint32_t w
  * are left out of the mean (and where none is left, which needs a picture of
  * one row or column, the pixel's own sample stands in).
  *
- * With 10 and 12 bits the mean is taken at full depth and shifted afterwards;
- * the workers named with an N take that shift (low 8 bits, modulo 32).
- * ---------------------------------------------------------------------- */
+ * With 10 and 12 bits the mean is taken at full depth and shifted afterwards,
+ * by 2 and by 4. The workers named with an N take that shift: its low 8 bits
+ * count, and 0 to 29 are useful.
+ *
+ * White balance, black level, colour correction and gamma are left to the
+ * caller. None of these functions needs PrepareLUT.
+ * @{
+ */
 
+/** BayerGR8 to BGRA, bilinear: 1 byte in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGR8ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerRG8 to BGRA, bilinear: 1 byte in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrRG8ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGB8 to BGRA, bilinear: 1 byte in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGB8ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerBG8 to BGRA, bilinear: 1 byte in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrBG8ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGR8 to BGR, bilinear: 1 byte in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGR8ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerRG8 to BGR, bilinear: 1 byte in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrRG8ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGB8 to BGR, bilinear: 1 byte in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGB8ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerBG8 to BGR, bilinear: 1 byte in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrBG8ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
 
+/** BayerGR10 to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGR10ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerRG10 to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrRG10ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGB10 to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGB10ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerBG10 to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrBG10ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGR10 to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGR10ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerRG10 to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrRG10ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGB10 to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGB10ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerBG10 to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrBG10ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
 
+/** BayerGR12 to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGR12ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerRG12 to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrRG12ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGB12 to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGB12ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerBG12 to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrBG12ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGR12 to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGR12ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerRG12 to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrRG12ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGB12 to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGB12ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerBG12 to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrBG12ToBGR(void* dst, const void* src, uint32_t width, uint32_t height);
 
+/** BayerGR of 16-bit samples, shifted, to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGRNToBGRA(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** BayerRG of 16-bit samples, shifted, to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrRGNToBGRA(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** BayerGB of 16-bit samples, shifted, to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGBNToBGRA(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** BayerBG of 16-bit samples, shifted, to BGRA, bilinear: one 16-bit word in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrBGNToBGRA(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** BayerGR of 16-bit samples, shifted, to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGRNToBGR(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** BayerRG of 16-bit samples, shifted, to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrRGNToBGR(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** BayerGB of 16-bit samples, shifted, to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGBNToBGR(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
+/** BayerBG of 16-bit samples, shifted, to BGR, bilinear: one 16-bit word in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrBGNToBGR(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
 
-/* -------------------------------------------------------------------------
- * Converters: Bayer, ACPI mode (adaptive colour-plane interpolation), 8 bits.
+/** @} */
+
+/**
+ * @defgroup acpi Converters: Bayer, ACPI mode
+ * Adaptive colour-plane interpolation, 8 bits.
  *
  * Green is interpolated along the direction of the smaller gradient and
  * corrected by the second difference of the site's own colour; red and blue
  * follow from colour differences against that green. Two pixels around the
- * border are plain means. Sharper edges and far less colour fringing than the
+ * border are plain means (on the outermost ring, green from its neighbours
+ * along the border only). Sharper edges and far less colour fringing than the
  * default mode, at a higher cost.
  *
  * Meant for even widths and heights of at least 4. Of an odd height the last
- * row stays untouched.
+ * row stays untouched. None of these functions needs PrepareLUT.
  *
- * Some border values are fixed by compatibility with pictures already taken:
- * in RG frames the blue of the first column, in GR frames the blue of the last
- * column (even rows from 2 to height - 4) is the mean of the two samples above
- * and below; in BG frames the green of the last column (odd rows from 3 to
- * height - 3) is the mean of three; ConvByrBG8ToBGRAACPI leaves the red byte of
- * the last pixel of row 1 as it was; blue at red sites of RG frames wraps
- * instead of saturating when both diagonals are equally good.
- * ---------------------------------------------------------------------- */
+ * Some values are fixed by compatibility with pictures already taken:
+ *
+ * - RG frames, first column, even rows from 2 to height - 4: blue is the mean
+ *   of the samples above and below;
+ * - GR frames, last column, even rows from 2 to height - 4: likewise;
+ * - BG frames, last column, odd rows from 3 to height - 3: green is the mean of
+ *   the three neighbours above, below and to the left;
+ * - ConvByrBG8ToBGRAACPI leaves the red byte of the last pixel of row 1 as it
+ *   was;
+ * - RG frames, blue at red sites inside, when both diagonals are equally good:
+ *   rounded and wrapped to 8 bits instead of limited to 0..255.
+ * @{
+ */
 
+/** BayerGR8 to BGRA, ACPI: 1 byte in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGR8ToBGRAACPI(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerRG8 to BGRA, ACPI: 1 byte in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrRG8ToBGRAACPI(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGB8 to BGRA, ACPI: 1 byte in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGB8ToBGRAACPI(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerBG8 to BGRA, ACPI: 1 byte in, 4 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrBG8ToBGRAACPI(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGR8 to BGR, ACPI: 1 byte in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGR8ToBGRACPI(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerRG8 to BGR, ACPI: 1 byte in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrRG8ToBGRACPI(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerGB8 to BGR, ACPI: 1 byte in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrGB8ToBGRACPI(void* dst, const void* src, uint32_t width, uint32_t height);
+/** BayerBG8 to BGR, ACPI: 1 byte in, 3 bytes out a pixel. */
 VEXACAMUTL_API UtlStatus ConvByrBG8ToBGRACPI(void* dst, const void* src, uint32_t width, uint32_t height);
 
-/* -------------------------------------------------------------------------
- * Mirroring and turning raw frames
- * ---------------------------------------------------------------------- */
+/** @} */
+
+/**
+ * @defgroup reversal Mirroring and turning raw frames
+ * @{
+ */
 
 /**
  * Copies a raw frame and on the way mirrors it left to right, turns it upside
  * down, or both (a half turn).
  *
  * Served are Mono8/10/12/16, all Bayer formats, RGB8, BGR8, RGB10, BGR10,
- * BGR12, YUV411_8_UYYVYY and YUV422_8_UYVY. The YUV formats move whole groups
- * (4 and 2 pixels) and turn the luma order inside, so their width has to be a
- * multiple of the group to be mirrored.
+ * BGR12, YUV411_8_UYYVYY and YUV422_8_UYVY. A row takes width *
+ * BitPerPixel(format) / 8 bytes, rounded down. The YUV formats move whole
+ * groups (4 and 2 pixels) and turn the luma order inside, so their width has
+ * to be a multiple of the group to be mirrored or half-turned.
  *
  * A Bayer frame's phase changes with its first pixel: mirroring an even width
  * exchanges GR with RG and GB with BG, turning an even height upside down
- * exchanges GR with BG and RG with GB.
+ * exchanges GR with BG and RG with GB. The caller keeps count of that.
+ *
+ * A half turn of more than 2^31 pixels (a product modulo 2^32) of any format
+ * but YUV writes nothing and succeeds.
  *
  * @param dst         destination, as large as the frame, not overlapping it
  * @param src         frame
@@ -453,17 +608,18 @@ VEXACAMUTL_API UtlStatus ConvByrBG8ToBGRACPI(void* dst, const void* src, uint32_
  * @param upside_down 1: turn upside down; any other value: do not
  * @return UTL_STS_SUCCESS; UTL_STS_INVALID_PARAMETER for a null dst or src;
  *         UTL_STS_UNSUPPORTED_FORMAT for any other format, RGB12 and YUV8_UYV
- *         among them
+ *         among them. Nothing is written unless the status is UTL_STS_SUCCESS.
  */
 VEXACAMUTL_API UtlStatus ReverseImg(void* dst, const void* src, PixelFormat format, uint32_t width, uint32_t height,
                                     uint8_t mirror, uint8_t upside_down);
 
-/* -------------------------------------------------------------------------
- * Bitmap files
- *
+/** @} */
+
+/**
+ * @defgroup bitmap Bitmap files
  * Bitmaps in the BMP manner ("BM", bottom-up rows padded to 4 bytes) with the
  * library's own header: every 32-bit field of the common BMP headers is 64 bits
- * wide, so common viewers do not read them.
+ * wide, so common viewers do not read them. All fields are little-endian.
  *
  *     0    22-byte file header    "BM", file size (8), 0 (4), pixel offset (8)
  *     22   80-byte info header
@@ -472,43 +628,64 @@ VEXACAMUTL_API UtlStatus ReverseImg(void* dst, const void* src, PixelFormat form
  *
  *     offset  22: 80 (8)      30: width (8)         38: height (8)
  *             46: 1 (2)       48: bits a pixel (2)  50: 0 (4)      54: 0 (8)
- *             62: bytes of all rows (8)             70, 78: pixels a metre (8, 8)
+ *             62: bytes of all rows, modulo 2^32 (8)
+ *             70, 78: pixels a metre, 16000 or, in 8-bit files, 160000 (8, 8)
  *             86, 94: palette entries, 0 or 256 (8, 8)
  *
- * Pixel bytes are written as they are. Any size is accepted, 0 included.
+ * Pixel bytes are written as they are. Any size is accepted, 0 included. An
+ * existing file is replaced.
+ *
+ * Mind: a write or close that fails without an exception (disk full) is not
+ * reported. Where that matters, compare the file's size with 102 (8-bit files:
+ * 1126) + height * the row's bytes rounded up to a multiple of 4.
+ *
+ * An exception passes to the caller only if it is thrown while the stream is
+ * constructed, before the file is opened.
+ * @{
+ */
+
+/**
+ * Saves a picture of 4 bytes a pixel, as the BGRA converters write them.
+ *
+ * @param picture first byte of the top row; rows without padding
+ * @param width   in pixels
+ * @param height  in rows
+ * @param path    handed to the file system as it is
+ * @return UTL_STS_SUCCESS, mind: also when a write or the close fails;
+ *         UTL_STS_INVALID_PARAMETER for a null picture, no file touched;
+ *         UTL_STS_FILE_OPEN_ERROR when the file cannot be opened, a null path
+ *         included; UTL_STS_FILE_IO_ERROR for an exception while opening,
+ *         writing or closing
+ */
+VEXACAMUTL_API UtlStatus SaveBmpARGB(const void* picture, uint32_t width, uint32_t height, const char* path);
+/** 3 bytes a pixel, as the BGR converters write them. @copydetails SaveBmpARGB */
+VEXACAMUTL_API UtlStatus SaveBmpRGB(const void* picture, uint32_t width, uint32_t height, const char* path);
+/** 1 byte a pixel, grey. @copydetails SaveBmpARGB */
+VEXACAMUTL_API UtlStatus SaveBmpMono(const void* picture, uint32_t width, uint32_t height, const char* path);
+/**
+ * SaveBmpARGB for rows that do not follow each other directly.
  *
  * @param picture first byte of the top row
  * @param width   in pixels
  * @param height  in rows
- * @param stride  bytes from one row to the next in memory (the _S functions;
- *                the others expect rows without padding)
- * @param path    handed to the file system as it is; an existing file is
- *                replaced
- * @return UTL_STS_SUCCESS, mind: also when a write fails without an exception
- *         (disk full), so check the file's size where that matters;
- *         UTL_STS_INVALID_PARAMETER for a null picture;
- *         UTL_STS_FILE_OPEN_ERROR when the file cannot be opened, a null path
- *         included; UTL_STS_FILE_IO_ERROR for an exception while writing
- * ---------------------------------------------------------------------- */
-
-/** 4 bytes a pixel, as the BGRA converters write them. */
-VEXACAMUTL_API UtlStatus SaveBmpARGB(const void* picture, uint32_t width, uint32_t height, const char* path);
-/** 3 bytes a pixel, as the BGR converters write them. */
-VEXACAMUTL_API UtlStatus SaveBmpRGB(const void* picture, uint32_t width, uint32_t height, const char* path);
-/** 1 byte a pixel, grey. */
-VEXACAMUTL_API UtlStatus SaveBmpMono(const void* picture, uint32_t width, uint32_t height, const char* path);
-/** SaveBmpARGB with a stride in bytes. */
+ * @param stride  bytes from the start of one row to the start of the next one
+ *                below it; not compared with the width, 0 repeats the top row
+ * @param path    handed to the file system as it is
+ * @return as SaveBmpARGB
+ */
 VEXACAMUTL_API UtlStatus SaveBmpARGB_S(const void* picture, uint32_t width, uint32_t height, uint32_t stride,
                                        const char* path);
-/** SaveBmpRGB with a stride in bytes. */
+/** SaveBmpRGB with a stride in bytes. @copydetails SaveBmpARGB_S */
 VEXACAMUTL_API UtlStatus SaveBmpRGB_S(const void* picture, uint32_t width, uint32_t height, uint32_t stride,
                                       const char* path);
-/** SaveBmpMono with a stride in bytes. */
+/** SaveBmpMono with a stride in bytes. @copydetails SaveBmpARGB_S */
 VEXACAMUTL_API UtlStatus SaveBmpMono_S(const void* picture, uint32_t width, uint32_t height, uint32_t stride,
                                        const char* path);
 
-/* -------------------------------------------------------------------------
- * Raw frames in files
+/** @} */
+
+/**
+ * @defgroup rwh Raw frames in files (RWH)
  *
  *     0    pixel format   (4)
  *     4    width          (4)
@@ -516,44 +693,57 @@ VEXACAMUTL_API UtlStatus SaveBmpMono_S(const void* picture, uint32_t width, uint
  *     12   row size       (4)   BitPerPixel(format) * width / 8, rounded down
  *     16   row size * height bytes of frame
  *
- * All fields are little-endian. There is no signature; nothing follows.
- * ---------------------------------------------------------------------- */
+ * All fields are little-endian, all products modulo 2^32. There is no
+ * signature; nothing follows.
+ * @{
+ */
 
 /**
  * Saves a raw frame with its header.
  *
- * @param frame  row size * height bytes
+ * @param frame  row size * height bytes: rows without padding, top row first
  * @param format any code; only its bits 16 to 23 matter here
- * @param width  in pixels
- * @param height in rows
- * @param path   handed to the file system as it is
- * @return as the bitmap writers: 0 also when a write fails without an exception
+ * @param width  in pixels, 0 included
+ * @param height in rows, 0 included
+ * @param path   handed to the file system as it is; an existing file is
+ *               replaced
+ * @return UTL_STS_SUCCESS, mind: also when a write or the close fails without
+ *         an exception (disk full); UTL_STS_INVALID_PARAMETER for a null frame,
+ *         no file touched; UTL_STS_FILE_OPEN_ERROR when the file cannot be
+ *         opened, a null path included; UTL_STS_FILE_IO_ERROR for an exception
+ *         while opening, writing or closing. Only an exception thrown before
+ *         that, while the stream is constructed, passes to the caller.
  */
 VEXACAMUTL_API UtlStatus SaveRWH(const void* frame, PixelFormat format, uint32_t width, uint32_t height,
                                  const char* path);
 
 /**
- * Loads a raw frame, or only its header.
+ * Loads a raw frame, or only its header. The header is not validated: a file
+ * that is no RWH file gives senseless numbers, so look at them before use.
  *
  * @param path     handed to the file system as it is
  * @param frame    null: read only the header. Else *frame is where the data go:
  *                 a block of the caller's that holds row size * height bytes;
  *                 or, when *frame is null, a block of exactly that size that
- *                 this function gets from malloc, stores in *frame, and the
- *                 caller releases with free
+ *                 this function gets from malloc and stores in *frame. The
+ *                 caller releases it with free, whatever the status.
  * @param format   receives the pixel format, unless null
- * @param width    receives the width, unless null
- * @param height   receives the height, unless null
+ * @param width    receives the width in pixels, unless null
+ * @param height   receives the height in rows, unless null
  * @param row_size receives the bytes per row, unless null
  * @return UTL_STS_SUCCESS, mind: also for a file that ends early. Header words
- *         that are not in the file read as 0; frame bytes that are not in the
- *         file stay as they were. UTL_STS_FILE_OPEN_ERROR when the file cannot
- *         be opened, everything untouched. UTL_STS_FILE_READ_ERROR for an
+ *         of a file shorter than the header are 0 where they are missing; frame
+ *         bytes that are not in the file stay as they were.
+ *         UTL_STS_FILE_OPEN_ERROR when the file cannot be opened, a null path
+ *         included; everything stays untouched. UTL_STS_FILE_READ_ERROR for an
  *         exception while reading the data, or when malloc fails (*frame stays
- *         null)
+ *         null). An exception thrown before that, while the file is opened or
+ *         the header read, passes to the caller.
  */
 VEXACAMUTL_API UtlStatus LoadRWH(const char* path, uint8_t** frame, PixelFormat* format, uint32_t* width,
                                  uint32_t* height, uint32_t* row_size);
+
+/** @} */
 
 #ifdef __cplusplus
 }
