@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// The fixture of all tests that run once for every kernel table: it makes the library use the table and puts the old
+// one back, and reports a table that this processor cannot run as skipped. It also holds the one comparison of a
+// converter with the slow model: whole buffers between forbidden pages.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "Buffers.h"
+#include "Oracle.h"
+#include "Patterns.h"
+#include "catalogue/VexaCamUtl.h"
+#include "kernels/KernelTable.h"
+#include "kernels/Processor.h"
+
+/// One conversion to compare.
+struct Trial {
+    uint32_t width;
+    uint32_t height;
+    Oracle::Pattern pattern = Oracle::Pattern::kRandom;
+    uint8_t fill = 0x55;
+    Oracle::Against side = Oracle::Against::kBack;
+    uint32_t shift = 0;  ///< of workers
+    uint64_t seed = 0;
+};
+
+class TableTest : public testing::TestWithParam<const Vexa::Kernels::KernelTable*> {
+  protected:
+    void SetUp() override {
+        if (!Vexa::Kernels::CanRun(*GetParam(), Vexa::Kernels::DetectProcessor())) {
+            GTEST_SKIP() << "this processor cannot run the " << GetParam()->name << " kernels";
+        }
+        m_before = Vexa::s_psKernels;
+        Vexa::s_psKernels = GetParam();
+        PrepareLUT();
+    }
+    void TearDown() override {
+        if (m_before != nullptr) {
+            Vexa::s_psKernels = m_before;
+        }
+    }
+
+    /// Runs the library and the model on the same frame and compares every byte, the margins included.
+    void Compare(const Oracle::Converter& converter, const Trial& trial) {
+        const size_t sourceBytes = converter.SourceBytes(trial.width, trial.height);
+        const size_t destinationBytes = converter.DestinationBytes(trial.width, trial.height);
+        uint8_t* src = m_source.Block(sourceBytes, trial.side, trial.fill);
+        Oracle::FillPattern(src, sourceBytes / converter.SampleBytes(), trial.width, converter.SampleBytes(),
+                            converter.depth, trial.pattern, trial.seed);
+        uint8_t* dst = m_destination.Block(destinationBytes, trial.side, trial.fill);
+        m_expected.assign(destinationBytes, trial.fill);
+        Oracle::Convert(converter, m_expected.data(), src, trial.width, trial.height, trial.shift);
+        const UtlStatus status = converter.Call(dst, src, trial.width, trial.height, trial.shift);
+        if (status != UTL_STS_SUCCESS || !m_destination.MarginIsIntact() ||
+            std::memcmp(dst, m_expected.data(), destinationBytes) != 0) {
+            Report(converter, trial, status, dst);
+        }
+    }
+
+    Oracle::GuardedArena m_source{kArenaBytes};
+    Oracle::GuardedArena m_destination{kArenaBytes};
+
+  private:
+    static constexpr size_t kArenaBytes = size_t{1} << 20;
+
+    void Report(const Oracle::Converter& converter, const Trial& trial, UtlStatus status, const uint8_t* dst) {
+        std::string place = "no byte of the picture";
+        for (size_t i = 0; i < m_expected.size(); ++i) {
+            if (dst[i] != m_expected[i]) {
+                const size_t pixel = i / converter.pixelBytes;
+                place = "byte " + std::to_string(i % converter.pixelBytes) + " of pixel (" +
+                        std::to_string(pixel / trial.width) + ", " + std::to_string(pixel % trial.width) +
+                        "): " + std::to_string(dst[i]) + " instead of " + std::to_string(m_expected[i]);
+                break;
+            }
+        }
+        ADD_FAILURE() << converter.name << " " << trial.width << " x " << trial.height << " pattern "
+                      << static_cast<int>(trial.pattern) << " shift " << trial.shift << " fill "
+                      << static_cast<int>(trial.fill) << ": status " << status << ", margin "
+                      << (m_destination.MarginIsIntact() ? "intact" : "WRITTEN") << ", " << place;
+    }
+
+    const Vexa::Kernels::KernelTable* m_before = nullptr;
+    std::vector<uint8_t> m_expected;
+};
+
+inline std::string TableName(const testing::TestParamInfo<const Vexa::Kernels::KernelTable*>& info) {
+    std::string name = info.param->name;
+    for (char& letter : name) {
+        letter = std::isalnum(static_cast<unsigned char>(letter)) != 0 ? letter : '_';
+    }
+    return name;
+}
+
+/// Instantiates a suite for every table that was compiled in.
+#define VEXA_FOR_ALL_TABLES(suite) \
+    INSTANTIATE_TEST_SUITE_P(      \
+        Tables, suite, testing::ValuesIn(Vexa::Kernels::Tables().begin(), Vexa::Kernels::Tables().end()), TableName)
