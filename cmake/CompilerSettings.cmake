@@ -11,7 +11,9 @@ function(vexa_compile_settings target)
   target_compile_features(${target} PRIVATE cxx_std_20 c_std_99)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF C_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wconversion -Wshadow -Werror
+    -Wall -Wextra -Wconversion -Wshadow
+    # A later compiler's new warning must not stop the build of somebody else's project.
+    $<$<BOOL:${VexaCamUtl_IS_TOP_LEVEL}>:-Werror>
     # Some results hang on a product being rounded before it is added; FMA would round once.
     -ffp-contract=off)
   if(VEXACAMUTL_SANITIZE)
