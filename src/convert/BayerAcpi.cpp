@@ -207,6 +207,9 @@ UtlStatus ConvertAcpi(void* dst, const void* src, uint32_t width, uint32_t heigh
             ConvertBorderPixel<Phase, layout>(out, frame, r, c);
         }
     }
+    if (frame.height <= 2 * kRing) {
+        return UTL_STS_SUCCESS;
+    }
     for (size_t first = kRing; first + kRing < frame.width; first += kStripWidth) {
         ConvertStrip<Phase, layout>(out, frame, first, std::min(first + kStripWidth, frame.width - kRing));
     }
