@@ -141,13 +141,14 @@ void DemosaicBilinear(uint8_t* dst, const Frame<Sample>& frame, const Kernels::M
         const auto border = [&](size_t c) {
             StoreSite<layout>(dstRow, c, kind, BilinearPixel(frame, r, c, kind, mean));
         };
-        if (frame.height == 1 || width < 3) {
+        const bool inside = r > 0 && r + 1 < frame.height;
+        // A row kernel takes the one row beside an outer row twice, a true mean while no shift count has wrapped.
+        if (frame.height == 1 || width < 3 || (!inside && mean.CountsWrap())) {
             for (size_t c = 0; c < width; ++c) {
                 border(c);
             }
             continue;
         }
-        const bool inside = r > 0 && r + 1 < frame.height;
         border(0);
         rowKernel(inside ? Kernels::kFourGreens : Kernels::kThreeGreens, kind, dstRow, frame.RowAbove(r), frame.Row(r),
                   frame.RowBelow(r));

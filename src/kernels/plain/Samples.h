@@ -49,6 +49,8 @@ struct MeanReduction {
         return static_cast<uint32_t>(static_cast<int32_t>(sum) / divisor);
     }
     uint32_t OfFour(uint32_t sum) const { return sum >> ((shift + 2) & 31); }
+
+    bool CountsWrap() const { return (shift & 31) + 2 > 31; }
 };
 
 }  // namespace Vexa::Kernels
