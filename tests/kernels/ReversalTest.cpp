@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// ReverseImg against the slow model for every kernel table: every format and mode, every width around the vector
+// sizes, whole buffers between forbidden pages, every alignment.
+#include "TableTest.h"
+
+namespace {
+
+using Oracle::Against;
+
+class Reversal : public TableTest {
+  protected:
+    void Compare(PixelFormat format, uint32_t width, uint32_t height, uint32_t mode, uint8_t fill, Against side) {
+        const bool mirror = (mode & 1) != 0;
+        const bool upsideDown = (mode & 2) != 0;
+        const size_t bytes = Oracle::FrameBytes(format, width, height);
+        uint8_t* src = m_source.Block(bytes, side, fill);
+        Oracle::FillPattern(src, bytes, bytes, 1, 8, Oracle::Pattern::kRandom, uint64_t{width} * 1000 + height);
+        uint8_t* dst = m_destination.Block(bytes, side, fill);
+        std::vector<uint8_t> expected(bytes, fill);
+        Oracle::Reverse(expected.data(), src, format, width, height, mirror, upsideDown);
+        ASSERT_EQ(ReverseImg(dst, src, format, width, height, mirror, upsideDown), UTL_STS_SUCCESS);
+        ASSERT_TRUE(m_destination.MarginIsIntact());
+        ASSERT_TRUE(bytes == 0 || std::memcmp(dst, expected.data(), bytes) == 0)
+            << std::hex << format << std::dec << " " << width << " x " << height << " mode " << mode;
+    }
+
+    void CompareAllModes(PixelFormat format, uint32_t width, uint32_t height) {
+        for (uint32_t mode = 0; mode < 4; ++mode) {
+            const bool turn = (width + height) % 2 == 0;
+            Compare(format, width, height, mode, 0x55, turn ? Against::kBack : Against::kFront);
+            Compare(format, width, height, mode, 0xAA, turn ? Against::kFront : Against::kBack);
+        }
+    }
+};
+
+TEST_P(Reversal, EveryWidth) {
+    for (const PixelFormat format : Oracle::ReversibleFormats()) {
+        for (uint32_t width = 0; width <= 257; ++width) {
+            for (uint32_t height = 0; height <= 3; ++height) {
+                CompareAllModes(format, width, height);
+            }
+        }
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+TEST_P(Reversal, LargerFrames) {
+    for (const PixelFormat format : Oracle::ReversibleFormats()) {
+        for (uint32_t width = 510; width <= 530; ++width) {
+            CompareAllModes(format, width, 5);
+        }
+        CompareAllModes(format, 1920, 37);
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+TEST_P(Reversal, EveryAlignment) {
+    constexpr uint32_t kWidth = 148;
+    constexpr uint32_t kHeight = 3;
+    std::vector<uint8_t> source(kWidth * kHeight * 6 + 64);
+    Oracle::FillPattern(source.data(), source.size(), source.size(), 1, 8, Oracle::Pattern::kRandom, 7);
+    for (const PixelFormat format : Oracle::ReversibleFormats()) {
+        const size_t bytes = Oracle::FrameBytes(format, kWidth, kHeight);
+        for (uint32_t offset = 0; offset < 64; ++offset) {
+            for (uint32_t mode = 0; mode < 4; ++mode) {
+                const uint8_t* src = source.data() + (offset * 37 + 5) % 64;
+                std::vector<uint8_t> expected(bytes + 128, 0x55);
+                std::vector<uint8_t> actual = expected;
+                Oracle::Reverse(expected.data() + offset, src, format, kWidth, kHeight, (mode & 1) != 0,
+                                (mode & 2) != 0);
+                ReverseImg(actual.data() + offset, src, format, kWidth, kHeight, (mode & 1) != 0, (mode & 2) != 0);
+                ASSERT_TRUE(actual == expected) << std::hex << format << std::dec << " offset " << offset;
+            }
+        }
+    }
+}
+
+VEXA_FOR_ALL_TABLES(Reversal);
+
+}  // namespace
