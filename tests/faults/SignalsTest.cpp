@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// Signals and cancellation while a call of the library blocks in the kernel. A FIFO makes it block for as long as the
+// test likes.
+#include <pthread.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstring>
+#include <thread>
+
+#include "Witness.h"
+
+using namespace Faults;
+
+namespace {
+
+constexpr uint32_t kWidth = 512;
+constexpr uint32_t kHeight = 1024;
+
+std::atomic<int> signalsHandled{0};
+
+void CountSignal(int) {
+    ++signalsHandled;
+}
+
+void Pause() {
+    ::usleep(2000);
+}
+
+/// Sleeps until the thread is in the kernel; a FIFO call that long after its start waits for the other side.
+void LetItBlock() {
+    ::usleep(100000);
+}
+
+class Signals : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(::mkfifo(fifo_.c_str(), 0600), 0);
+        descriptors_ = OpenDescriptors();
+        struct sigaction action = {};
+        action.sa_handler = CountSignal;  // without SA_RESTART: calls are interrupted
+        ASSERT_EQ(::sigaction(SIGUSR1, &action, nullptr), 0);
+    }
+
+    void TearDown() override { EXPECT_EQ(OpenDescriptors(), descriptors_); }
+
+    Folder folder_;
+    const std::string fifo_ = folder_.File("fifo");
+    const ByteVector picture_ = Noise(size_t{kWidth} * kHeight * 4);
+    int descriptors_ = 0;
+};
+
+/// Arguments of the threads that get cancelled, and what they did before.
+struct Job {
+    const Writer* writer;
+    const ByteVector* picture;
+    const char* path;
+    uint8_t* frame;
+    UtlStatus status;
+};
+
+void* RunWriter(void* argument) {
+    auto* job = static_cast<Job*>(argument);
+    job->status = job->writer->save(job->picture->data(), kWidth, kHeight, job->path);
+    return nullptr;
+}
+
+void* RunLoad(void* argument) {
+    auto* job = static_cast<Job*>(argument);
+    job->status = LoadRWH(job->path, &job->frame, nullptr, nullptr, nullptr, nullptr);
+    return nullptr;
+}
+
+TEST_F(Signals, InterruptedWritesLoseNothing) {
+    for (const Writer& writer : kWriters) {
+        const std::string plain = folder_.File("plain");
+        ASSERT_EQ(writer.save(picture_.data(), kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
+        signalsHandled = 0;
+        const int in = ::open(fifo_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        Job job = {&writer, &picture_, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
+        pthread_t thread = {};
+        ASSERT_EQ(::pthread_create(&thread, nullptr, RunWriter, &job), 0);
+        ByteVector received;
+        ByteVector piece(30000);
+        const size_t complete = ReadWhole(plain).size();
+        while (received.size() < complete) {
+            Pause();
+            ASSERT_EQ(::pthread_kill(thread, SIGUSR1), 0);
+            const ssize_t got = ::read(in, piece.data(), piece.size());
+            received.insert(received.end(), piece.begin(), piece.begin() + std::max<ssize_t>(got, 0));
+        }
+        ASSERT_EQ(::pthread_join(thread, nullptr), 0);
+        ::close(in);
+        EXPECT_EQ(job.status, UTL_STS_SUCCESS);
+        EXPECT_GT(signalsHandled, 10);
+        EXPECT_EQ(received, ReadWhole(plain)) << writer.name;
+    }
+}
+
+TEST_F(Signals, InterruptedReadsLoseNothing) {
+    const std::string plain = folder_.File("plain");
+    ASSERT_EQ(SaveRWH(picture_.data(), PIXEL_FORMAT_MONO8, kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
+    const ByteVector file = ReadWhole(plain);
+    Job job = {nullptr, nullptr, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
+    pthread_t thread = {};
+    ASSERT_EQ(::pthread_create(&thread, nullptr, RunLoad, &job), 0);
+    const int out = ::open(fifo_.c_str(), O_WRONLY | O_CLOEXEC);
+    for (size_t at = 0; at < file.size();) {
+        const ssize_t sent = ::write(out, file.data() + at, std::min<size_t>(30000, file.size() - at));
+        ASSERT_GT(sent, 0);
+        at += static_cast<size_t>(sent);
+        if (at < file.size()) {
+            Pause();
+            ASSERT_EQ(::pthread_kill(thread, SIGUSR1), 0);
+        }
+    }
+    ::close(out);
+    ASSERT_EQ(::pthread_join(thread, nullptr), 0);
+    EXPECT_EQ(job.status, UTL_STS_SUCCESS);
+    ASSERT_NE(job.frame, nullptr);
+    EXPECT_EQ(std::memcmp(job.frame, picture_.data(), size_t{kWidth} * kHeight), 0);
+    std::free(job.frame);
+}
+
+TEST_F(Signals, ThreadCancelledInAWriteUnwindsAndClosesTheFile) {
+    for (const Writer& writer : kWriters) {
+        const int in = ::open(fifo_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        Job job = {&writer, &picture_, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
+        pthread_t thread = {};
+        ASSERT_EQ(::pthread_create(&thread, nullptr, RunWriter, &job), 0);
+        LetItBlock();
+        ASSERT_EQ(::pthread_cancel(thread), 0);
+        // The stream still wants to flush what it holds; with the reader gone it cannot wait for that.
+        ASSERT_NE(std::signal(SIGPIPE, SIG_IGN), SIG_ERR);
+        Pause();
+        ::close(in);
+        void* result = nullptr;
+        ASSERT_EQ(::pthread_join(thread, &result), 0);
+        EXPECT_EQ(result, PTHREAD_CANCELED) << writer.name;
+        EXPECT_EQ(job.status, UTL_STS_INVALID_PARAMETER) << "the call must not have returned";
+    }
+}
+
+TEST_F(Signals, ThreadCancelledInAReadUnwindsAndClosesTheFile) {
+    for (const size_t sent : {size_t{0}, size_t{16}, size_t{5000}}) {
+        const std::string plain = folder_.File("plain");
+        ASSERT_EQ(SaveRWH(picture_.data(), PIXEL_FORMAT_MONO8, kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
+        const ByteVector file = ReadWhole(plain);
+        Job job = {nullptr, nullptr, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
+        pthread_t thread = {};
+        ASSERT_EQ(::pthread_create(&thread, nullptr, RunLoad, &job), 0);
+        const int out = ::open(fifo_.c_str(), O_WRONLY | O_CLOEXEC);
+        ASSERT_EQ(::write(out, file.data(), sent), static_cast<ssize_t>(sent));
+        LetItBlock();
+        ASSERT_EQ(::pthread_cancel(thread), 0);
+        void* result = nullptr;
+        ASSERT_EQ(::pthread_join(thread, &result), 0);
+        ::close(out);
+        EXPECT_EQ(result, PTHREAD_CANCELED);
+        EXPECT_EQ(job.status, UTL_STS_INVALID_PARAMETER) << "the call must not have returned";
+        EXPECT_EQ(job.frame != nullptr, sent >= 16) << "a block that was handed out stays the caller's";
+        std::free(job.frame);
+    }
+}
+
+}  // namespace
