@@ -4,6 +4,8 @@
 // The table of cases. The workers that take a shift run with that of 12-bit samples.
 #include "Cases.h"
 
+#include <string_view>
+
 namespace Bench {
 namespace {
 
@@ -119,6 +121,15 @@ constexpr Case c_asCases[] = {
 };
 
 }  // namespace
+
+bool Case::HasWords() const {
+    // 4:2:2 takes 16 bits a pixel too.
+    return (srcBits == 16 || srcBits == 48) && std::string_view(name).find("YUV") == std::string_view::npos;
+}
+
+bool Case::IsMosaic() const {
+    return std::string_view(name).find("Byr") != std::string_view::npos;
+}
 
 std::span<const Case> Cases() {
     return c_asCases;

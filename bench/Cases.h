@@ -18,6 +18,11 @@ struct Case {
     ConverterFunc run;
     unsigned srcBits;  ///< that one pixel takes in the source, skipped bytes included
     unsigned dstBits;  ///< that one pixel takes in the destination
+
+    /// Samples of more than 8 bits, in 16-bit words.
+    bool HasWords() const;
+    /// A Bayer frame that is demosaiced: the border has rules of its own.
+    bool IsMosaic() const;
 };
 
 std::span<const Case> Cases();

@@ -8,15 +8,13 @@
 //
 // Filters are parts of names; without any, everything that this processor can run is measured.
 #include <cstdio>
-#include <exception>
-#include <string>
-#include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "Cases.h"
 #include "Limit.h"
 #include "Measure.h"
+#include "Wanted.h"
 #include "catalogue/VexaCamUtl.h"
 #include "kernels/KernelTable.h"
 #include "kernels/Processor.h"
@@ -25,38 +23,14 @@ namespace {
 
 using namespace Bench;
 
-struct Size {
-    uint32_t width = 0;
-    uint32_t height = 0;
-
-    size_t Pixels() const { return size_t{width} * height; }
-};
-
 struct Options {
     std::vector<std::string> converters;
     std::vector<std::string> isas;
-    std::vector<std::string> sizes = {"64x48", "640x480", "1920x1080", "4096x3000"};
+    std::vector<std::string> sizes = kFrameSizes;
     size_t srcOffset = 0;
     size_t dstOffset = 0;
     SlicePlan plan;
 };
-
-Size ParseSize(const std::string& text) {
-    Size size;
-    if (std::sscanf(text.c_str(), "%ux%u", &size.width, &size.height) != 2) {
-        throw CLI::ValidationError("--size", "'" + text + "' is not WIDTHxHEIGHT");
-    }
-    return size;
-}
-
-bool Wanted(const std::vector<std::string>& filters, const std::string& name) {
-    for (const std::string& filter : filters) {
-        if (name.find(filter) != std::string::npos) {
-            return true;
-        }
-    }
-    return filters.empty();
-}
 
 void MeasureCase(const Case& it, const Vexa::Kernels::KernelTable& table, const Size& size, const Options& options) {
     const size_t srcBytes = size.Pixels() * it.srcBits / 8;
@@ -64,31 +38,27 @@ void MeasureCase(const Case& it, const Vexa::Kernels::KernelTable& table, const 
     const Buffer src(srcBytes, options.srcOffset);
     const Buffer dst(dstBytes, options.dstOffset);
     // The limit is always given the best place; a converter must bear any.
-    const Buffer limitDst(dstBytes);
-    FillWithSamples(src.Data(), srcBytes, it.srcBits == 16 || it.srcBits == 48);
+    const Buffer alignedDst(options.dstOffset == 0 ? 0 : dstBytes);
+    uint8_t* const limitDst = options.dstOffset == 0 ? dst.Data() : alignedDst.Data();
+    FillWithSamples(src.Data(), srcBytes, it.HasWords());
     const LimitKernel limit = FindLimit(LimitFor(table.name), it.srcBits, it.dstBits);
-    uint8_t* const limitTo = options.dstOffset == 0 ? dst.Data() : limitDst.Data();
 
     Vexa::s_psKernels = &table;
     const std::vector<Timing> timings =
-        MeasureByTurns({[&] { limit(limitTo, src.Data(), srcBytes); },
+        MeasureByTurns({[&] { limit(limitDst, src.Data(), srcBytes); },
                         [&] { it.run(dst.Data(), src.Data(), size.width, size.height); }},
                        options.plan);
     const double nanosecondsPerPixel = 1e9 / static_cast<double>(size.Pixels());
-    std::printf("%s,%s,%s,%ux%u,%.4f,%.4f,%.3f,%.3f\n", it.family, it.name, table.name, size.width, size.height,
+    std::printf("%s,%s,%s,%s,%.4f,%.4f,%.3f,%.3f\n", it.family, it.name, table.name, size.Text().c_str(),
                 timings[1].median * nanosecondsPerPixel, timings[0].median * nanosecondsPerPixel,
                 timings[0].median / timings[1].median, timings[0].best / timings[1].best);
     std::fflush(stdout);
 }
 
 void MeasureAll(const Options& options) {
-    std::vector<Size> sizes;
-    for (const std::string& text : options.sizes) {
-        sizes.push_back(ParseSize(text));
-    }
     const Vexa::Kernels::Processor processor = Vexa::Kernels::DetectProcessor();
     std::puts("family,converter,isa,size,ns_per_pixel,limit_ns_per_pixel,ratio,best_ratio");
-    for (const Size& size : sizes) {
+    for (const Size& size : ParseSizes(options.sizes)) {
         for (const Case& it : Cases()) {
             for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::Tables()) {
                 if (Wanted(options.converters, it.name) && Wanted(options.isas, table->name) &&
@@ -100,9 +70,7 @@ void MeasureAll(const Options& options) {
     }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+void Run(int argc, char** argv) {
     Options options;
     CLI::App app("Time of the memory limit / time of the converter, measured by turns, as CSV");
     app.add_option("--converter", options.converters, "parts of converter names");
@@ -112,17 +80,15 @@ int main(int argc, char** argv) {
     app.add_option("--dst-offset", options.dstOffset, "bytes from a page to the destination")->capture_default_str();
     app.add_option("--slices", options.plan.slices, "turns per case")
         ->capture_default_str()
-        ->check(CLI::Range(15, 10000));
+        ->check(CLI::Range(1, 10000));
     app.add_option("--slice-seconds", options.plan.sliceSeconds, "length of a turn")->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
-    try {
-        PrepareLUT();
-        MeasureAll(options);
-    } catch (const CLI::Error& error) {
-        return app.exit(error);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "bench-ratios: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+    app.parse(argc, argv);
+    PrepareLUT();
+    MeasureAll(options);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return Bench::RunReportingErrors("bench-ratios", Run, argc, argv);
 }
