@@ -67,6 +67,7 @@ std::vector<Timing> MeasureByTurns(const std::vector<Work>& works, const SlicePl
     std::vector<std::vector<double>> slices(works.size());
     for (unsigned s = 0; s < plan.slices; ++s) {
         for (size_t i = 0; i < works.size(); ++i) {
+            works[i]();  // not timed: the one before may have filled the caches with something else
             slices[i].push_back(SecondsFor(works[i], calls[i]) / static_cast<double>(calls[i]));
         }
     }

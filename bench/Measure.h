@@ -3,7 +3,8 @@
 //
 // How times are taken on a machine that does other things too. The works to be compared take turns in short slices
 // within one run, so that a slower moment meets all of them; each one's time is the median of its slices. The best
-// slice is kept beside it: a large gap between the two says that the machine was busy.
+// slice is kept beside it: a large gap between the two says that the machine was busy. A slice starts with a call that
+// is not timed, so that nobody pays for what the one before did to the caches.
 //
 //     limit | converter | rival | limit | converter | rival | ...   at least 15 rounds
 #pragma once
