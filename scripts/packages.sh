@@ -10,6 +10,7 @@ PACKAGES_BUILD=(cmake ninja-build g++ pkg-config libcli11-dev libpng-dev)
 PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-dev
     libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
     python3 python3-numpy python3-pytest python3-matplotlib dpkg-dev fakeroot file)
+PACKAGES_DOCS=(doxygen python3)
 PACKAGES_CHECK=(clang clang-format clang-tidy libclang-rt-dev shellcheck lintian)
 PACKAGES_QEMU=(qemu-user)
 PACKAGES_AARCH64=(qemu-user g++-aarch64-linux-gnu googletest)
