@@ -57,6 +57,13 @@ install(FILES ${PROJECT_BINARY_DIR}/vexacamutl.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 
+if(VEXACAMUTL_PYTHON_DIR)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/vexacamutl
+    DESTINATION ${VEXACAMUTL_PYTHON_DIR} COMPONENT python
+    FILES_MATCHING PATTERN *.py PATTERN py.typed
+    PATTERN __pycache__ EXCLUDE)
+endif()
+
 if(PROJECT_IS_TOP_LEVEL)
   include(${CMAKE_CURRENT_LIST_DIR}/Packages.cmake)
 endif()

@@ -1,0 +1,107 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+"""Where the library is looked for, and what happens to the interpreter's lock. Each test has a process of its own."""
+from __future__ import annotations
+
+import os
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+import vexacamutl
+from vexacamutl._library import FILE_NAME, LIBRARY
+
+PACKAGE = Path(vexacamutl.__file__).parent
+BUILT = os.environ.get("VEXACAMUTL_LIBRARY")
+
+pytestmark = pytest.mark.skipif(not BUILT, reason="VEXACAMUTL_LIBRARY does not name the library")
+
+
+def run(code: str, packages: Path, **variables: str) -> subprocess.CompletedProcess[str]:
+    environment = {k: v for k, v in os.environ.items() if k not in ("VEXACAMUTL_LIBRARY", "LD_LIBRARY_PATH")}
+    environment.update(PYTHONPATH=str(packages), **variables)
+    return subprocess.run(
+        [sys.executable, "-c", code], env=environment, capture_output=True, text=True, timeout=60, check=False
+    )
+
+
+PRINT_LIBRARY = "import vexacamutl._library as l; print(l.LIBRARY._name)"
+
+
+def test_environment_variable():
+    assert run(PRINT_LIBRARY, PACKAGE.parent, VEXACAMUTL_LIBRARY=BUILT).stdout.strip() == BUILT
+
+
+def test_environment_variable_is_final(tmp_path):
+    """A wrong path is an error, not a reason to take some other library."""
+    result = run(PRINT_LIBRARY, PACKAGE.parent, VEXACAMUTL_LIBRARY=str(tmp_path / "nothing.so"))
+    assert result.returncode != 0
+    assert "ImportError" in result.stderr and "nothing.so" in result.stderr and "VEXACAMUTL_LIBRARY" in result.stderr
+
+
+def test_beside_the_package(tmp_path):
+    shutil.copytree(PACKAGE, tmp_path / "vexacamutl")
+    shutil.copy(BUILT, tmp_path / "vexacamutl" / FILE_NAME)
+    assert run(PRINT_LIBRARY, tmp_path).stdout.strip() == str(tmp_path / "vexacamutl" / FILE_NAME)
+
+
+def test_by_the_loader(tmp_path):
+    result = run(PRINT_LIBRARY, PACKAGE.parent, LD_LIBRARY_PATH=str(Path(BUILT).parent))
+    assert result.stdout.strip() == FILE_NAME
+
+
+def test_a_library_of_another_kind():
+    result = run(PRINT_LIBRARY, PACKAGE.parent, VEXACAMUTL_LIBRARY="libc.so.6")
+    assert result.returncode != 0 and "ImportError" in result.stderr and "BitPerPixel" in result.stderr
+
+
+def test_the_lock_is_free_during_a_call(tmp_path):
+    """LoadRWH waits in its open until somebody writes to the pipe: the other thread has to run for that."""
+    os.mkfifo(tmp_path / "pipe")
+    code = """
+import ctypes, sys, threading
+from vexacamutl._library import LIBRARY
+width = ctypes.c_uint32()
+reader = threading.Thread(target=lambda: LIBRARY.LoadRWH(sys.argv[1].encode(), None, None, width, None, None))
+reader.start()
+with open(sys.argv[1], "wb") as pipe:
+    pipe.write((0x01080001).to_bytes(4, "little") + (640).to_bytes(4, "little") + bytes(8))
+reader.join()
+print(width.value)
+"""
+    environment = dict(os.environ, PYTHONPATH=str(PACKAGE.parent))
+    result = subprocess.run(
+        [sys.executable, "-c", code, str(tmp_path / "pipe")],
+        env=environment, capture_output=True, text=True, timeout=60, check=True,
+    )
+    assert result.stdout.strip() == "640"
+
+
+def test_all_functions_are_declared():
+    """A missing declaration would let ctypes pass addresses as 32-bit numbers."""
+    for name in vexacamutl.CONVERTERS:
+        assert len(getattr(LIBRARY, name).argtypes) == (5 if "NTo" in name else 4)
+    assert len(vexacamutl.CONVERTERS) == 72
+
+
+def test_public_names():
+    assert sorted(vexacamutl.__all__) == sorted(set(vexacamutl.__all__))
+    for name in vexacamutl.__all__:
+        assert getattr(vexacamutl, name) is not None
+    assert (PACKAGE / "py.typed").exists()
+
+
+def test_type_hints():
+    """mypy, where it is installed, in its strict mode."""
+    mypy = shutil.which("mypy")
+    if mypy is None:
+        pytest.skip("mypy is not installed")
+    result = subprocess.run(
+        [mypy, "--strict", "--python-executable", sys.executable, "--cache-dir", os.devnull, str(PACKAGE)],
+        env={name: value for name, value in os.environ.items() if name != "LD_PRELOAD"},
+        capture_output=True, text=True, check=False,
+    )
+    assert result.returncode == 0, result.stdout
