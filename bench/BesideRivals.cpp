@@ -29,7 +29,7 @@ using namespace Bench;
 struct Options {
     std::vector<std::string> converters;
     std::vector<std::string> sizes = kFrameSizes;
-    SlicePlan plan;
+    SlicePlan plan = {15, 0.004, 0.006};
 };
 
 struct Agreement {
@@ -85,7 +85,7 @@ void MeasureCase(const Case& it, const std::vector<const Rival*>& rivals, const 
     std::vector<Work> works = {[&] { limit(dst.Data(), src.Data(), srcBytes); },
                                [&] { it.run(dst.Data(), src.Data(), size.width, size.height); }};
 
-    // A rival has a destination of its own: non-temporal stores drive it out of the caches for many calls to come.
+    // A rival has a destination of its own: non-temporal stores would drive ours out of the caches.
     std::vector<Buffer> rivalDsts;
     std::vector<Agreement> agreements;
     works[1]();
@@ -112,6 +112,8 @@ void Run(int argc, char** argv) {
     app.add_option("--size", options.sizes, "frame sizes, WIDTHxHEIGHT")->capture_default_str();
     app.add_option("--slices", options.plan.slices, "turns per case")->capture_default_str();
     app.add_option("--slice-seconds", options.plan.sliceSeconds, "length of a turn")->capture_default_str();
+    app.add_option("--warm-seconds", options.plan.warmSeconds, "calls before a turn that are not timed")
+        ->capture_default_str();
     app.parse(argc, argv);
     PrepareLUT();
     std::puts(

@@ -23,6 +23,14 @@ double SecondsFor(const Work& work, size_t calls) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
+/// Calls that are not timed: at least one, and as many as fit in the time.
+void WarmUp(const Work& work, double seconds) {
+    double spent = 0;
+    do {
+        spent += SecondsFor(work, 1);
+    } while (spent < seconds);
+}
+
 /// How many calls fill a slice. The doubling warms the caches too.
 size_t CallsPerSlice(const Work& work, double sliceSeconds) {
     size_t calls = 1;
@@ -67,7 +75,7 @@ std::vector<Timing> MeasureByTurns(const std::vector<Work>& works, const SlicePl
     std::vector<std::vector<double>> slices(works.size());
     for (unsigned s = 0; s < plan.slices; ++s) {
         for (size_t i = 0; i < works.size(); ++i) {
-            works[i]();  // not timed: the one before may have filled the caches with something else
+            WarmUp(works[i], plan.warmSeconds);
             slices[i].push_back(SecondsFor(works[i], calls[i]) / static_cast<double>(calls[i]));
         }
     }

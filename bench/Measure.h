@@ -3,8 +3,9 @@
 //
 // How times are taken on a machine that does other things too. The works to be compared take turns in short slices
 // within one run, so that a slower moment meets all of them; each one's time is the median of its slices. The best
-// slice is kept beside it: a large gap between the two says that the machine was busy. A slice starts with a call that
-// is not timed, so that nobody pays for what the one before did to the caches.
+// slice is kept beside it: a large gap between the two says that the machine was busy. Before a slice come calls that
+// are not timed, so that nobody pays for what the one before did to the caches; a work with large memory of its own,
+// or with non-temporal stores, spoils them for several calls.
 //
 //     limit | converter | rival | limit | converter | rival | ...   at least 15 rounds
 #pragma once
@@ -42,6 +43,7 @@ struct Timing {
 struct SlicePlan {
     unsigned slices = 15;
     double sliceSeconds = 0.001;  ///< each slice repeats its work for about this long, at least once
+    double warmSeconds = 0;       ///< calls before each slice that are not timed: at least one
 };
 
 using Work = std::function<void()>;
