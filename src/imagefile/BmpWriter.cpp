@@ -124,6 +124,9 @@ void WriteRows(std::ofstream& file, const Picture& picture) {
     static constexpr char kZeros[3] = {};
     const std::streamsize rowBytes = std::streamsize{picture.width} * picture.bytesPerPixel;
     const std::streamsize padding = picture.Padding();
+    if (picture.height == 0) {
+        return;  // there is no bottom row to point at
+    }
     const uint8_t* bottomRow = picture.BottomRow();
     for (uint64_t r = 0; r < picture.height; ++r) {
         file.write(reinterpret_cast<const char*>(bottomRow - r * picture.distance), rowBytes);
