@@ -30,6 +30,9 @@
  *         return status == UTL_STS_SUCCESS ? 0 : 1;
  *     }
  *
+ * Link with -lVexaCamUtl_64, or what pkg-config vexacamutl says, or the CMake
+ * target VexaCamUtl::VexaCamUtl.
+ *
  *
  * ## Pictures out
  *
@@ -408,6 +411,7 @@ VEXACAMUTL_API UtlStatus ConvBGRNToBGR(void* dst, const void* src, uint32_t widt
  *     G = Y - 0.344 (U - 128) - 0.714 (V - 128)
  *     B = Y + 1.772 (U - 128)                      rounded, limited to 0..255
  *
+ * The part of U and V in G is rounded by itself, in single precision.
  * All need PrepareLUT. Chroma is used as it is for every pixel of its group.
  * The groups that they read, and the bytes that they skip (--):
  *
@@ -737,8 +741,9 @@ VEXACAMUTL_API UtlStatus SaveRWH(const void* frame, PixelFormat format, uint32_t
  *         UTL_STS_FILE_OPEN_ERROR when the file cannot be opened, a null path
  *         included; everything stays untouched. UTL_STS_FILE_READ_ERROR for an
  *         exception while reading the data, or when malloc fails (*frame stays
- *         null). An exception thrown before that, while the file is opened or
- *         the header read, passes to the caller.
+ *         null); the numbers of the header are stored all the same. An
+ *         exception thrown before that, while the file is opened or the header
+ *         read, passes to the caller.
  */
 VEXACAMUTL_API UtlStatus LoadRWH(const char* path, uint8_t** frame, PixelFormat* format, uint32_t* width,
                                  uint32_t* height, uint32_t* row_size);
