@@ -15,14 +15,6 @@ namespace {
 
 constexpr size_t kPageBytes = 4096;
 
-double SecondsFor(const Work& work, size_t calls) {
-    const auto begin = std::chrono::steady_clock::now();
-    for (size_t i = 0; i < calls; ++i) {
-        work();
-    }
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
-
 /// Calls that are not timed: at least one, and as many as fit in the time.
 void WarmUp(const Work& work, double seconds) {
     double spent = 0;
@@ -42,6 +34,14 @@ size_t CallsPerSlice(const Work& work, double sliceSeconds) {
 }
 
 }  // namespace
+
+double SecondsFor(const Work& work, size_t calls) {
+    const auto begin = std::chrono::steady_clock::now();
+    for (size_t i = 0; i < calls; ++i) {
+        work();
+    }
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
 
 void Buffer::Free::operator()(uint8_t* block) const {
     std::free(block);

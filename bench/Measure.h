@@ -48,6 +48,9 @@ struct SlicePlan {
 
 using Work = std::function<void()>;
 
+/// Seconds that so many calls take.
+double SecondsFor(const Work& work, size_t calls);
+
 /// Runs all works by turns; result i belongs to works[i].
 std::vector<Timing> MeasureByTurns(const std::vector<Work>& works, const SlicePlan& plan);
 
