@@ -95,7 +95,7 @@ std::vector<uint8_t> ReadFile(const char* path) {
         for (int byte = 0; (byte = std::fgetc(file)) != EOF;) {
             content.push_back(static_cast<uint8_t>(byte));
         }
-        std::fclose(file);
+        static_cast<void>(std::fclose(file));
     }
     return content;
 }

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// Takes numbers and sample data from the bytes that a fuzzer gives. An input that is too short reads as zeros, so
+// every input means something; data are repeated with a twist, so that a few bytes fill a large frame.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace Fuzz {
+
+class Input {
+  public:
+    Input(const uint8_t* bytes, size_t size) : bytes_(bytes), left_(size) {}
+
+    uint8_t Byte() {
+        if (left_ == 0) {
+            return 0;
+        }
+        --left_;
+        return *bytes_++;
+    }
+
+    uint32_t Word() {
+        uint32_t word = 0;
+        for (int i = 0; i < 4; ++i) {
+            word = word << 8 | Byte();
+        }
+        return word;
+    }
+
+    uint32_t Below(uint32_t limit) {
+        const uint32_t high = Byte();
+        return (high << 8 | Byte()) % limit;
+    }
+
+    /// A size that is mostly small, and now and then around a larger one.
+    uint32_t Size(uint32_t usual, uint32_t large) {
+        const uint32_t value = Below(usual + 1);
+        return Byte() == 0xFF ? large + value : value;
+    }
+
+    void Fill(uint8_t* data, size_t size) {
+        for (size_t i = 0; i < size; ++i) {
+            data[i] = left_ == 0 ? 0 : static_cast<uint8_t>(bytes_[i % left_] ^ (i / left_));
+        }
+    }
+
+    const uint8_t* Rest() const { return bytes_; }
+    size_t Left() const { return left_; }
+
+  private:
+    const uint8_t* bytes_;
+    size_t left_;
+};
+
+/// A heap block of exactly the size that is asked for, its first byte `offset` bytes into the block; the address
+/// sanitizer watches its end and, without an offset, its beginning.
+class ExactBlock {
+  public:
+    ExactBlock(size_t size, size_t offset) : block_(new uint8_t[size + offset]), data_(block_.get() + offset) {}
+    uint8_t* Data() { return data_; }
+
+  private:
+    std::unique_ptr<uint8_t[]> block_;
+    uint8_t* data_;
+};
+
+/// Ends the program where a result is wrong; the fuzzer keeps the input.
+inline void Require(bool holds, const char* what) {
+    if (!holds) {
+        static_cast<void>(std::fprintf(stderr, "does not hold: %s\n", what));
+        std::abort();
+    }
+}
+
+}  // namespace Fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size);
