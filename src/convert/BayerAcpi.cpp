@@ -26,12 +26,8 @@ namespace {
 using Kernels::Sample8;
 using Mosaic = Frame<Sample8>;
 
-#ifndef VEXACAMUTL_ACPI_STRIP
-#define VEXACAMUTL_ACPI_STRIP 1024
-#endif
-/// Columns of a strip; even, so that every strip starts on the same colour. Tests build with a small one.
-constexpr size_t kStripWidth = VEXACAMUTL_ACPI_STRIP;
-static_assert(kStripWidth % 2 == 0);
+using Kernels::AcpiLine;
+using Kernels::kAcpiStripColumns;
 
 constexpr size_t kRing = 2;  ///< rows and columns around the picture that are plain means
 
@@ -133,54 +129,88 @@ void ConvertRingRow(uint8_t* dst, const Mosaic& frame, size_t r) {
     }
 }
 
-/// Green of the columns first - 1 to last of row r, where [first, last) is a strip of the interior: column 1, column
-/// w-2 and the rows 1 and h-2 belong to the ring.
+/// A strip: the interior columns [first, last), in whole pairs; `first` is even.
+struct Strip {
+    size_t first;
+    size_t last;
+
+    size_t Pairs() const { return (last - first + 1) / 2; }
+};
+
+void SetSite(AcpiLine& line, size_t pair, const SitePixel& site, bool greenSite) {
+    if (greenSite) {
+        line.clear[pair] = static_cast<int16_t>(site.green);
+        return;
+    }
+    line.sample[pair] = static_cast<int16_t>(site.x);
+    line.green[pair] = static_cast<int16_t>(site.green);
+    line.twice[pair] = static_cast<int16_t>(2 * site.x - site.green);
+}
+
+/// The pair before and the pair after a strip, pairs 0 and Pairs() + 1, belong to the lines too; where the strip ends
+/// at the ring, the one column that is needed of them follows the ring's rule.
 template <class Phase>
-void FillGreenLine(uint8_t* line, const Mosaic& frame, size_t r, size_t first, size_t last) {
+void FillLine(AcpiLine& line, const Mosaic& frame, size_t r, const Strip& strip) {
     const RowKind kind = KindOfRow<Phase>(r);
-    const auto ringGreen = [&](size_t c) {
-        line[c - (first - 1)] = static_cast<uint8_t>(RingPixel(frame, r, c, kind).green);
+    const auto setRingSite = [&](size_t c) {
+        const size_t pair = (c + 2 - strip.first) / 2;
+        SetSite(line, pair, RingPixel(frame, r, c, kind), IsGreenSite(kind, c));
     };
-    size_t from = first - 1;
-    size_t to = last + 1;
     if (r < kRing || r + kRing >= frame.height) {
-        for (size_t c = from; c < to; ++c) {
-            ringGreen(c);
+        for (size_t c = strip.first - 1; c <= strip.last; ++c) {
+            setRingSite(c);
         }
         return;
     }
-    if (from < kRing) {
-        ringGreen(from++);
+    const bool startsAtRing = strip.first == kRing;
+    const bool endsAtRing = strip.last + kRing == frame.width;
+    const size_t base = strip.first - 2;
+    const uint8_t* const rows[5] = {frame.Row(r - 2) + base, frame.Row(r - 1) + base, frame.Row(r) + base,
+                                    frame.Row(r + 1) + base, frame.Row(r + 2) + base};
+    s_psKernels->acpiGreen[StartsWithGreen(kind)](&line, rows, startsAtRing ? 1 : 0,
+                                                  strip.Pairs() + (endsAtRing ? 1 : 2));
+    if (startsAtRing) {
+        setRingSite(strip.first - 1);
     }
-    if (to + kRing > frame.width) {
-        ringGreen(--to);
+    if (endsAtRing) {
+        setRingSite(strip.last);
     }
-    const uint8_t* const rows[5] = {frame.Row(r - 2) + from, frame.Row(r - 1) + from, frame.Row(r) + from,
-                                    frame.Row(r + 1) + from, frame.Row(r + 2) + from};
-    s_psKernels->acpiGreen[IsGreenSite(kind, from)](line + (from - (first - 1)), rows, to - from);
 }
 
-/// The interior columns [first, last) of all interior rows; `first` is even.
 template <class Phase, Kernels::Layout layout>
-void ConvertStrip(uint8_t* dst, const Mosaic& frame, size_t first, size_t last) {
-    alignas(64) uint8_t lines[3][kStripWidth + 2];
-    uint8_t* above = lines[0];
-    uint8_t* here = lines[1];
-    uint8_t* below = lines[2];
-    FillGreenLine<Phase>(above, frame, kRing - 1, first, last);
-    FillGreenLine<Phase>(here, frame, kRing, first, last);
+void ConvertStrip(uint8_t* dst, const Mosaic& frame, const Strip& strip) {
+    AcpiLine lines[3];
+    AcpiLine* above = &lines[0];
+    AcpiLine* here = &lines[1];
+    AcpiLine* below = &lines[2];
+    FillLine<Phase>(*above, frame, kRing - 1, strip);
+    FillLine<Phase>(*here, frame, kRing, strip);
     for (size_t r = kRing; r + kRing < frame.height; ++r) {
-        FillGreenLine<Phase>(below, frame, r + 1, first, last);
+        FillLine<Phase>(*below, frame, r + 1, strip);
         const RowKind kind = KindOfRow<Phase>(r);
-        const uint8_t* const greens[3] = {above + 1, here + 1, below + 1};
-        const uint8_t* const samples[3] = {frame.Row(r - 1) + first, frame.Row(r) + first, frame.Row(r + 1) + first};
-        const bool redRow = HoldsRed(kind);
-        const Kernels::AcpiColour kernel = Border<Phase>::kWrapsBlueTies && redRow
-                                               ? s_psKernels->acpiColourWrappingTie[IsGreenSite(kind, first)][layout]
+        const Kernels::AcpiColour kernel = Border<Phase>::kWrapsBlueTies && HoldsRed(kind)
+                                               ? s_psKernels->acpiColourWrappingTie[StartsWithGreen(kind)][layout]
                                                : s_psKernels->acpiColour[kind][layout];
-        kernel(dst + (r * frame.width + first) * Kernels::kBytesPerPixel<layout>, greens, samples, last - first);
+        kernel(dst + (r * frame.width + strip.first) * Kernels::kBytesPerPixel<layout>, above, here, below,
+               strip.Pairs());
         std::swap(above, here);
         std::swap(here, below);
+    }
+}
+
+/// What of row r lies in the ring. It comes after the strips: of an odd width their last pair covers a ring column.
+template <class Phase, Kernels::Layout layout>
+void ConvertRing(uint8_t* dst, const Mosaic& frame, size_t r) {
+    if (r < kRing || r + kRing >= frame.height) {
+        ConvertRingRow<Phase, layout>(dst, frame, r);
+        return;
+    }
+    const size_t left = std::min(kRing, frame.width);
+    for (size_t c = 0; c < left; ++c) {
+        ConvertBorderPixel<Phase, layout>(dst, frame, r, c);
+    }
+    for (size_t c = std::max(left, frame.width - left); c < frame.width; ++c) {
+        ConvertBorderPixel<Phase, layout>(dst, frame, r, c);
     }
 }
 
@@ -195,23 +225,11 @@ UtlStatus ConvertAcpi(void* dst, const void* src, uint32_t width, uint32_t heigh
     if (frame.width == 0) {
         return UTL_STS_SUCCESS;
     }
+    for (size_t first = kRing; first + kRing < frame.width; first += kAcpiStripColumns) {
+        ConvertStrip<Phase, layout>(out, frame, {first, std::min(first + kAcpiStripColumns, frame.width - kRing)});
+    }
     for (size_t r = 0; r < frame.height; ++r) {
-        if (r < kRing || r + kRing >= frame.height) {
-            ConvertRingRow<Phase, layout>(out, frame, r);
-            continue;
-        }
-        for (size_t c = 0; c < std::min(kRing, frame.width); ++c) {
-            ConvertBorderPixel<Phase, layout>(out, frame, r, c);
-        }
-        for (size_t c = std::max(kRing, frame.width - std::min(kRing, frame.width)); c < frame.width; ++c) {
-            ConvertBorderPixel<Phase, layout>(out, frame, r, c);
-        }
-    }
-    if (frame.height <= 2 * kRing) {
-        return UTL_STS_SUCCESS;
-    }
-    for (size_t first = kRing; first + kRing < frame.width; first += kStripWidth) {
-        ConvertStrip<Phase, layout>(out, frame, first, std::min(first + kStripWidth, frame.width - kRing));
+        ConvertRing<Phase, layout>(out, frame, r);
     }
     return UTL_STS_SUCCESS;
 }

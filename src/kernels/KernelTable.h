@@ -58,14 +58,35 @@ using BayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8_t* row
 using ShiftedBayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8_t* row, const uint8_t* below,
                                  size_t width, uint32_t shift);
 
-/// ACPI, first step: the green of `count` columns of one row. rows[2] is that row, rows[0] to rows[4] the two above
-/// to the two below, all at the first column; columns -2 to count + 1 of rows[2] and 0 to count - 1 of the others are
-/// read. `green` receives `count` bytes.
-using AcpiGreen = void (*)(uint8_t* green, const uint8_t* const rows[5], size_t count);
+#ifndef VEXACAMUTL_ACPI_STRIP
+#define VEXACAMUTL_ACPI_STRIP 2048
+#endif
+/// Columns that ACPI takes at a time; even. Tests build with a small one.
+inline constexpr size_t kAcpiStripColumns = VEXACAMUTL_ACPI_STRIP;
+static_assert(kAcpiStripColumns % 2 == 0);
 
-/// ACPI, second step: `count` pixels of one row. greens and samples are the rows above, here and below, at the first
-/// column; columns -1 to count of all six are read. dst receives `count` pixels.
-using AcpiColour = void (*)(uint8_t* dst, const uint8_t* const greens[3], const uint8_t* const samples[3],
+/// One row of a strip as ACPI works on it: pairs of columns, the green site and the red or blue site of a pair apart.
+/// A row that starts with green has its green sites in even columns, every other row in odd ones.
+///
+///     columns   first-2 first-1 | first first+1 | ...         green sites     clear[i]
+///     pair             0        |       1       | ...         X sites         sample[i], green[i], twice[i]
+struct AcpiLine {
+    static constexpr size_t kPairs = kAcpiStripColumns / 2 + 2;
+    static constexpr size_t kRoom = (kPairs + 31) / 32 * 32;  ///< whole registers
+
+    alignas(64) int16_t clear[kRoom];   ///< sample at the green site
+    alignas(64) int16_t sample[kRoom];  ///< sample at the X site
+    alignas(64) int16_t green[kRoom];   ///< green found there
+    alignas(64) int16_t twice[kRoom];   ///< 2 * sample - green
+};
+
+/// ACPI, first step: pairs [from, to) of a line of the interior. rows[2] is the row at the first column of pair 0,
+/// rows[0] to rows[4] the two above to the two below; of rows[2] two columns more are read on both sides of the pairs.
+using AcpiGreen = void (*)(AcpiLine* line, const uint8_t* const rows[5], size_t from, size_t to);
+
+/// ACPI, second step: the pixels of `count` pairs from pair 1 on, from the lines above, here and below, of which pairs
+/// 0 to count + 1 are read.
+using AcpiColour = void (*)(uint8_t* dst, const AcpiLine* above, const AcpiLine* here, const AcpiLine* below,
                             size_t count);
 
 struct KernelTable {
@@ -79,7 +100,7 @@ struct KernelTable {
     ShiftedRun bgrN[kLayoutCount];
 
     // Groups: U Y Y V Y Y (6 bytes, 4 pixels); U Y V Y (4 bytes, 2 pixels), to BGR with a fifth byte that is skipped;
-    // U Y V and a fourth byte that is skipped (1 pixel). The skipped byte of the last group is not read.
+    // U Y V and a fourth byte that is skipped (1 pixel).
     Run yuv411[kLayoutCount];
     Run yuv422[kLayoutCount];
     Run yuv444[kLayoutCount];
@@ -87,9 +108,9 @@ struct KernelTable {
     BayerRow bayer8[kGreenRuleCount][kRowKindCount][kLayoutCount];
     ShiftedBayerRow bayerN[2][kRowKindCount][kLayoutCount];  ///< kFourGreens and kThreeGreens
 
-    AcpiGreen acpiGreen[2];                              ///< [first column is green]
-    AcpiColour acpiColour[kRowKindCount][kLayoutCount];  ///< by the kind of the row from its first column
-    AcpiColour acpiColourWrappingTie[2][kLayoutCount];   ///< rows with red of RG frames [first column is green]
+    AcpiGreen acpiGreen[2];  ///< [row starts with green]
+    AcpiColour acpiColour[kRowKindCount][kLayoutCount];
+    AcpiColour acpiColourWrappingTie[2][kLayoutCount];  ///< rows with red of RG frames [row starts with green]
 
     // Units in reverse order: dst unit k is src unit count - 1 - k, its luma samples reversed too.
     Run reverse8;
@@ -101,5 +122,12 @@ struct KernelTable {
 };
 
 extern const KernelTable kPlainTable;
+#if defined(__x86_64__)
+extern const KernelTable kSseTable;     ///< SSE4.1
+extern const KernelTable kAvx2Table;    ///< AVX2
+extern const KernelTable kAvx512Table;  ///< AVX-512 F, BW, VL, DQ and VBMI
+#elif defined(__aarch64__)
+extern const KernelTable kNeonTable;
+#endif
 
 }  // namespace Vexa::Kernels

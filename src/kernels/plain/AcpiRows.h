@@ -46,66 +46,68 @@ inline uint32_t WrappingTie(const Direction& a, const Direction& b) {
     return static_cast<uint32_t>(static_cast<int32_t>(mean + 0.5)) & 0xFFu;
 }
 
-template <bool firstIsGreen>
-void AcpiGreen(uint8_t* green, const uint8_t* const rows[5], size_t count) {
-    for (size_t i = 0; i < count; ++i) {
-        const uint8_t* own = rows[2] + i;
-        if ((i % 2 == 0) == firstIsGreen) {
-            green[i] = *own;
-            continue;
-        }
-        const Direction across(own[-1], own[1], 2 * own[0] - own[-2] - own[2]);
-        const Direction down(rows[1][i], rows[3][i], 2 * own[0] - rows[0][i] - rows[4][i]);
-        int value = 0;
-        if (across.gradient < down.gradient) {
-            value = across.Estimate();
-        } else if (down.gradient < across.gradient) {
-            value = down.Estimate();
-        } else {
-            value = EstimateOfBoth(across, down);
-        }
-        green[i] = static_cast<uint8_t>(ClampToByte(value));
+/// The flatter direction, or both where they are equal.
+inline int Follow(const Direction& a, const Direction& b) {
+    if (a.gradient < b.gradient) {
+        return a.Estimate();
+    }
+    return b.gradient < a.gradient ? b.Estimate() : EstimateOfBoth(a, b);
+}
+
+template <bool startsWithGreen>
+void AcpiGreen(AcpiLine* line, const uint8_t* const rows[5], size_t from, size_t to) {
+    constexpr size_t kGreenAt = startsWithGreen ? 0 : 1;
+    for (size_t i = from; i < to; ++i) {
+        const size_t c = 2 * i + 1 - kGreenAt;
+        const uint8_t* row = rows[2];
+        const int own = row[c];
+        const Direction across(row[c - 1], row[c + 1], 2 * own - row[c - 2] - row[c + 2]);
+        const Direction down(rows[1][c], rows[3][c], 2 * own - rows[0][c] - rows[4][c]);
+        const int green = static_cast<int>(ClampToByte(Follow(across, down)));
+        line->clear[i] = row[2 * i + kGreenAt];
+        line->sample[i] = static_cast<int16_t>(own);
+        line->green[i] = static_cast<int16_t>(green);
+        line->twice[i] = static_cast<int16_t>(2 * own - green);
     }
 }
 
-/// A missing colour at a green site, from the two samples on one line with it and the green at the same places.
-inline uint32_t AcpiAtGreen(int first, int last, int green, int firstGreen, int lastGreen) {
-    return ClampToByte((2 * (first + last) + 2 * green - firstGreen - lastGreen) >> 2);
-}
-
-/// The opposite colour at a red or blue site.
+/// The opposite colour at an X site: along the rising diagonal, the falling one, or both.
 template <bool wrappingTie>
 uint32_t AcpiOpposite(const Direction& rising, const Direction& falling) {
-    if (rising.gradient < falling.gradient) {
-        return ClampToByte(rising.Estimate());
+    if (wrappingTie && rising.gradient == falling.gradient) {
+        return WrappingTie(rising, falling);
     }
-    if (falling.gradient < rising.gradient) {
-        return ClampToByte(falling.Estimate());
-    }
-    return wrappingTie ? WrappingTie(rising, falling) : ClampToByte(EstimateOfBoth(rising, falling));
+    return ClampToByte(Follow(rising, falling));
 }
 
 template <RowKind kind, Layout layout, bool wrappingTie>
-void AcpiColour(uint8_t* dst, const uint8_t* const greens[3], const uint8_t* const samples[3], size_t count) {
-    for (size_t i = 0; i < count; ++i) {
-        const uint8_t* above = samples[0] + i;
-        const uint8_t* own = samples[1] + i;
-        const uint8_t* below = samples[2] + i;
-        const uint8_t* greenAbove = greens[0] + i;
-        const uint8_t* green = greens[1] + i;
-        const uint8_t* greenBelow = greens[2] + i;
-        uint32_t x = 0;
-        uint32_t z = 0;
-        if ((i % 2 == 0) == kStartsWithGreen<kind>) {
-            x = AcpiAtGreen(own[-1], own[1], green[0], green[-1], green[1]);
-            z = AcpiAtGreen(above[0], below[0], green[0], greenAbove[0], greenBelow[0]);
-        } else {
-            x = own[0];
-            const Direction rising(above[1], below[-1], 2 * green[0] - greenAbove[1] - greenBelow[-1]);
-            const Direction falling(above[-1], below[1], 2 * green[0] - greenAbove[-1] - greenBelow[1]);
-            z = AcpiOpposite<wrappingTie>(rising, falling);
-        }
-        StorePixel<layout>(dst, i, kHoldsRed<kind> ? z : x, green[0], kHoldsRed<kind> ? x : z);
+void AcpiColour(uint8_t* dst, const AcpiLine* above, const AcpiLine* here, const AcpiLine* below, size_t count) {
+    constexpr size_t kGreenAt = kStartsWithGreen<kind> ? 0 : 1;
+    for (size_t pair = 0; pair < count; ++pair) {
+        const size_t i = pair + 1;
+        // The pairs of the nearest X sites to the left and right of the green site, and of the diagonals of the X site.
+        const size_t leftX = i - 1 + kGreenAt;
+        const size_t rightX = leftX + 1;
+        const size_t left = i - kGreenAt;
+        const size_t right = left + 1;
+
+        const int clear = here->clear[i];
+        const uint32_t xAtGreen = ClampToByte((here->twice[leftX] + here->twice[rightX] + 2 * clear) >> 2);
+        const uint32_t zAtGreen = ClampToByte((above->twice[i] + below->twice[i] + 2 * clear) >> 2);
+
+        const int green = here->green[i];
+        const Direction rising(above->sample[right], below->sample[left],
+                               2 * green - above->green[right] - below->green[left]);
+        const Direction falling(above->sample[left], below->sample[right],
+                                2 * green - above->green[left] - below->green[right]);
+        const uint32_t x = static_cast<uint32_t>(here->sample[i]);
+        const uint32_t z = AcpiOpposite<wrappingTie>(rising, falling);
+
+        const auto asGreen = static_cast<uint32_t>(clear);
+        StorePixel<layout>(dst, 2 * pair + kGreenAt, kHoldsRed<kind> ? zAtGreen : xAtGreen, asGreen,
+                           kHoldsRed<kind> ? xAtGreen : zAtGreen);
+        StorePixel<layout>(dst, 2 * pair + 1 - kGreenAt, kHoldsRed<kind> ? z : x, static_cast<uint32_t>(green),
+                           kHoldsRed<kind> ? x : z);
     }
 }
 
