@@ -225,7 +225,8 @@ UtlStatus ConvertAcpi(void* dst, const void* src, uint32_t width, uint32_t heigh
     if (frame.width == 0) {
         return UTL_STS_SUCCESS;
     }
-    for (size_t first = kRing; first + kRing < frame.width; first += kAcpiStripColumns) {
+    const bool hasInteriorRows = frame.height > 2 * kRing;
+    for (size_t first = kRing; hasInteriorRows && first + kRing < frame.width; first += kAcpiStripColumns) {
         ConvertStrip<Phase, layout>(out, frame, {first, std::min(first + kAcpiStripColumns, frame.width - kRing)});
     }
     for (size_t r = 0; r < frame.height; ++r) {
