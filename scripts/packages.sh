@@ -7,7 +7,7 @@
 
 # shellcheck disable=SC2034  # the groups are read by name, through a reference
 PACKAGES_BUILD=(cmake ninja-build g++ pkg-config libcli11-dev libpng-dev)
-PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-dev
+PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-dev libusb-1.0-0-dev
     libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
     python3 python3-numpy python3-pytest python3-matplotlib dpkg-dev fakeroot file)
 PACKAGES_DOCS=(doxygen python3)

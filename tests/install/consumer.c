@@ -29,7 +29,7 @@ int main(void) {
     uint8_t bgra[64];
     uint8_t bgr[48];
     ConverterFunc converter;
-    int i;
+    size_t i;
 
     expect(ConvImage(CONV_DST_BGRA, PIXEL_FORMAT_MONO8, 0, bgra, mosaic, 3, 1) == UTL_STS_NOT_INITIALIZED,
            "grey to BGRA has to wait for PrepareLUT");
