@@ -4,6 +4,7 @@
 """Gives the examples something to convert and looks at what they made of it; needs nothing but Python.
 
     check.py frame FILE.rwh               a BayerRG8 frame of six bars of one colour each
+    check.py lie FILE.rwh                 a header that promises more than its rows hold
     check.py bars FILE.ppm|FILE.png       the picture of that frame: inside a bar every pixel has the bar's colour
     check.py stream PROGRAM               pipes three frames, bars moved by one each, through the program
     check.py refuses PROGRAM ARGUMENT...  the program says why in one line and fails with 1
@@ -82,6 +83,11 @@ def frame(path):
         file.write(struct.pack("<4I", RG8, WIDTH, HEIGHT, WIDTH) + mosaic(BARS))
 
 
+def lie(path):
+    with open(path, "wb") as file:
+        file.write(struct.pack("<4I", RG8, 1024, 1024, 4) + bytes(4 * 1024))
+
+
 def bars(path):
     expect_bars(read_picture(path), BARS)
 
@@ -120,4 +126,5 @@ def mosaic_of_picture(picture_path, frame_path):
 
 
 if __name__ == "__main__":
-    {"frame": frame, "bars": bars, "stream": stream, "refuses": refuses, "mosaic": mosaic_of_picture}[sys.argv[1]](*sys.argv[2:])
+    commands = {"frame": frame, "lie": lie, "bars": bars, "stream": stream, "refuses": refuses, "mosaic": mosaic_of_picture}
+    commands[sys.argv[1]](*sys.argv[2:])

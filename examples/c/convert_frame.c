@@ -2,13 +2,18 @@
  * Copyright (c) the Vexa camera utility library authors
  *
  * One raw frame to one picture: loads a frame with its header, lets the library choose the converter for its pixel
- * format, and writes the picture as PPM, which every viewer opens.
- *
- *     convert_frame frame.rwh picture.ppm
+ * format, and writes the picture as PPM, which every viewer opens.     convert_frame frame.rwh picture.ppm
  */
 #include <VexaCamUtl.h>
 #include <stdio.h>
 #include <stdlib.h>
+
+/* A file may say anything, and converters trust sizes. Rows that end within a byte and YUV8_UYV, which has 3 bytes a
+ * pixel where its converter reads 4, are left to other programs. */
+static int is_sound(PixelFormat format, uint32_t width, uint32_t height, uint32_t row_size) {
+    return row_size * UINT64_C(8) == (uint64_t)width * BitPerPixel(format) &&
+           (uint64_t)row_size * height <= UINT32_MAX && format != PIXEL_FORMAT_YUV8_UYV;
+}
 
 static int write_ppm(const char* path, const uint8_t* bgra, uint32_t width, uint32_t height) {
     const size_t count = (size_t)width * height;
@@ -28,24 +33,19 @@ static int write_ppm(const char* path, const uint8_t* bgra, uint32_t width, uint
 int main(int argc, char** argv) {
     uint8_t* frame = NULL; /* null: LoadRWH gets the block from malloc */
     uint8_t* bgra = NULL;
-    PixelFormat format = 0;
-    uint32_t width = 0;
-    uint32_t height = 0;
-    UtlStatus status;
+    PixelFormat format;
+    uint32_t width, height, row_size;
     int result = EXIT_FAILURE;
     if (argc != 3) {
         fprintf(stderr, "usage: convert_frame frame.rwh picture.ppm\n");
         return result;
     }
     PrepareLUT(); /* once, before grey and YUV frames are converted */
-    status = LoadRWH(argv[1], &frame, &format, &width, &height, NULL);
-    if (status == UTL_STS_SUCCESS) {
-        bgra = malloc((size_t)width * height * 4);
-        status =
-            bgra == NULL ? UTL_STS_INVALID_PARAMETER : ConvImage(CONV_DST_BGRA, format, 1, bgra, frame, width, height);
-    }
-    if (status != UTL_STS_SUCCESS) {
-        fprintf(stderr, "convert_frame: %s: status %#x\n", argv[1], status);
+    if (LoadRWH(argv[1], &frame, &format, &width, &height, &row_size) != UTL_STS_SUCCESS) {
+        fprintf(stderr, "convert_frame: %s cannot be loaded\n", argv[1]);
+    } else if (!is_sound(format, width, height, row_size) || (bgra = malloc((size_t)width * height * 4)) == NULL ||
+               ConvImage(CONV_DST_BGRA, format, 1, bgra, frame, width, height) != UTL_STS_SUCCESS) {
+        fprintf(stderr, "convert_frame: %s: no picture of format %#x, %u x %u\n", argv[1], format, width, height);
     } else if (write_ppm(argv[2], bgra, width, height) != 0) {
         perror(argv[2]);
     } else {

@@ -33,10 +33,13 @@ void Convert(const char* frame_path, const char* picture_path) {
     PixelFormat format = 0;
     uint32_t width = 0;
     uint32_t height = 0;
-    const UtlStatus status = LoadRWH(frame_path, &block, &format, &width, &height, nullptr);
+    uint32_t row_size = 0;
+    const UtlStatus status = LoadRWH(frame_path, &block, &format, &width, &height, &row_size);
     const std::unique_ptr<uint8_t, decltype(&std::free)> owner(block, &std::free);
-    CV_Assert(status == UTL_STS_SUCCESS);
     const int type = BitPerPixel(format) == 8 ? CV_8UC1 : CV_16UC1;
+    // A file may say anything, and neither a Mat nor a converter asks how large the block is.
+    CV_Assert(status == UTL_STS_SUCCESS && row_size == size_t{width} * CV_ELEM_SIZE(type));
+    CV_Assert(uint64_t{row_size} * height <= UINT32_MAX);
     const cv::Mat raw(static_cast<int>(height), static_cast<int>(width), type, block);
     CV_Assert(cv::imwrite(picture_path, ToBgr(raw, format)));
 }
