@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// How the program ends when something is wrong: any function throws a Failure, main prints its one line and returns
+// its code. The codes are part of the program's interface; the man page lists them.
+#pragma once
+
+#include <cerrno>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+namespace VexaTool {
+
+enum class ExitCode : int {
+    kSuccess = 0,
+    kSomeFailed = 1,   ///< a batch: some inputs failed, the others were done
+    kUsage = 2,        ///< the command line is wrong or says too little
+    kInput = 3,        ///< an input cannot be read or is not what it is said to be
+    kOutput = 4,       ///< a result cannot be written
+    kUnsupported = 5,  ///< the operation does not exist for this format or size
+    kNoMemory = 6,     ///< out of memory
+};
+
+class Failure : public std::runtime_error {
+  public:
+    Failure(ExitCode code, const std::string& line) : std::runtime_error(line), code_(code) {}
+    ExitCode Code() const { return code_; }
+
+  private:
+    ExitCode code_;
+};
+
+/// What the system says about the last call that failed.
+inline std::string SystemMessage(int error = errno) {
+    return std::generic_category().message(error);
+}
+
+}  // namespace VexaTool
