@@ -77,6 +77,10 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA
   ${PROJECT_BINARY_DIR}/packaging/shlibs
   ${PROJECT_BINARY_DIR}/packaging/triggers)
 
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_SOURCE_DIR}/packaging/python/postinst
+  ${PROJECT_SOURCE_DIR}/packaging/python/prerm)
+
 # Every package carries its licence and its history.
 set(changelog ${PROJECT_SOURCE_DIR}/packaging/changelog)
 set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${changelog})

@@ -12,6 +12,7 @@ PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-
     python3 python3-numpy python3-pytest python3-matplotlib dpkg-dev fakeroot file)
 PACKAGES_DOCS=(doxygen python3)
 PACKAGES_CHECK=(clang clang-format clang-tidy libclang-rt-dev shellcheck lintian)
+PACKAGES_PACKAGE=(dpkg-dev fakeroot file lintian python3 python3-numpy)
 PACKAGES_QEMU=(qemu-user)
 PACKAGES_AARCH64=(qemu-user g++-aarch64-linux-gnu googletest)
 PACKAGES_COVERAGE=(gcovr)
