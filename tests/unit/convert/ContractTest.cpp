@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// What holds for all 72 converters alike: null pointers, empty pictures, counts that wrap, entries that forward.
+#include <algorithm>
+#include <string>
+
+#include "Patterns.h"
+#include "Picture.h"
+
+namespace {
+
+class Contract : public testing::Test {
+  protected:
+    void SetUp() override { PrepareLUT(); }
+};
+
+bool Holds(const Bytes& bytes, uint8_t value) {
+    return std::all_of(bytes.begin(), bytes.end(), [value](uint8_t byte) { return byte == value; });
+}
+
+TEST_F(Contract, ThereAreSeventyTwoConverters) {
+    EXPECT_EQ(Oracle::Converters().size(), 72u);
+    EXPECT_EQ(std::count_if(Oracle::Converters().begin(), Oracle::Converters().end(),
+                            [](const Oracle::Converter& converter) { return converter.IsWorker(); }),
+              14);
+}
+
+TEST_F(Contract, NullPointersAreRefusedWhateverTheSize) {
+    for (const Oracle::Converter& converter : Oracle::Converters()) {
+        for (const uint32_t size : {0u, 1u, 2u, 4u}) {
+            Bytes dst(4 * 4 * 4, 0x55);
+            const Bytes src(4 * 4 * 6, 0x31);
+            EXPECT_EQ(converter.Call(nullptr, src.data(), size, size), UTL_STS_INVALID_PARAMETER) << converter.name;
+            EXPECT_EQ(converter.Call(dst.data(), nullptr, size, size), UTL_STS_INVALID_PARAMETER) << converter.name;
+            EXPECT_EQ(converter.Call(nullptr, nullptr, size, size), UTL_STS_INVALID_PARAMETER) << converter.name;
+            EXPECT_TRUE(Holds(dst, 0x55)) << converter.name;
+        }
+    }
+}
+
+TEST_F(Contract, EmptyPicturesAreASuccessThatWritesNothing) {
+    for (const Oracle::Converter& converter : Oracle::Converters()) {
+        for (const uint32_t size : {1u, 2u, 7u, 0x10000u, 0xFFFFFFFFu}) {
+            Oracle::GuardedArena source(0);
+            Oracle::GuardedArena destination(0);
+            uint8_t* src = source.Block(0, Oracle::Against::kBack, 0x55);
+            uint8_t* dst = destination.Block(0, Oracle::Against::kBack, 0x55);
+            EXPECT_EQ(converter.Call(dst, src, size, 0), UTL_STS_SUCCESS) << converter.name;
+            EXPECT_EQ(converter.Call(dst, src, 0, size), UTL_STS_SUCCESS) << converter.name;
+            EXPECT_TRUE(destination.MarginIsIntact()) << converter.name;
+        }
+    }
+}
+
+TEST_F(Contract, PixelCountsWrapModulo2To32) {
+    struct Size {
+        uint32_t width;
+        uint32_t height;
+        uint32_t pixels;
+    };
+    for (const Oracle::Converter& converter : Oracle::Converters()) {
+        if (!converter.IsRun()) {
+            continue;
+        }
+        for (const Size size : {Size{0x80000004, 2, 8}, Size{0x10000, 0x10000, 0}, Size{3, 0x5555555B, 17}}) {
+            ASSERT_EQ(size.width * size.height, size.pixels);
+            Bytes src(converter.SourceBytes(size.pixels, 1) + 1);  // never a null pointer
+            Oracle::FillPattern(src.data(), src.size(), src.size(), 1, 8, Oracle::Pattern::kRandom, 5);
+            Bytes wrapped(converter.DestinationBytes(size.pixels, 1) + 16, 0x55);
+            Bytes direct = wrapped;
+            EXPECT_EQ(converter.Call(wrapped.data(), src.data(), size.width, size.height), UTL_STS_SUCCESS);
+            EXPECT_EQ(converter.Call(direct.data(), src.data(), size.pixels, 1), UTL_STS_SUCCESS);
+            EXPECT_EQ(wrapped, direct) << converter.name;
+        }
+    }
+}
+
+TEST_F(Contract, EntriesOfTenTwelveAndSixteenBitsForwardToTheirWorker) {
+    for (const Oracle::Converter& converter : Oracle::Converters()) {
+        std::string name = converter.name;
+        if (converter.depth == 8 || converter.IsWorker()) {
+            continue;
+        }
+        const std::string depth = std::to_string(converter.depth);
+        const std::string packed = converter.family == Oracle::Family::kPackedColour ? "P" : "";
+        name.replace(name.find(depth), depth.size() + packed.size(), "N");
+        const Oracle::Converter& worker = Oracle::Find(name);
+        Bytes src(converter.SourceBytes(18, 6));
+        Oracle::FillPattern(src.data(), src.size(), src.size(), 1, 8, Oracle::Pattern::kRandom, 11);
+        const Bytes picture = PictureOf(converter, 18, 6, src, 0);
+        EXPECT_EQ(picture, PictureOf(worker, 18, 6, src, converter.depth - 8)) << converter.name;
+        EXPECT_NE(picture, PictureOf(worker, 18, 6, src, converter.depth - 7)) << converter.name;
+        uint8_t byte = 0;
+        EXPECT_EQ(worker.Call(nullptr, &byte, 2, 2, 2), UTL_STS_INVALID_PARAMETER) << worker.name;
+        EXPECT_EQ(worker.Call(&byte, nullptr, 2, 2, 2), UTL_STS_INVALID_PARAMETER) << worker.name;
+    }
+}
+
+TEST_F(Contract, OnlyTheLowByteOfAShiftCounts) {
+    for (const Oracle::Converter& converter : Oracle::Converters()) {
+        if (!converter.IsWorker()) {
+            continue;
+        }
+        Bytes src(converter.SourceBytes(18, 6));
+        Oracle::FillPattern(src.data(), src.size(), src.size(), 1, 8, Oracle::Pattern::kRandom, 13);
+        const Bytes two = PictureOf(converter, 18, 6, src, 2);
+        EXPECT_EQ(PictureOf(converter, 18, 6, src, 0x102), two) << converter.name;
+        EXPECT_EQ(PictureOf(converter, 18, 6, src, 0xFFFFFF02), two) << converter.name;
+        EXPECT_EQ(PictureOf(converter, 18, 6, src, 34), two) << converter.name;
+        EXPECT_NE(PictureOf(converter, 18, 6, src, 3), two) << converter.name;
+    }
+}
+
+}  // namespace
