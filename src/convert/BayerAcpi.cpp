@@ -81,6 +81,25 @@ SitePixel RingPixel(const Mosaic& frame, size_t r, size_t c, RowKind kind) {
     return site;
 }
 
+RowsAround RowsOf(const Mosaic& frame, size_t r) {
+    return {frame.RowAbove(r), frame.Row(r), frame.RowBelow(r)};
+}
+
+/// As RingPixel for the second ring, which has neighbours on all sides: plainly bilinear.
+SitePixel SecondRingPixel(const RowsAround& rows, size_t c, RowKind kind) {
+    return InsidePixel<Sample8>(rows, c, IsGreenSite(kind, c), {});
+}
+
+/// As RingPixel for the first or last pixel of a row of the interior; `inner` is the column beside it.
+SitePixel OuterRingPixel(const RowsAround& rows, size_t c, size_t inner, RowKind kind) {
+    const bool greenSite = IsGreenSite(kind, c);
+    SitePixel site = EndOfRowPixel<Sample8>(rows, c, inner, greenSite, {});
+    if (!greenSite) {
+        site.green = (Sample8::At(rows.above, c) + Sample8::At(rows.below, c)) >> 1;
+    }
+    return site;
+}
+
 /// The departures of the left and right column, whole picture rows only.
 template <class Phase>
 void ApplyBorderTraits(SitePixel& site, const Mosaic& frame, size_t r, size_t c) {
@@ -114,7 +133,7 @@ void ConvertBorderPixel(uint8_t* dst, const Mosaic& frame, size_t r, size_t c) {
     StoreSite<layout>(dst, pixel, kind, site);
 }
 
-/// A row of the ring: all of rows 0, 1, h-2 and h-1.
+/// A row that lies in the ring: rows 0, 1, h-2 and h-1, and every row of a frame that is all ring.
 template <class Phase, Kernels::Layout layout>
 void ConvertRingRow(uint8_t* dst, const Mosaic& frame, size_t r) {
     const bool outer = r == 0 || r + 1 == frame.height;
@@ -135,6 +154,8 @@ struct Strip {
     size_t last;
 
     size_t Pairs() const { return (last - first + 1) / 2; }
+    bool StartsAtRing() const { return first == kRing; }
+    bool EndsAtRing(const Mosaic& frame) const { return last + kRing == frame.width; }
 };
 
 void SetSite(AcpiLine& line, size_t pair, const SitePixel& site, bool greenSite) {
@@ -147,28 +168,41 @@ void SetSite(AcpiLine& line, size_t pair, const SitePixel& site, bool greenSite)
     line.twice[pair] = static_cast<int16_t>(2 * site.x - site.green);
 }
 
-/// The pair before and the pair after a strip, pairs 0 and Pairs() + 1, belong to the lines too; where the strip ends
-/// at the ring, the one column that is needed of them follows the ring's rule.
+/// A line of the second ring, rows 1 and h-2: green is the mean of its four neighbours.
+template <bool startsWithGreen>
+void FillRingPairs(AcpiLine& line, const RowsAround& rows, const Strip& strip) {
+    constexpr size_t kXAt = startsWithGreen ? 1 : 0;
+    for (size_t i = 1; i <= strip.Pairs(); ++i) {
+        const size_t c = strip.first + 2 * (i - 1) + kXAt;
+        const int green = (rows.row[c - 1] + rows.row[c + 1] + rows.above[c] + rows.below[c]) >> 2;
+        line.clear[i] = rows.row[c + 1 - 2 * kXAt];
+        line.sample[i] = rows.row[c];
+        line.green[i] = static_cast<int16_t>(green);
+        line.twice[i] = static_cast<int16_t>(2 * rows.row[c] - green);
+    }
+}
+
+/// The pair before and the pair after a strip, pairs 0 and Pairs() + 1, belong to the lines too, by the column of them
+/// that touches the strip; where the strip ends at the ring, that column follows the ring's rule.
 template <class Phase>
 void FillLine(AcpiLine& line, const Mosaic& frame, size_t r, const Strip& strip) {
     const RowKind kind = KindOfRow<Phase>(r);
+    const RowsAround around = RowsOf(frame, r);
     const auto setRingSite = [&](size_t c) {
-        const size_t pair = (c + 2 - strip.first) / 2;
-        SetSite(line, pair, RingPixel(frame, r, c, kind), IsGreenSite(kind, c));
+        SetSite(line, (c + 2 - strip.first) / 2, SecondRingPixel(around, c, kind), IsGreenSite(kind, c));
     };
-    if (r < kRing || r + kRing >= frame.height) {
-        for (size_t c = strip.first - 1; c <= strip.last; ++c) {
-            setRingSite(c);
-        }
-        return;
+    const bool ringRow = r < kRing || r + kRing >= frame.height;
+    const bool startsAtRing = ringRow || strip.StartsAtRing();
+    const bool endsAtRing = ringRow || strip.EndsAtRing(frame);
+    if (ringRow) {
+        StartsWithGreen(kind) ? FillRingPairs<true>(line, around, strip) : FillRingPairs<false>(line, around, strip);
+    } else {
+        const size_t base = strip.first - 2;
+        const uint8_t* const rows[5] = {frame.Row(r - 2) + base, around.above + base, around.row + base,
+                                        around.below + base, frame.Row(r + 2) + base};
+        s_psKernels->acpiGreen[StartsWithGreen(kind)](&line, rows, startsAtRing ? 1 : 0,
+                                                      strip.Pairs() + (endsAtRing ? 1 : 2));
     }
-    const bool startsAtRing = strip.first == kRing;
-    const bool endsAtRing = strip.last + kRing == frame.width;
-    const size_t base = strip.first - 2;
-    const uint8_t* const rows[5] = {frame.Row(r - 2) + base, frame.Row(r - 1) + base, frame.Row(r) + base,
-                                    frame.Row(r + 1) + base, frame.Row(r + 2) + base};
-    s_psKernels->acpiGreen[StartsWithGreen(kind)](&line, rows, startsAtRing ? 1 : 0,
-                                                  strip.Pairs() + (endsAtRing ? 1 : 2));
     if (startsAtRing) {
         setRingSite(strip.first - 1);
     }
@@ -177,6 +211,19 @@ void FillLine(AcpiLine& line, const Mosaic& frame, size_t r, const Strip& strip)
     }
 }
 
+/// The two pixels at one end of a row of the interior.
+template <class Phase, Kernels::Layout layout>
+void ConvertRingColumns(uint8_t* dst, const Mosaic& frame, size_t r, size_t outer, size_t inner) {
+    const RowKind kind = KindOfRow<Phase>(r);
+    const RowsAround rows = RowsOf(frame, r);
+    SitePixel site = OuterRingPixel(rows, outer, inner, kind);
+    ApplyBorderTraits<Phase>(site, frame, r, outer);
+    StoreSite<layout>(dst, r * frame.width + outer, kind, site);
+    StoreSite<layout>(dst, r * frame.width + inner, kind, SecondRingPixel(rows, inner, kind));
+}
+
+/// The interior rows of a strip, and the ring columns beside it while they are at hand. Those come after the strip's
+/// own pixels: of an odd width the last pair covers one of them.
 template <class Phase, Kernels::Layout layout>
 void ConvertStrip(uint8_t* dst, const Mosaic& frame, const Strip& strip) {
     AcpiLine lines[3];
@@ -193,24 +240,14 @@ void ConvertStrip(uint8_t* dst, const Mosaic& frame, const Strip& strip) {
                                                : s_psKernels->acpiColour[kind][layout];
         kernel(dst + (r * frame.width + strip.first) * Kernels::kBytesPerPixel<layout>, above, here, below,
                strip.Pairs());
+        if (strip.StartsAtRing()) {
+            ConvertRingColumns<Phase, layout>(dst, frame, r, 0, 1);
+        }
+        if (strip.EndsAtRing(frame)) {
+            ConvertRingColumns<Phase, layout>(dst, frame, r, frame.width - 1, frame.width - 2);
+        }
         std::swap(above, here);
         std::swap(here, below);
-    }
-}
-
-/// What of row r lies in the ring. It comes after the strips: of an odd width their last pair covers a ring column.
-template <class Phase, Kernels::Layout layout>
-void ConvertRing(uint8_t* dst, const Mosaic& frame, size_t r) {
-    if (r < kRing || r + kRing >= frame.height) {
-        ConvertRingRow<Phase, layout>(dst, frame, r);
-        return;
-    }
-    const size_t left = std::min(kRing, frame.width);
-    for (size_t c = 0; c < left; ++c) {
-        ConvertBorderPixel<Phase, layout>(dst, frame, r, c);
-    }
-    for (size_t c = std::max(left, frame.width - left); c < frame.width; ++c) {
-        ConvertBorderPixel<Phase, layout>(dst, frame, r, c);
     }
 }
 
@@ -225,12 +262,19 @@ UtlStatus ConvertAcpi(void* dst, const void* src, uint32_t width, uint32_t heigh
     if (frame.width == 0) {
         return UTL_STS_SUCCESS;
     }
-    const bool hasInteriorRows = frame.height > 2 * kRing;
-    for (size_t first = kRing; hasInteriorRows && first + kRing < frame.width; first += kAcpiStripColumns) {
+    const bool hasInterior = frame.width > 2 * kRing && frame.height > 2 * kRing;
+    const size_t ringRows = hasInterior ? kRing : frame.height;
+    for (size_t r = 0; r < ringRows; ++r) {
+        ConvertRingRow<Phase, layout>(out, frame, r);
+    }
+    if (!hasInterior) {
+        return UTL_STS_SUCCESS;
+    }
+    for (size_t first = kRing; first + kRing < frame.width; first += kAcpiStripColumns) {
         ConvertStrip<Phase, layout>(out, frame, {first, std::min(first + kAcpiStripColumns, frame.width - kRing)});
     }
-    for (size_t r = 0; r < frame.height; ++r) {
-        ConvertRing<Phase, layout>(out, frame, r);
+    for (size_t r = frame.height - kRing; r < frame.height; ++r) {
+        ConvertRingRow<Phase, layout>(out, frame, r);
     }
     return UTL_STS_SUCCESS;
 }

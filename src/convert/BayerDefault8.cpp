@@ -18,9 +18,8 @@ UtlStatus ConvertBayer8(void* dst, const void* src, uint32_t width, uint32_t hei
     const Kernels::KernelTable& kernels = *s_psKernels;
     DemosaicBilinear<Sample8, Phase, layout>(
         Bytes(dst), Frame<Sample8>{Bytes(src), width, height}, {},
-        [&kernels, width](Kernels::GreenRule rule, RowKind kind, uint8_t* dstRow, const uint8_t* above,
-                          const uint8_t* row, const uint8_t* below) {
-            kernels.bayer8[rule][kind][layout](dstRow, above, row, below, width);
+        [&kernels, width](Kernels::GreenRule rule, RowKind kind, uint8_t* dstRow, const RowsAround& rows) {
+            kernels.bayer8[rule][kind][layout](dstRow, rows.above, rows.row, rows.below, width);
         });
     return UTL_STS_SUCCESS;
 }

@@ -20,9 +20,8 @@ UtlStatus ConvertBayerN(void* dst, const void* src, uint32_t width, uint32_t hei
     const uint32_t count = shift & 0xFFu;
     DemosaicBilinear<Sample16, Phase, layout>(
         Bytes(dst), Frame<Sample16>{Bytes(src), width, height}, {count},
-        [&kernels, width, count](Kernels::GreenRule rule, RowKind kind, uint8_t* dstRow, const uint8_t* above,
-                                 const uint8_t* row, const uint8_t* below) {
-            kernels.bayerN[rule][kind][layout](dstRow, above, row, below, width, count);
+        [&kernels, width, count](Kernels::GreenRule rule, RowKind kind, uint8_t* dstRow, const RowsAround& rows) {
+            kernels.bayerN[rule][kind][layout](dstRow, rows.above, rows.row, rows.below, width, count);
         });
     return UTL_STS_SUCCESS;
 }

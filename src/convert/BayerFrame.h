@@ -129,8 +129,43 @@ SitePixel BilinearPixel(const Frame<Sample>& frame, size_t r, size_t c, RowKind 
     return {edges.Mean(mean, own), mean.Own(own), corners.Mean(mean, own)};
 }
 
-/// Bilinear demosaicing of a whole frame. `rowKernel(rule, kind, dst, above, row, below)` converts the columns of a
-/// row that have a neighbour on both sides.
+/// A row with the rows above and below it.
+struct RowsAround {
+    const uint8_t* above;
+    const uint8_t* row;
+    const uint8_t* below;
+};
+
+/// The bilinear rule for a pixel that has neighbours on all sides; as BilinearPixel, without its tests.
+template <class Sample>
+SitePixel InsidePixel(const RowsAround& rows, size_t c, bool greenSite, const Kernels::MeanReduction& mean) {
+    const uint32_t own = Sample::At(rows.row, c);
+    const uint32_t sides = Sample::At(rows.row, c - 1) + Sample::At(rows.row, c + 1);
+    const uint32_t verticals = Sample::At(rows.above, c) + Sample::At(rows.below, c);
+    if (greenSite) {
+        return {mean.Own(own), mean.OfTwo(sides), mean.OfTwo(verticals)};
+    }
+    const uint32_t corners = Sample::At(rows.above, c - 1) + Sample::At(rows.above, c + 1) +
+                             Sample::At(rows.below, c - 1) + Sample::At(rows.below, c + 1);
+    return {mean.OfFour(sides + verticals), mean.Own(own), mean.OfFour(corners)};
+}
+
+/// The same for the first or last pixel of a row that has rows on both sides; `inner` is the one column beside it.
+template <class Sample>
+SitePixel EndOfRowPixel(const RowsAround& rows, size_t c, size_t inner, bool greenSite,
+                        const Kernels::MeanReduction& mean) {
+    const uint32_t own = Sample::At(rows.row, c);
+    const uint32_t side = Sample::At(rows.row, inner);
+    const uint32_t verticals = Sample::At(rows.above, c) + Sample::At(rows.below, c);
+    if (greenSite) {
+        return {mean.Own(own), mean.Own(side), mean.OfTwo(verticals)};
+    }
+    const uint32_t corners = Sample::At(rows.above, inner) + Sample::At(rows.below, inner);
+    return {mean.OfThree(side + verticals), mean.Own(own), mean.OfTwo(corners)};
+}
+
+/// Bilinear demosaicing of a whole frame. `rowKernel(rule, kind, dst, rows)` converts the columns of a row that
+/// have a neighbour on both sides.
 template <class Sample, class Phase, Kernels::Layout layout, class RowKernel>
 void DemosaicBilinear(uint8_t* dst, const Frame<Sample>& frame, const Kernels::MeanReduction& mean,
                       RowKernel rowKernel) {
@@ -138,21 +173,28 @@ void DemosaicBilinear(uint8_t* dst, const Frame<Sample>& frame, const Kernels::M
     for (size_t r = 0; r < frame.height; ++r) {
         const RowKind kind = r % 2 == 0 ? Phase::kEvenRow : Phase::kOddRow;
         uint8_t* dstRow = dst + r * width * Kernels::kBytesPerPixel<layout>;
-        const auto border = [&](size_t c) {
+        const RowsAround rows = {frame.RowAbove(r), frame.Row(r), frame.RowBelow(r)};
+        const bool inside = r > 0 && r + 1 < frame.height;
+        const auto atAnyPlace = [&](size_t c) {
             StoreSite<layout>(dstRow, c, kind, BilinearPixel(frame, r, c, kind, mean));
         };
-        const bool inside = r > 0 && r + 1 < frame.height;
+        const auto atEndOfRow = [&](size_t c, size_t inner) {
+            StoreSite<layout>(dstRow, c, kind, EndOfRowPixel<Sample>(rows, c, inner, IsGreenSite(kind, c), mean));
+        };
         // A row kernel takes the one row beside an outer row twice, a true mean while no shift count has wrapped.
         if (frame.height == 1 || width < 3 || (!inside && mean.CountsWrap())) {
             for (size_t c = 0; c < width; ++c) {
-                border(c);
+                atAnyPlace(c);
             }
-            continue;
+        } else if (inside) {
+            atEndOfRow(0, 1);
+            rowKernel(Kernels::kFourGreens, kind, dstRow, rows);
+            atEndOfRow(width - 1, width - 2);
+        } else {
+            atAnyPlace(0);
+            rowKernel(Kernels::kThreeGreens, kind, dstRow, rows);
+            atAnyPlace(width - 1);
         }
-        border(0);
-        rowKernel(inside ? Kernels::kFourGreens : Kernels::kThreeGreens, kind, dstRow, frame.RowAbove(r), frame.Row(r),
-                  frame.RowBelow(r));
-        border(width - 1);
     }
 }
 
