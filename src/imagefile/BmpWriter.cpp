@@ -9,8 +9,10 @@
 //     ...  rows, the bottom row first, each padded with zeros to a multiple of 4 bytes
 //
 // Required: only a failed open or an exception is reported; a write that fails otherwise is not.
+#include <algorithm>
 #include <array>
 #include <bit>
+#include <cstring>
 #include <fstream>
 
 #include <VexaCamUtl.h>
@@ -115,22 +117,51 @@ BmpFileHeader MakeFileHeader(const Picture& picture, const BmpInfoHeader& info) 
     return header;
 }
 
-template <class Record>
-void WriteRecord(std::ofstream& file, const Record& record) {
-    file.write(reinterpret_cast<const char*>(&record), sizeof record);
-}
+/// Small enough for the stack of any thread, large enough that the system calls no longer show.
+constexpr size_t kBlockBytes = 65536;
 
-void WriteRows(std::ofstream& file, const Picture& picture) {
+/// Gathers what a file is made of into whole blocks. Written one by one, rows would each cost a system call and touch
+/// their first and last page of the file twice.
+class BlockWriter {
+  public:
+    explicit BlockWriter(std::ofstream& file) : m_file(file) {}
+
+    void Append(const void* bytes, size_t count) {
+        const uint8_t* from = Bytes(bytes);
+        while (count != 0) {
+            const size_t fitting = std::min(count, m_block.size() - m_used);
+            std::memcpy(m_block.data() + m_used, from, fitting);
+            from += fitting;
+            count -= fitting;
+            m_used += fitting;
+            if (m_used == m_block.size()) {
+                Flush();
+            }
+        }
+    }
+
+    void Flush() {
+        m_file.write(m_block.data(), static_cast<std::streamsize>(m_used));
+        m_used = 0;
+    }
+
+  private:
+    std::ofstream& m_file;
+    size_t m_used = 0;
+    std::array<char, kBlockBytes> m_block;
+};
+
+void AppendRows(BlockWriter& writer, const Picture& picture) {
     static constexpr char kZeros[3] = {};
-    const std::streamsize rowBytes = std::streamsize{picture.width} * picture.bytesPerPixel;
-    const std::streamsize padding = picture.Padding();
+    const size_t rowBytes = size_t{picture.width} * picture.bytesPerPixel;
+    const size_t padding = picture.Padding();
     if (picture.height == 0) {
         return;  // there is no bottom row to point at
     }
     const uint8_t* bottomRow = picture.BottomRow();
     for (uint64_t r = 0; r < picture.height; ++r) {
-        file.write(reinterpret_cast<const char*>(bottomRow - r * picture.distance), rowBytes);
-        file.write(kZeros, padding);
+        writer.Append(bottomRow - r * picture.distance, rowBytes);
+        writer.Append(kZeros, padding);
     }
 }
 
@@ -149,12 +180,14 @@ UtlStatus SaveBmp(const Picture& picture, const char* path) {
         if (!file) {
             return UTL_STS_FILE_OPEN_ERROR;
         }
-        WriteRecord(file, header);
-        WriteRecord(file, info);
+        BlockWriter writer(file);
+        writer.Append(&header, sizeof header);
+        writer.Append(&info, sizeof info);
         if (picture.IsGrey()) {
-            WriteRecord(file, c_asGreyPalette);
+            writer.Append(&c_asGreyPalette, sizeof c_asGreyPalette);
         }
-        WriteRows(file, picture);
+        AppendRows(writer, picture);
+        writer.Flush();
         file.close();
         return UTL_STS_SUCCESS;
     });
