@@ -21,7 +21,7 @@ class AllocationFaults : public testing::TestWithParam<Writer> {
 };
 
 TEST_P(AllocationFaults, WriterReportsEveryOne) {
-    const int descriptors = OpenDescriptors();
+    const long descriptors = OpenDescriptors();
     uint64_t refused = 0;
     for (uint64_t n = 0;; ++n) {
         const int64_t blocks = LiveBlocks();
@@ -50,7 +50,7 @@ TEST(AllocationFaultsOfLoading, ReachTheCallerWithNothingTouched) {
     const Folder folder;
     const std::string path = folder.File("file");
     ASSERT_EQ(SaveRWH(Noise(16).data(), PIXEL_FORMAT_MONO8, 4, 4, path.c_str()), UTL_STS_SUCCESS);
-    const int descriptors = OpenDescriptors();
+    const long descriptors = OpenDescriptors();
     uint64_t refused = 0;
     uint8_t* frame = nullptr;
     for (uint64_t n = 0;; ++n) {

@@ -59,7 +59,7 @@ class MallocFaults : public testing::Test {
 };
 
 TEST_F(MallocFaults, RefusalIsAReadErrorAndLeavesTheFrameNull) {
-    const int descriptors = OpenDescriptors();
+    const long descriptors = OpenDescriptors();
     uint8_t* frame = nullptr;
     refuse = true;
     const UtlStatus status = Load(&frame);

@@ -43,7 +43,7 @@ class OpenFaults : public testing::Test {
     void TearDown() override { EXPECT_EQ(OpenDescriptors(), descriptors_); }
 
     Folder folder_;
-    int descriptors_ = 0;
+    long descriptors_ = 0;
     int64_t blocks_ = 0;
 };
 

@@ -64,7 +64,7 @@ class ReadFaults : public testing::Test {
 };
 
 TEST_F(ReadFaults, FileOfEveryLength) {
-    const int descriptors = OpenDescriptors();
+    const long descriptors = OpenDescriptors();
     block_.resize(kDataBytes);
     for (size_t length = 0; length <= complete_.size(); ++length) {
         WriteWhole(path_, {complete_.begin(), complete_.begin() + static_cast<ptrdiff_t>(length)});
@@ -86,7 +86,7 @@ TEST_F(ReadFaults, LongFileGivesOnlyWhatTheHeaderSays) {
 
 TEST_F(ReadFaults, ReadingFailsAtEveryByte) {
     WriteWhole(path_, complete_);
-    const int descriptors = OpenDescriptors();
+    const long descriptors = OpenDescriptors();
     for (size_t readable = 0; readable < complete_.size(); ++readable) {
         UtlStatus status = 0;
         {

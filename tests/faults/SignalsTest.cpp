@@ -49,7 +49,7 @@ class Signals : public testing::Test {
     Folder folder_;
     const std::string fifo_ = folder_.File("fifo");
     const ByteVector picture_ = Noise(size_t{kWidth} * kHeight * 4);
-    int descriptors_ = 0;
+    long descriptors_ = 0;
 };
 
 /// Arguments of the threads that get cancelled, and what they did before.

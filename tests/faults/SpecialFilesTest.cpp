@@ -28,7 +28,7 @@ class SpecialFiles : public testing::Test {
 
     Folder folder_;
     const ByteVector picture_ = Noise(size_t{kWidth} * kHeight * 4);
-    int descriptors_ = 0;
+    long descriptors_ = 0;
 };
 
 /// Everything that comes out of a FIFO until its last writer is gone.

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <VexaCamUtl.h>
-#include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -18,6 +17,8 @@
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include "Descriptors.h"
 
 namespace Faults {
 
@@ -60,19 +61,6 @@ inline void WriteWhole(const std::string& path, const ByteVector& content) {
     ASSERT_GE(file, 0);
     ASSERT_EQ(::syscall(SYS_write, file, content.data(), content.size()), static_cast<long>(content.size()));
     ::close(file);
-}
-
-inline int OpenDescriptors() {
-    DIR* folder = ::opendir("/proc/self/fd");
-    if (folder == nullptr) {
-        return -1;
-    }
-    int count = 0;
-    while (::readdir(folder) != nullptr) {
-        ++count;
-    }
-    ::closedir(folder);
-    return count;
 }
 
 /// Bytes without a period that a row, a header or a buffer could have.

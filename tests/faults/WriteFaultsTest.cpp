@@ -39,7 +39,7 @@ class WriteFaults : public testing::TestWithParam<Writer> {
 
     /// Saves while the plan is in force and checks status, descriptors and memory; the file is left for the caller.
     void SaveUnder(const Plan& plan, PictureSize size) {
-        const int descriptors = OpenDescriptors();
+        const long descriptors = OpenDescriptors();
         const int64_t blocks = LiveBlocks();
         UtlStatus status = 0;
         {
@@ -115,7 +115,7 @@ TEST_P(WriteFaults, FileSizeLimitStopsItAtEveryByte) {
 }
 
 TEST_P(WriteFaults, DeviceWithoutRoom) {
-    const int descriptors = OpenDescriptors();
+    const long descriptors = OpenDescriptors();
     EXPECT_EQ(GetParam().save(picture_.data(), kLarge.width, kLarge.height, "/dev/full"), UTL_STS_SUCCESS);
     EXPECT_EQ(OpenDescriptors(), descriptors);
 }
