@@ -1,0 +1,20 @@
+/* SPDX-License-Identifier: MIT
+ * Copyright (c) the Vexa camera utility library authors
+ *
+ * A translation unit that includes the header twice and uses it the way a C or C++ program does; compiled by every
+ * compiler at hand in several language versions, with warnings as errors.
+ */
+#include <VexaCamUtl.h>
+#include <VexaCamUtl.h>
+
+UtlStatus convert_with_getter(void* dst, const void* src, uint32_t width, uint32_t height);
+
+UtlStatus convert_with_getter(void* dst, const void* src, uint32_t width, uint32_t height)
+{
+    ConverterFunc converter = GetBGRAConverter(PIXEL_FORMAT_BAYER_RG8, 1);
+    if (SetBayerConvMode(BAYER_CONV_MODE_ACPI) != UTL_STS_SUCCESS || converter == 0)
+        return UTL_STS_INVALID_PARAMETER;
+    if (BitPerPixel(PIXEL_FORMAT_YUV411_8_UYYVYY) != 12 || IsPixelBayer(PIXEL_FORMAT_RGB8))
+        return ConvImage(CONV_DST_BGR, PIXEL_FORMAT_MONO8, 0, dst, src, width, height);
+    return converter(dst, src, width, height);
+}
