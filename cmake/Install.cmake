@@ -11,8 +11,6 @@
 # Every path inside the installed files is relative to the file itself, so that the tree may be moved afterwards.
 include(CMakePackageConfigHelpers)
 
-set(VEXACAMUTL_PYTHON_DIR lib/python3/dist-packages CACHE PATH
-  "Where the Python package goes, below the prefix or absolute; empty: it is not installed")
 set(cmake_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VexaCamUtl)
 
 install(TARGETS VexaCamUtl
@@ -56,6 +54,12 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/vexacamutl.pc.in ${PROJECT_BINARY_DIR}/
 install(FILES ${PROJECT_BINARY_DIR}/vexacamutl.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
+
+# The program finds the library of its own tree, wherever that is; in /usr the loader does.
+if(TARGET vexacamutl AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  file(RELATIVE_PATH to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set_target_properties(vexacamutl PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")
+endif()
 
 if(VEXACAMUTL_PYTHON_DIR)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/vexacamutl

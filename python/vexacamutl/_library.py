@@ -5,7 +5,7 @@
 The library is looked for in this order; the first that is there is taken:
 
 1. the file that the environment variable VEXACAMUTL_LIBRARY names (and nothing else, when it is set),
-2. libVexaCamUtl_64.so.1 in the folder of this package,
+2. libVexaCamUtl_64.so.1 in the folder of this package, or in the lib folder of the tree that it was installed into,
 3. libVexaCamUtl_64.so.1 as the loader finds it: LD_LIBRARY_PATH, ldconfig's cache, /usr/lib.
 
 ctypes.CDLL lets go of the interpreter's lock during every call, so other threads run meanwhile.
@@ -14,6 +14,7 @@ from __future__ import annotations
 
 import ctypes
 import os
+import sysconfig
 from pathlib import Path
 from typing import Any
 
@@ -99,8 +100,12 @@ def _candidates() -> list[str]:
     named = os.environ.get(ENVIRONMENT_VARIABLE)
     if named:
         return [named]
-    beside = Path(__file__).resolve().parent / FILE_NAME
-    return ([str(beside)] if beside.exists() else []) + [FILE_NAME]
+    package = Path(__file__).resolve().parent
+    folders = [package]
+    # PREFIX/lib/python3/dist-packages/vexacamutl
+    if len(package.parents) > 2 and package.parents[2].name == "lib":
+        folders += [package.parents[2], package.parents[2] / (sysconfig.get_config_var("MULTIARCH") or "")]
+    return [str(folder / FILE_NAME) for folder in folders if (folder / FILE_NAME).exists()] + [FILE_NAME]
 
 
 def _open() -> ctypes.CDLL:

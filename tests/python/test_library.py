@@ -7,6 +7,7 @@ import os
 import shutil
 import subprocess
 import sys
+import sysconfig
 from pathlib import Path
 
 import pytest
@@ -46,6 +47,15 @@ def test_beside_the_package(tmp_path):
     shutil.copytree(PACKAGE, tmp_path / "vexacamutl")
     shutil.copy(BUILT, tmp_path / "vexacamutl" / FILE_NAME)
     assert run(PRINT_LIBRARY, tmp_path).stdout.strip() == str(tmp_path / "vexacamutl" / FILE_NAME)
+
+
+@pytest.mark.parametrize("folder", ["lib", f"lib/{sysconfig.get_config_var('MULTIARCH')}"])
+def test_in_the_same_tree(tmp_path, folder):
+    modules = tmp_path / "lib" / "python3" / "dist-packages"
+    shutil.copytree(PACKAGE, modules / "vexacamutl")
+    (tmp_path / folder).mkdir(exist_ok=True)
+    shutil.copy(BUILT, tmp_path / folder)
+    assert run(PRINT_LIBRARY, modules).stdout.strip() == str(tmp_path / folder / FILE_NAME)
 
 
 def test_by_the_loader(tmp_path):
