@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Everything that the handlers touch is lock-free, and every call in them is async-signal-safe.
+// See Cleanup.h.
 #include "Cleanup.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
-#include <array>
-#include <atomic>
 #include <csignal>
+#include <set>
 #include <string_view>
+#include <thread>
 
 #include "Failure.h"
 
@@ -17,61 +18,75 @@ namespace VexaTool {
 
 namespace {
 
-/// One slot a thread that may be writing; more than the program starts.
-constinit std::array<std::atomic<const char*>, 512> s_unfinished = {};
-static_assert(std::atomic<const char*>::is_always_lock_free);
+std::mutex s_names;
+std::set<std::string> s_unfinished;
 
-void RemoveUnfinished() {
-    for (auto& slot : s_unfinished) {
-        const char* path = slot.load();
-        if (path != nullptr) {
-            unlink(path);
-        }
+/// The lock is never given back: no other thread names a file from here on.
+void RemoveUnfinishedForGood() {
+    s_names.lock();
+    for (const std::string& path : s_unfinished) {
+        unlink(path.c_str());
     }
 }
 
-void EndBySignal(int number) {
-    RemoveUnfinished();
-    std::signal(number, SIG_DFL);
-    std::raise(number);
-}
-
+/// The thread that faults was reading pixels, so it holds no lock itself.
 void EndByShrunkInput(int /*number*/) {
     static constexpr std::string_view kLine = "vexacamutl: an input file became shorter while it was read\n";
-    RemoveUnfinished();
+    RemoveUnfinishedForGood();
     [[maybe_unused]] const auto written = write(STDERR_FILENO, kLine.data(), kLine.size());
     _exit(static_cast<int>(ExitCode::kInput));
 }
 
-}  // namespace
-
-void InstallSignalHandlers() {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
-        // What the parent ignores stays ignored (nohup).
-        if (std::signal(number, EndBySignal) == SIG_IGN) {
-            std::signal(number, SIG_IGN);
+/// Those that end the program; what the parent ignores stays ignored (nohup).
+sigset_t EndingSignals() {
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action = {};
+        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&ending, number);
         }
     }
+    return ending;
+}
+
+}  // namespace
+
+void InstallSignalHandling() {
+    const sigset_t ending = EndingSignals();
+    pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+    std::thread([ending] {
+        int number = 0;
+        if (sigwait(&ending, &number) == 0) {
+            EndBySignal(number);
+        }
+    }).detach();
     std::signal(SIGBUS, EndByShrunkInput);
+    std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-void RememberUnfinished(const char* path) {
-    for (auto& slot : s_unfinished) {
-        const char* expected = nullptr;
-        if (slot.compare_exchange_strong(expected, path)) {
-            return;
-        }
-    }
+void EndBySignal(int number) {
+    RemoveUnfinishedForGood();
+    std::signal(number, SIG_DFL);
+    sigset_t only;
+    sigemptyset(&only);
+    sigaddset(&only, number);
+    pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
+    std::raise(number);
+    _exit(static_cast<int>(ExitCode::kOutput));  // not reached: the signal has ended the program
 }
 
-void ForgetUnfinished(const char* path) {
-    for (auto& slot : s_unfinished) {
-        const char* expected = path;
-        if (slot.compare_exchange_strong(expected, nullptr)) {
-            return;
-        }
-    }
+std::unique_lock<std::mutex> LockNames() {
+    return std::unique_lock(s_names);
+}
+
+void RememberUnfinished(const std::string& path) {
+    s_unfinished.insert(path);
+}
+
+void ForgetUnfinished(const std::string& path) {
+    s_unfinished.erase(path);
 }
 
 }  // namespace VexaTool

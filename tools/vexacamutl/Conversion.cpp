@@ -149,13 +149,16 @@ bool IsRawFile(const fs::directory_entry& entry) {
 }
 
 /// Folders are replaced by the raw frames in them.
-std::vector<std::string> WithoutFolders(const std::vector<std::string>& inputs) {
+std::vector<std::string> WithoutFolders(const ConversionOptions& options) {
     std::vector<std::string> files;
-    for (const std::string& input : inputs) {
+    for (const std::string& input : options.inputs) {
         std::error_code error;
         if (input == "-" || !fs::is_directory(input, error)) {
             files.push_back(input);
             continue;
+        }
+        if (options.outputDir.empty()) {
+            throw Failure(ExitCode::kUsage, input + " is a folder; give --output-dir for the results");
         }
         std::vector<std::string> found;
         for (const fs::directory_entry& entry : fs::directory_iterator(input, error)) {
@@ -187,7 +190,7 @@ void MakeFolder(const std::string& folder) {
 
 void RunConversion(const ConversionOptions& given) {
     ConversionOptions options = given;
-    options.inputs = WithoutFolders(given.inputs);
+    options.inputs = WithoutFolders(given);
     if (!options.outputDir.empty()) {
         MakeFolder(options.outputDir);
     }

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <utility>
@@ -42,9 +43,9 @@ std::string ResolveLinks(const std::string& path) {
 
 }  // namespace
 
-OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
+OutputFile::OutputFile(std::string path) : given_(std::move(path)), path_(given_) {
     struct stat status = {};
-    if (path_ == "-") {
+    if (given_ == "-") {
         fd_ = STDOUT_FILENO;
         direct_ = true;
     } else if (stat(path_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
@@ -52,7 +53,7 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
         direct_ = true;
     } else {
         path_ = ResolveLinks(path_);
-        OpenUnnamed();
+        OpenUnfinished();
     }
     if (fd_ < 0) {
         Fail(errno);
@@ -64,28 +65,28 @@ OutputFile::~OutputFile() {
         close(fd_);
     }
     if (!temporary_.empty()) {
+        const auto lock = LockNames();
         unlink(temporary_.c_str());
-        ForgetUnfinished(temporary_.c_str());
+        ForgetUnfinished(temporary_);
     }
 }
 
 void OutputFile::Fail(int error) const {
     throw Failure(ExitCode::kOutput,
-                  "cannot write " + (path_ == "-" ? "standard output" : path_) + ": " + SystemMessage(error));
+                  "cannot write " + (given_ == "-" ? "standard output" : given_) + ": " + SystemMessage(error));
 }
 
-void OutputFile::OpenUnnamed() {
+void OutputFile::OpenUnfinished() {
     fd_ = open(FolderOf(path_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kFileMode);
     if (fd_ >= 0) {
         return;
     }
-    temporary_ = TemporaryNameFor(path_);
-    RememberUnfinished(temporary_.c_str());
-    fd_ = open(temporary_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, kFileMode);
-    if (fd_ < 0) {
-        const int error = errno;
-        ForgetUnfinished(temporary_.c_str());
-        Fail(error);
+    const std::string name = TemporaryNameFor(path_);
+    const auto lock = LockNames();
+    fd_ = open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, kFileMode);
+    if (fd_ >= 0) {
+        temporary_ = name;
+        RememberUnfinished(name);
     }
 }
 
@@ -94,23 +95,20 @@ void OutputFile::Write(Bytes bytes) {
         const ssize_t written = write(fd_, bytes.data(), bytes.size());
         if (written >= 0) {
             bytes = bytes.subspan(static_cast<size_t>(written));
+        } else if (errno == EPIPE) {
+            EndBySignal(SIGPIPE);  // the reader has seen enough; that is no error worth a line
         } else if (errno != EINTR) {
             Fail(errno);
         }
     }
 }
 
-void OutputFile::Replace(const std::string& temporary) {
-    if (std::rename(temporary.c_str(), path_.c_str()) != 0) {
-        Fail(errno);
-    }
-}
-
-void OutputFile::NameIt() {
+void OutputFile::NameAnonymous() {
     const std::string anonymous = "/proc/self/fd/" + std::to_string(fd_);
     const auto link = [&](const std::string& name) {
         return linkat(AT_FDCWD, anonymous.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
     };
+    const auto lock = LockNames();
     if (link(path_)) {
         return;
     }
@@ -118,12 +116,15 @@ void OutputFile::NameIt() {
     if (errno != EEXIST) {
         Fail(errno);
     }
-    temporary_ = TemporaryNameFor(path_);
-    RememberUnfinished(temporary_.c_str());
-    if (!link(temporary_)) {
+    const std::string name = TemporaryNameFor(path_);
+    if (!link(name)) {
         Fail(errno);
     }
-    Replace(temporary_);
+    if (std::rename(name.c_str(), path_.c_str()) != 0) {
+        const int error = errno;
+        unlink(name.c_str());
+        Fail(error);
+    }
 }
 
 void OutputFile::Commit() {
@@ -131,12 +132,13 @@ void OutputFile::Commit() {
         return;
     }
     if (temporary_.empty()) {
-        NameIt();
+        NameAnonymous();
     } else {
-        Replace(temporary_);
-    }
-    if (!temporary_.empty()) {
-        ForgetUnfinished(temporary_.c_str());
+        const auto lock = LockNames();
+        if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
+            Fail(errno);
+        }
+        ForgetUnfinished(temporary_);
         temporary_.clear();
     }
     if (close(std::exchange(fd_, -1)) != 0) {

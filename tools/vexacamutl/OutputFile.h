@@ -31,11 +31,11 @@ class OutputFile {
 
   private:
     [[noreturn]] void Fail(int error) const;
-    void OpenUnnamed();
-    void NameIt();
-    void Replace(const std::string& temporary);
+    void OpenUnfinished();
+    void NameAnonymous();
 
-    std::string path_;
+    std::string given_;      ///< the path as the user knows it
+    std::string path_;       ///< where the file really goes
     std::string temporary_;  ///< the hidden name, while the unfinished file has one
     int fd_ = -1;
     bool direct_ = false;

@@ -210,7 +210,8 @@ OutputKind OutputKindOf(const std::string& path) {
 }
 
 const char* ExtensionOf(OutputKind kind) {
-    return std::find_if(std::begin(kKinds), std::end(kKinds), [kind](const OutputKindName& k) { return k.kind == kind; })
+    return std::find_if(std::begin(kKinds), std::end(kKinds),
+                        [kind](const OutputKindName& k) { return k.kind == kind; })
         ->name;
 }
 

@@ -48,9 +48,25 @@ std::string HelpHint(const CLI::App& app) {
     return " (see: vexacamutl " + (verbs.empty() ? std::string() : verbs[0]->get_name() + " ") + "--help)";
 }
 
+/// Says so by name, where the parser would only miss a verb.
+void RefuseUnknownVerb(const CLI::App& app, int argc, char** argv) {
+    if (argc < 2 || argv[1][0] == '-') {
+        return;
+    }
+    std::string verbs;
+    for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (verb->get_name() == argv[1]) {
+            return;
+        }
+        verbs += (verbs.empty() ? "" : ", ") + verb->get_name();
+    }
+    throw Failure(ExitCode::kUsage, "unknown verb '" + std::string(argv[1]) + "'; the verbs are " + verbs);
+}
+
 int Run(int argc, char** argv) {
     CLI::App app("Raw frames of industrial cameras to pictures, and back into order.", "vexacamutl");
     Declare(app);
+    RefuseUnknownVerb(app, argc, argv);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {
@@ -69,7 +85,7 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
-        InstallSignalHandlers();
+        InstallSignalHandling();
         PrepareLUT();
         return Run(argc, argv);
     } catch (const Failure& failure) {

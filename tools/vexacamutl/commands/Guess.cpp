@@ -109,11 +109,26 @@ std::vector<PixelFormat> Candidates(const RawShape& shape, size_t bytes) {
     return candidates;
 }
 
-/// "BayerRG8", with a star when the file is exactly one such frame, or a word on why there is no picture.
+/// "BayerRG8", and what the length of the file says about it.
 std::string Label(const RawShape& shape, size_t bytes) {
     const size_t wanted = shape.FrameBytes();
-    const char* remark = bytes == wanted ? " = LENGTH FITS" : bytes < wanted ? " (FILE TOO SHORT)" : "";
+    const char* remark = bytes == wanted ? " = LENGTH FITS" : bytes < wanted ? " (TOP PART)" : "";
     return std::string(shape.format->name) + remark;
+}
+
+/// The frame, or as many whole row pairs of it as the file holds.
+Picture Tile(Renderer& renderer, RawShape shape, Bytes content, uint32_t factor) {
+    const size_t rows = content.size() * 8 / BitPerPixel(shape.format->code) / shape.width;
+    if (rows < shape.height) {
+        shape.height = static_cast<uint32_t>(rows / 2 * 2);
+    }
+    const bool wholeGroups = shape.format->kind != Kind::kYuv || shape.Pixels() % 4 == 0;
+    if (shape.height < factor || !wholeGroups) {
+        return {};
+    }
+    Picture picture;
+    renderer.Render(shape, content.first(shape.FrameBytes()), {}, picture);
+    return Shrunk(picture, factor);
 }
 
 void Run(const Arguments& arguments) {
@@ -122,7 +137,7 @@ void Run(const Arguments& arguments) {
     shape.format = FindFormat(PIXEL_FORMAT_MONO8);
     CheckShape(shape, arguments.input);
     const OutputKind kind = OutputKindOf(arguments.output);
-    if (IsFrameKind(kind) || kind == OutputKind::kPgm) {
+    if (IsFrameKind(kind) || kind == OutputKind::kPgm || IsAppendable(kind)) {
         throw Failure(ExitCode::kUsage, "the contact sheet is a colour picture; choose png, ppm or bmp");
     }
     const MappedFile file(arguments.input);
@@ -137,15 +152,9 @@ void Run(const Arguments& arguments) {
     const std::vector<PixelFormat> candidates = Candidates(shape, content.size());
     ContactSheet sheet(shape.width / factor, shape.height / factor, candidates.size());
     Renderer renderer;
-    Picture picture;
     for (const PixelFormat code : candidates) {
         shape.format = FindFormat(code);
-        const bool whole = shape.Pixels() % 4 == 0 || shape.format->kind != Kind::kYuv;
-        const bool shown = content.size() >= shape.FrameBytes() && whole;
-        if (shown) {
-            renderer.Render(shape, content.first(shape.FrameBytes()), {}, picture);
-        }
-        sheet.Add(shown ? Shrunk(picture, factor) : Picture(), Label(shape, content.size()));
+        sheet.Add(Tile(renderer, shape, content, factor), Label(shape, content.size()));
         if (content.size() == shape.FrameBytes()) {
             std::printf("%s has the length of one frame\n", shape.Text().c_str());
         }

@@ -1,0 +1,56 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+#
+# How the tests run the program: `tool(...)` in the test's own empty folder.
+import os
+import subprocess
+
+import pytest
+
+PROGRAM = os.environ["VEXACAMUTL"]
+
+
+class Tool:
+    def __init__(self, folder):
+        self.folder = folder
+
+    def __call__(self, *arguments, stdin=b"", **options):
+        """Runs the program to its end. The result has returncode, stdout (bytes) and stderr (text)."""
+        done = subprocess.run([PROGRAM, *map(str, arguments)], cwd=self.folder, input=stdin,
+                              capture_output=True, timeout=120, check=False, **options)
+        done.stderr = done.stderr.decode()
+        return done
+
+    def good(self, *arguments, stdin=b"", **options):
+        """As a call, for runs that have to succeed without a word on standard error. Returns standard output."""
+        done = self(*arguments, stdin=stdin, **options)
+        assert (done.returncode, done.stderr) == (0, "")
+        return done.stdout
+
+    def bad(self, code, *arguments, stdin=b"", **options):
+        """For runs that have to fail with this code and exactly one line, which is returned without its start."""
+        done = self(*arguments, stdin=stdin, **options)
+        assert done.returncode == code, done.stderr
+        assert done.stderr.startswith("vexacamutl: ") and done.stderr.count("\n") == 1, done.stderr
+        return done.stderr[len("vexacamutl: "):-1]
+
+    def start(self, *arguments, **options):
+        return subprocess.Popen([PROGRAM, *map(str, arguments)], cwd=self.folder, **options)
+
+    def names(self, pattern="*"):
+        """Everything in the folder, hidden files too."""
+        return sorted(str(p.relative_to(self.folder)) for p in [*self.folder.rglob(pattern)] if p.is_file())
+
+    def write(self, name, content):
+        path = self.folder / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content)
+        return path
+
+    def read(self, name):
+        return (self.folder / name).read_bytes()
+
+
+@pytest.fixture
+def tool(tmp_path):
+    return Tool(tmp_path)
