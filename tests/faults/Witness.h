@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -99,6 +100,10 @@ inline const Writer kWriters[] = {
     {"SaveBmpMono_S", [](auto p, auto w, auto h, auto f) { return SaveBmpMono_S(p, w, h, w * 4, f); }, 1126, 1, true},
     {"SaveRWH", [](auto p, auto w, auto h, auto f) { return SaveRWH(p, PIXEL_FORMAT_BGR8, w, h, f); }, 16, 3, false},
 };
+
+inline void PrintTo(const Writer& writer, std::ostream* out) {
+    *out << writer.name;
+}
 
 /// The name of a case of a suite that runs over kWriters.
 inline std::string NameOfWriter(const testing::TestParamInfo<Writer>& info) {

@@ -46,9 +46,13 @@ class Input {
     }
 
     void Fill(uint8_t* data, size_t size) {
-        for (size_t i = 0; i < size; ++i) {
-            data[i] = left_ == 0 ? 0 : static_cast<uint8_t>(bytes_[i % left_] ^ (i / left_));
+        uint8_t twist = 0;
+        for (size_t at = 0; at < size && left_ > 0; ++twist) {
+            for (size_t i = 0; i < left_ && at < size; ++i) {
+                data[at++] = static_cast<uint8_t>(bytes_[i] ^ twist);
+            }
         }
+        std::memset(data, 0, left_ == 0 ? size : 0);
     }
 
     const uint8_t* Rest() const { return bytes_; }
