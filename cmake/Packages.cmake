@@ -81,15 +81,17 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
   ${PROJECT_SOURCE_DIR}/packaging/python/postinst
   ${PROJECT_SOURCE_DIR}/packaging/python/prerm)
 
-# Every package carries its licence and its history.
-set(changelog ${PROJECT_SOURCE_DIR}/packaging/changelog)
-set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${changelog})
-execute_process(COMMAND gzip -9n
-  INPUT_FILE ${changelog} OUTPUT_FILE ${PROJECT_BINARY_DIR}/packaging/changelog.gz COMMAND_ERROR_IS_FATAL ANY)
-foreach(component IN LISTS CPACK_COMPONENTS_ALL)
-  string(TOUPPER ${component} upper)
-  install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright ${PROJECT_BINARY_DIR}/packaging/changelog.gz
-    DESTINATION share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME} COMPONENT ${component})
-endforeach()
+# Every package carries its licence and its history, under its own name; other installs don't.
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(changelog ${PROJECT_SOURCE_DIR}/packaging/changelog)
+  set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${changelog})
+  execute_process(COMMAND gzip -9n
+    INPUT_FILE ${changelog} OUTPUT_FILE ${PROJECT_BINARY_DIR}/packaging/changelog.gz COMMAND_ERROR_IS_FATAL ANY)
+  foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+    string(TOUPPER ${component} upper)
+    install(FILES ${PROJECT_SOURCE_DIR}/packaging/copyright ${PROJECT_BINARY_DIR}/packaging/changelog.gz
+      DESTINATION share/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME} COMPONENT ${component})
+  endforeach()
+endif()
 
 include(CPack)
