@@ -5,6 +5,8 @@
 // in a frame, borders included. The row kernels know nothing of borders; every border pixel comes from here.
 #pragma once
 
+#include <algorithm>
+
 #include "convert/Contract.h"
 #include "kernels/plain/Samples.h"
 
@@ -47,9 +49,10 @@ struct Frame {
 
     const uint8_t* Row(size_t r) const { return samples + r * width * Sample::kBytes; }
     uint32_t At(size_t r, size_t c) const { return Sample::At(samples, r * width + c); }
-    /// The rows above and below; where one is missing, the other one stands in, so that means of both stay true.
+    /// The rows above and below; where one is missing, the other one stands in, so that means of both stay true. A
+    /// frame of one row has neither, and nothing reads them there.
     const uint8_t* RowAbove(size_t r) const { return Row(r > 0 ? r - 1 : r + 1); }
-    const uint8_t* RowBelow(size_t r) const { return Row(r + 1 < height ? r + 1 : r - 1); }
+    const uint8_t* RowBelow(size_t r) const { return Row(r + 1 < height ? r + 1 : std::max(r, size_t{1}) - 1); }
 };
 
 /// The colours of one pixel: green, X (the colour that its row holds) and Z (the other one).
