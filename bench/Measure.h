@@ -7,6 +7,9 @@
 // are not timed, so that nobody pays for what the one before did to the caches; a work with large memory of its own,
 // or with non-temporal stores, spoils them for several calls.
 //
+// Everything runs in one thread and waits for nothing, so the clock is that of the thread's processor time: while
+// another process has the processor it stands still.
+//
 //     limit | converter | rival | limit | converter | rival | ...   at least 15 rounds
 #pragma once
 

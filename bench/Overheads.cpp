@@ -28,6 +28,8 @@ namespace {
 
 using namespace Bench;
 
+constexpr SlicePlan kPlan = {15, 0.0005, 0};
+
 void Print(const char* what, const char* isa, const std::string& size, double value, const char* unit) {
     std::printf("\"%s\",%s,%s,%.4g,%s\n", what, isa, size.c_str(), value, unit);
     std::fflush(stdout);
@@ -43,7 +45,7 @@ void MeasureLoad(const char* library) {
                                                            }
                                                            dlclose(handle);
                                                        }},
-                                                       {});
+                                                       kPlan);
     Print("dlopen and dlclose", "", "", timings[0].median * 1e6, "us");
 }
 
@@ -79,7 +81,7 @@ void MeasurePrepareLut() {
     }
     std::sort(first.begin(), first.end());
     Print("PrepareLUT, first call", "", "", first[first.size() / 2] * 1e6, "us");
-    Print("PrepareLUT, later calls", "", "", MeasureByTurns({[] { PrepareLUT(); }}, {})[0].median * 1e6, "us");
+    Print("PrepareLUT, later calls", "", "", MeasureByTurns({[] { PrepareLUT(); }}, kPlan)[0].median * 1e6, "us");
 }
 
 void MeasureSmallest(const Case& it, const Vexa::Kernels::KernelTable& table) {
@@ -89,7 +91,7 @@ void MeasureSmallest(const Case& it, const Vexa::Kernels::KernelTable& table) {
     Vexa::s_psKernels = &table;
     const Work work = [&] { it.run(dst.Data(), src.Data(), size.width, size.height); };
     Print((std::string("call of ") + it.name).c_str(), table.name, size.Text(),
-          MeasureByTurns({work}, {})[0].median * 1e9, "ns");
+          MeasureByTurns({work}, kPlan)[0].median * 1e9, "ns");
 }
 
 /// Whether an instruction set is slower than the plain code on a frame so small that little but the call is left.
@@ -105,7 +107,7 @@ void MeasureSmall(const Case& it, const Vexa::Kernels::KernelTable& table) {
             it.run(dst.Data(), src.Data(), size.width, size.height);
         };
     };
-    const std::vector<Timing> timings = MeasureByTurns({with(Vexa::Kernels::kPlainTable), with(table)}, {});
+    const std::vector<Timing> timings = MeasureByTurns({with(Vexa::Kernels::kPlainTable), with(table)}, kPlan);
     Print((std::string("time / plain time of ") + it.name).c_str(), table.name, size.Text(),
           timings[1].median / timings[0].median, "ratio");
 }
@@ -120,7 +122,7 @@ void MeasureUnaligned(const Case& it, const Vexa::Kernels::KernelTable& table, c
     const auto at = [&](size_t offset) -> Work {
         return [&, to = dst.Data() + offset] { it.run(to, src.Data(), size.width, size.height); };
     };
-    const std::vector<Timing> timings = MeasureByTurns({at(0), at(kMallocOffset)}, {});
+    const std::vector<Timing> timings = MeasureByTurns({at(0), at(kMallocOffset)}, kPlan);
     Print((std::string("time at 16 modulo 64 / time at 0 of ") + it.name).c_str(), table.name, size.Text(),
           timings[1].median / timings[0].median, "ratio");
 }

@@ -79,6 +79,6 @@ def draw(rows: list[dict[str, str]], machine: str, path: Path) -> None:
     shown = [library for library in COLOURS if any(library in shares for _, shares in bars)]
     axes.legend([pyplot.Rectangle((0, 0), 1, 1, color=COLOURS[library]) for library in shown], shown,
                 loc="upper center", bbox_to_anchor=(0.45, 1.045), ncol=len(shown), frameon=False, fontsize=8)
-    figure.text(0.01, 0.002, machine, fontsize=7, color="#555555")
-    figure.tight_layout()
-    figure.savefig(path, metadata={"Date": None})
+    axes.annotate(machine, (0, 0), (0, -32), xycoords="axes fraction", textcoords="offset points", fontsize=7,
+                  color="#555555")
+    figure.savefig(path, metadata={"Date": None}, bbox_inches="tight")
