@@ -11,6 +11,9 @@ namespace Vexa::Kernels {
 namespace Avx2 {
 namespace {
 
+/// Serves what is too short for these registers.
+constexpr const KernelTable& kNarrower = kSseTable;
+
 #include "kernels/lanes/Avx2.inc"
 
 #include "kernels/rows/Runs.inc"

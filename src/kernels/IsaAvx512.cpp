@@ -11,6 +11,9 @@ namespace Vexa::Kernels {
 namespace Avx512 {
 namespace {
 
+/// Serves what is too short for these registers.
+constexpr const KernelTable& kNarrower = kAvx2Table;
+
 #include "kernels/lanes/Avx512.inc"
 
 #include "kernels/rows/Runs.inc"

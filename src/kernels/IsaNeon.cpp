@@ -11,6 +11,9 @@ namespace Vexa::Kernels {
 namespace Neon {
 namespace {
 
+/// Serves what is too short for these registers.
+constexpr const KernelTable& kNarrower = kPlainTable;
+
 #include "kernels/lanes/Neon.inc"
 
 #include "kernels/rows/Runs.inc"

@@ -11,6 +11,9 @@ namespace Vexa::Kernels {
 namespace Sse {
 namespace {
 
+/// Serves what is too short for these registers.
+constexpr const KernelTable& kNarrower = kPlainTable;
+
 #include "kernels/lanes/Sse.inc"
 
 #include "kernels/rows/Runs.inc"
