@@ -31,7 +31,7 @@ namespace {
 
 using namespace Bench;
 
-constexpr SlicePlan kPlan = {41, 0.001, 0};
+constexpr SlicePlan kPlan = {41, 0.001, 0, 1};
 
 class Descriptor {
   public:

@@ -21,12 +21,12 @@ double ThreadSeconds() {
     return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
-/// Calls that are not timed: at least one, and as many as fit in the time.
-void WarmUp(const Work& work, double seconds) {
+/// Calls that are not timed: at least as many as the plan wants, and for as long as it wants.
+void WarmUp(const Work& work, const SlicePlan& plan) {
     double spent = 0;
-    do {
+    for (unsigned calls = 0; calls < plan.warmCalls || spent < plan.warmSeconds; ++calls) {
         spent += SecondsFor(work, 1);
-    } while (spent < seconds);
+    }
 }
 
 /// How many calls fill a slice. The doubling warms the caches too.
@@ -81,7 +81,7 @@ std::vector<Timing> MeasureByTurns(const std::vector<Work>& works, const SlicePl
     std::vector<std::vector<double>> slices(works.size());
     for (unsigned s = 0; s < plan.slices; ++s) {
         for (size_t i = 0; i < works.size(); ++i) {
-            WarmUp(works[i], plan.warmSeconds);
+            WarmUp(works[i], plan);
             slices[i].push_back(SecondsFor(works[i], calls[i]) / static_cast<double>(calls[i]));
         }
     }

@@ -46,7 +46,8 @@ struct Timing {
 struct SlicePlan {
     unsigned slices = 15;
     double sliceSeconds = 0.001;  ///< each slice repeats its work for about this long, at least once
-    double warmSeconds = 0;       ///< calls before each slice that are not timed: at least one
+    double warmSeconds = 0;       ///< before each slice, calls that are not timed: for as long as this
+    unsigned warmCalls = 1;       ///< and at least so many
 };
 
 using Work = std::function<void()>;

@@ -28,7 +28,7 @@ namespace {
 
 using namespace Bench;
 
-constexpr SlicePlan kPlan = {15, 0.0005, 0};
+constexpr SlicePlan kPlan = {15, 0.0005, 0, 1};
 
 void Print(const char* what, const char* isa, const std::string& size, double value, const char* unit) {
     std::printf("\"%s\",%s,%s,%.4g,%s\n", what, isa, size.c_str(), value, unit);

@@ -65,20 +65,20 @@ def draw(rows: list[dict[str, str]], machine: str, path: Path) -> None:
             if library in shares:
                 axes.barh(y, shares[library], height=0.9, color=COLOURS[library])
                 axes.text(shares[library] + 0.8, y, f"{shares[library]:.0f}", va="center", fontsize=7,
-                          color="#333333")
+                          color="#333333", clip_on=True)
                 y += 1
         ticks.append(((top + y - 1) / 2, label))
         y += 0.8
     axes.set_yticks([position for position, _ in ticks], [label for _, label in ticks])
-    axes.invert_yaxis()
+    axes.set_ylim(y - 0.8, -1)
     axes.axvline(100, color="#555555", linewidth=0.8)
-    axes.set_xlim(0, 118)
+    axes.set_xlim(0, 112)
     axes.set_xlabel(f"percent of the speed that memory allows, {HEADLINE_SIZE}, one thread (longer is better)")
     for side in ("top", "right"):
         axes.spines[side].set_visible(False)
     shown = [library for library in COLOURS if any(library in shares for _, shares in bars)]
     axes.legend([pyplot.Rectangle((0, 0), 1, 1, color=COLOURS[library]) for library in shown], shown,
-                loc="upper center", bbox_to_anchor=(0.45, 1.045), ncol=len(shown), frameon=False, fontsize=8)
-    axes.annotate(machine, (0, 0), (0, -32), xycoords="axes fraction", textcoords="offset points", fontsize=7,
+                loc="upper center", bbox_to_anchor=(0.45, 1.05), ncol=len(shown), frameon=False, fontsize=8)
+    axes.annotate(machine, (0, 0), (0, -44), xycoords="axes fraction", textcoords="offset points", fontsize=7,
                   color="#555555")
     figure.savefig(path, metadata={"Date": None}, bbox_inches="tight")
