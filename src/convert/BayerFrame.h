@@ -173,6 +173,9 @@ template <class Sample, class Phase, Kernels::Layout layout, class RowKernel>
 void DemosaicBilinear(uint8_t* dst, const Frame<Sample>& frame, const Kernels::MeanReduction& mean,
                       RowKernel rowKernel) {
     const size_t width = frame.width;
+    if (width == 0) {
+        return;  // whatever the height claims, there is nothing to walk through
+    }
     for (size_t r = 0; r < frame.height; ++r) {
         const RowKind kind = r % 2 == 0 ? Phase::kEvenRow : Phase::kOddRow;
         uint8_t* dstRow = dst + r * width * Kernels::kBytesPerPixel<layout>;
