@@ -155,8 +155,8 @@ void AppendRows(BlockWriter& writer, const Picture& picture) {
     static constexpr char kZeros[3] = {};
     const size_t rowBytes = size_t{picture.width} * picture.bytesPerPixel;
     const size_t padding = picture.Padding();
-    if (picture.height == 0) {
-        return;  // there is no bottom row to point at
+    if (picture.height == 0 || rowBytes == 0) {
+        return;  // there is no bottom row to point at, or nothing in any of the rows
     }
     const uint8_t* bottomRow = picture.BottomRow();
     for (uint64_t r = 0; r < picture.height; ++r) {

@@ -73,6 +73,9 @@ uint64_t BytesOfPixels(const UnitClass& unit, uint64_t pixels) {
 }
 
 void TurnUpsideDown(uint8_t* dst, const uint8_t* src, uint32_t rowBytes, uint32_t height) {
+    if (rowBytes == 0) {
+        return;  // whatever the height claims
+    }
     // Required: the offset of the last row is a product modulo 2^32.
     const uint8_t* lastRow = src + WrappingProduct32(height - 1, rowBytes);
     for (size_t r = 0; r < height; ++r) {
@@ -84,6 +87,9 @@ void Mirror(uint8_t* dst, const uint8_t* src, const UnitClass& unit, uint32_t wi
     const Kernels::Run reverse = s_psKernels->*unit.reverse;
     const size_t units = width / unit.unitPixels;
     const uint64_t rowBytes = BytesOfPixels(unit, width);
+    if (units == 0) {
+        return;  // whatever the height claims
+    }
     for (uint32_t r = 0; r < height; ++r) {
         reverse(dst, src, units);
         dst += units * unit.unitBytes;
