@@ -59,7 +59,7 @@ using ShiftedBayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8
                                  size_t width, uint32_t shift);
 
 #ifndef VEXACAMUTL_ACPI_STRIP
-#define VEXACAMUTL_ACPI_STRIP 2048
+#define VEXACAMUTL_ACPI_STRIP 4096
 #endif
 /// Columns that ACPI takes at a time; even. Tests build with a small one.
 inline constexpr size_t kAcpiStripColumns = VEXACAMUTL_ACPI_STRIP;
