@@ -9,7 +9,7 @@
 PACKAGES_BUILD=(cmake ninja-build g++ pkg-config libcli11-dev libpng-dev)
 PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-dev libusb-1.0-0-dev
     libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
-    python3 python3-numpy python3-pytest python3-matplotlib dpkg-dev fakeroot file)
+    python3 python3-numpy python3-pytest python3-matplotlib mypy dpkg-dev fakeroot file)
 PACKAGES_DOCS=(doxygen python3)
 PACKAGES_BENCH=(libbenchmark-dev valgrind libyuv-dev libdc1394-dev libswscale-dev libavutil-dev
     libopencv-core-dev libopencv-imgproc-dev libgstreamer1.0-dev gstreamer1.0-plugins-bad python3-matplotlib)
