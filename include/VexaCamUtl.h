@@ -106,6 +106,11 @@
  * let the first call of PrepareLUT return before other threads start the
  * conversions that need it. Nothing has to be shut down.
  *
+ * Memory. No function but LoadRWH hands out memory, and none keeps any. What a
+ * call needs beside its buffers does not grow with the picture: a few hundred
+ * bytes of stack, about 50 KiB in the ACPI converters, 64 KiB in the bitmap
+ * writers.
+ *
  * Exceptions. Converters, queries and ReverseImg never throw and never
  * allocate. The file functions may let an exception of the C++ runtime pass to
  * the caller (std::bad_alloc while the stream is set up); each says when.
