@@ -51,12 +51,12 @@ TEST_F(BmpWriter, GreyHeaderPaletteAndRowsByteForByte) {
     const Bytes file = Saved(kVariants[2], {1, 2, 3, 4}, 2, 2);
     ASSERT_EQ(file.size(), 1134u);
     const Bytes header = {
-        'B',  'M',  0x6E, 4, 0, 0, 0, 0, 0,    0,    0, 0, 0, 0, 0x66, 4, 0, 0, 0, 0, 0, 0,  // 1134 bytes, pixels at
-                                                                                             // 1126
-        80,   0,    0,    0, 0, 0, 0, 0, 2,    0,    0, 0, 0, 0, 0,    0, 2, 0, 0, 0, 0, 0, 0, 0,  //
-        1,    0,    8,    0, 0, 0, 0, 0, 0,    0,    0, 0, 0, 0, 0,    0, 8, 0, 0, 0, 0, 0, 0, 0,  //
-        0x00, 0x71, 2,    0, 0, 0, 0, 0, 0x00, 0x71, 2, 0, 0, 0, 0,    0,  // 160000 pixels a metre
-        0,    1,    0,    0, 0, 0, 0, 0, 0,    1,    0, 0, 0, 0, 0,    0,  // 256 entries
+        'B', 'M', 0x6E, 4, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x66, 4, 0, 0, 0, 0, 0, 0,  // 1134 bytes, pixels at
+                                                                                     // 1126
+        80, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0,     //
+        1, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 8, 0, 0, 0, 0, 0, 0, 0,      //
+        0x00, 0x71, 2, 0, 0, 0, 0, 0, 0x00, 0x71, 2, 0, 0, 0, 0, 0,                  // 160000 pixels a metre
+        0, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0,                              // 256 entries
     };
     EXPECT_EQ(Slice(file, 0, 102), header);
     for (uint32_t i = 0; i < 256; ++i) {
@@ -87,6 +87,21 @@ TEST_F(BmpWriter, EverySmallSizeOfEveryVariant) {
                     << variant.bits << " bits " << width << " x " << height;
             }
         }
+    }
+}
+
+TEST_F(BmpWriter, PicturesLargerThanAnyBuffer) {
+    const Bytes picture = Counting(size_t{301} * 211 * 4);
+    for (const Variant& variant : kVariants) {
+        EXPECT_TRUE(Saved(variant, picture, 301, 211) ==
+                    Oracle::BitmapFile(variant.bits, picture.data(), 301, 211, size_t{301} * variant.bits / 8))
+            << variant.bits;
+        ASSERT_EQ(variant.writeWithStride(picture.data(), 199, 150, 1234, Path().c_str()), UTL_STS_SUCCESS);
+        EXPECT_TRUE(Read(Path()) == Oracle::BitmapFile(variant.bits, picture.data(), 199, 150, 1234)) << variant.bits;
+        // One row longer than 64 KiB.
+        EXPECT_TRUE(Saved(variant, picture, 63000, 1) ==
+                    Oracle::BitmapFile(variant.bits, picture.data(), 63000, 1, size_t{63000} * variant.bits / 8))
+            << variant.bits;
     }
 }
 
@@ -138,6 +153,32 @@ TEST_F(BmpWriter, ImageSizesWrapModulo2To32) {
     ASSERT_EQ(SaveBmpARGB_S(pixel, 0xFFFFFFFF, 0, 0, Path().c_str()), UTL_STS_SUCCESS);
     EXPECT_EQ(Slice(Read(Path()), 30, 46), (Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
     EXPECT_EQ(Slice(Read(Path()), 62, 70), Bytes(8, 0));
+}
+
+TEST_F(BmpWriter, OnlyGreyPicturesFindTheirBottomRowModulo2To32) {
+    // Rows 2 GiB apart: two of them are 2^32 bytes, of which a grey picture keeps nothing. Only the pages that a row
+    // may start in can be read.
+    constexpr size_t kGiB = size_t{1} << 30;
+    void* reserved = mmap(nullptr, 9 * kGiB, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (reserved == MAP_FAILED) {
+        GTEST_SKIP() << "no address space to reserve";
+    }
+    auto* base = static_cast<uint8_t*>(reserved);
+    for (size_t i = 0; i <= 4; ++i) {
+        ASSERT_EQ(mprotect(base + i * 2 * kGiB, 4096, PROT_READ | PROT_WRITE), 0);
+        std::fill_n(base + i * 2 * kGiB, 4, static_cast<uint8_t>(10 + i));
+    }
+    const uint8_t* picture = base + 4 * kGiB;
+    ASSERT_EQ(SaveBmpMono_S(picture, 4, 3, 0x80000000, Path().c_str()), UTL_STS_SUCCESS);
+    Bytes file = Read(Path());
+    EXPECT_EQ(Slice(file, 1126, file.size()), (Bytes{12, 12, 12, 12, 11, 11, 11, 11, 10, 10, 10, 10}));
+    ASSERT_EQ(SaveBmpARGB_S(picture, 1, 3, 0x80000000, Path().c_str()), UTL_STS_SUCCESS);
+    file = Read(Path());
+    EXPECT_EQ(Slice(file, 102, file.size()), (Bytes{14, 14, 14, 14, 13, 13, 13, 13, 12, 12, 12, 12}));
+    ASSERT_EQ(SaveBmpRGB_S(picture, 1, 3, 0x80000000, Path().c_str()), UTL_STS_SUCCESS);
+    file = Read(Path());
+    EXPECT_EQ(Slice(file, 102, file.size()), (Bytes{14, 14, 14, 0, 13, 13, 13, 0, 12, 12, 12, 0}));
+    munmap(reserved, 9 * kGiB);
 }
 
 TEST_F(BmpWriter, ANullPictureTouchesNoFile) {

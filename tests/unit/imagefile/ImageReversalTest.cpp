@@ -2,6 +2,9 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // Reversal of raw frames: literal frames in all modes, accepted and refused codes, flags, and products that wrap.
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 
 #include "../WrongPrototypes.h"
@@ -151,6 +154,34 @@ TEST(ImageReversal, AHalfTurnOfMoreThan2To31PixelsWritesNothing) {
         EXPECT_EQ(ReverseImg(&byte, &source, format, 0x10000, 0x10000, 1, 1), UTL_STS_SUCCESS);
     }
     EXPECT_EQ(byte, 0x55);
+}
+
+TEST(ImageReversal, AHalfTurnOf2To31PixelsIsStillDone) {
+    // The destination is one tile of memory mapped over and over; what stays in it is what was written last.
+    constexpr size_t kFrame = size_t{1} << 31;
+    constexpr size_t kTile = size_t{1} << 21;
+    const int tile = memfd_create("tile", 0);
+    ASSERT_GE(tile, 0);
+    ASSERT_EQ(ftruncate(tile, kTile), 0);
+    void* source = mmap(nullptr, kFrame, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    void* destination = mmap(nullptr, kFrame, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (source == MAP_FAILED || destination == MAP_FAILED) {
+        GTEST_SKIP() << "no address space for two frames of 2 GiB";
+    }
+    auto* src = static_cast<uint8_t*>(source);
+    auto* dst = static_cast<uint8_t*>(destination);
+    for (size_t at = 0; at < kFrame; at += kTile) {
+        ASSERT_NE(mmap(dst + at, kTile, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, tile, 0), MAP_FAILED);
+    }
+    std::fill_n(dst, kTile, uint8_t{0x55});
+    src[0] = 7;
+    EXPECT_EQ(ReverseImg(dst, src, 0x01080001, 0x80000000, 1, 1, 1), UTL_STS_SUCCESS);
+    EXPECT_EQ(dst[kTile - 1], 7);
+    EXPECT_EQ(dst[0], 0);
+    EXPECT_EQ(std::count(dst, dst + kTile, uint8_t{0}), static_cast<std::ptrdiff_t>(kTile - 1));
+    munmap(source, kFrame);
+    munmap(destination, kFrame);
+    close(tile);
 }
 
 TEST(ImageReversal, PixelCountsOfCopyAndHalfTurnWrap) {
