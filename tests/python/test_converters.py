@@ -131,6 +131,10 @@ def test_odd_strides_of_yuv(random):
     four = np.concatenate([uyv, samples(random, "8", (4, 6, 1))], axis=2)
     for convert in (vcu.to_bgra, vcu.to_bgr):
         np.testing.assert_array_equal(convert(four, "YUV8_UYV"), convert(uyv, "YUV8_UYV"))
+    # Rows of 12 bytes could be either; they are the camera's.
+    rows = samples(random, "8", (2, 12))
+    assert vcu.to_bgr(rows, "YUV8_UYV").shape == (2, 4, 3)
+    np.testing.assert_array_equal(vcu.to_bgr(rows, "YUV8_UYV"), vcu.to_bgr(rows.reshape(2, 4, 3), "YUV8_UYV"))
     assert vcu.CONVERTERS["ConvYUV422PToBGR"].source_bytes(12, 4) == 24 * 5
     assert vcu.CONVERTERS["ConvYUV422PToBGRA"].source_bytes(12, 4) == 24 * 4
     assert vcu.CONVERTERS["ConvYUV444PToBGRA"].source_bytes(6, 4) == 24 * 4

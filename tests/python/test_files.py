@@ -170,6 +170,7 @@ def test_frames_that_do_not_fit(tmp_path):
     path = tmp_path / "a.rwh"
     for frame, size, error in (
         (bytes(5), {"width": 3, "height": 2}, ValueError),
+        (bytes(7), {"width": 3, "height": 2}, ValueError),
         (bytes(6), {}, ValueError),
         (np.zeros((2, 3), np.uint16), {}, TypeError),
         (np.zeros((2, 6), np.uint8)[:, ::2], {}, ValueError),

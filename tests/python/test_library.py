@@ -38,7 +38,8 @@ def test_environment_variable():
 
 def test_environment_variable_is_final(tmp_path):
     """A wrong path is an error, not a reason to take some other library."""
-    result = run(PRINT_LIBRARY, PACKAGE.parent, VEXACAMUTL_LIBRARY=str(tmp_path / "nothing.so"))
+    loaders = {"LD_LIBRARY_PATH": str(Path(BUILT).parent)}
+    result = run(PRINT_LIBRARY, PACKAGE.parent, VEXACAMUTL_LIBRARY=str(tmp_path / "nothing.so"), **loaders)
     assert result.returncode != 0
     assert "ImportError" in result.stderr and "nothing.so" in result.stderr and "VEXACAMUTL_LIBRARY" in result.stderr
 
