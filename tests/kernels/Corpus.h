@@ -14,7 +14,8 @@
 
 namespace Corpus {
 
-inline constexpr uint32_t kSizes[][2] = {{2, 2}, {2, 4}, {4, 4}, {6, 6}, {18, 10}, {66, 34}, {130, 8}, {1062, 6}};
+inline constexpr uint32_t kSizes[][2] = {{2, 2},   {2, 4},   {4, 4},    {6, 6},   {18, 10},
+                                         {66, 34}, {130, 8}, {1062, 6}, {2070, 6}};
 inline constexpr uint32_t kShifts[] = {0, 1, 2, 4, 6, 7, 8, 13, 29};
 
 inline uint64_t Digest(uint64_t digest, const std::vector<uint8_t>& bytes) {
