@@ -64,18 +64,12 @@ RowKind KindOfRow(size_t r) {
     return r % 2 == 0 ? Phase::kEvenRow : Phase::kOddRow;
 }
 
-/// A pixel of the ring: bilinear, but on the outer ring green comes from the two neighbours along the border only (at
-/// the corners from the two that exist).
+/// The first or last pixel of a row of the ring: bilinear, but on the outer ring green comes from the two neighbours
+/// along the border only (at the corners from the two that exist).
 SitePixel RingPixel(const Mosaic& frame, size_t r, size_t c, RowKind kind) {
     SitePixel site = BilinearPixel(frame, r, c, kind, {});
-    if (IsGreenSite(kind, c)) {
-        return site;
-    }
-    const bool endOfColumn = r == 0 || r + 1 == frame.height;
-    const bool endOfRow = c == 0 || c + 1 == frame.width;
-    if (endOfColumn && !endOfRow) {
-        site.green = (frame.At(r, c - 1) + frame.At(r, c + 1)) >> 1;
-    } else if (endOfRow && !endOfColumn) {
+    const bool corner = r == 0 || r + 1 == frame.height;
+    if (!corner && !IsGreenSite(kind, c)) {
         site.green = (frame.At(r - 1, c) + frame.At(r + 1, c)) >> 1;
     }
     return site;

@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// What the companion program takes from outside: names of formats, sizes, sidecars, raw and RWH files of any content,
+// packed samples. Whatever comes in, the answer is a result that makes sense or a Failure, and no byte outside a buffer
+// is touched; packed samples are held against an unpacking bit by bit.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Failure.h"
+#include "FrameSource.h"
+#include "FuzzInput.h"
+#include "Sidecar.h"
+#include "Unpack.h"
+
+using namespace VexaTool;
+
+namespace {
+
+/// Runs something that may refuse its input; any other exception ends the program.
+template <class Work>
+void Attempt(Work work) {
+    try {
+        work();
+    } catch (const Failure& failure) {
+        Fuzz::Require(failure.Code() != ExitCode::kSuccess && *failure.what() != '\0', "a failure says what it is");
+    }
+}
+
+/// Names in a folder of this process; what they name is written by Put.
+class Folder {
+  public:
+    Folder() { Fuzz::Require(::mkdtemp(path_.data()) != nullptr, "folder"); }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder() {
+        for (const char* name : {"frame.raw", "frame.txt", "frame.rwh"}) {
+            ::unlink(File(name).c_str());
+        }
+        ::rmdir(path_.c_str());
+    }
+
+    std::string File(const char* name) const { return path_ + "/" + name; }
+    void Put(const char* name, const uint8_t* bytes, size_t size) const {
+        std::FILE* file = std::fopen(File(name).c_str(), "wb");
+        Fuzz::Require(file != nullptr && std::fwrite(bytes, 1, size, file) == size, "writing");
+        Fuzz::Require(std::fclose(file) == 0, "closing");
+    }
+
+  private:
+    std::string path_ = "/tmp/vexafuzzXXXXXX";
+};
+
+const Folder& TheFolder() {
+    static const Folder folder;
+    return folder;
+}
+
+std::string_view TextOf(const Fuzz::Input& input) {
+    return {reinterpret_cast<const char*>(input.Rest()), input.Left()};
+}
+
+void TryFormatName(const Fuzz::Input& input) {
+    Attempt([&] {
+        const FormatInfo& format = FormatNamed(TextOf(input));
+        Fuzz::Require(&FormatNamed(format.name) == &format, "a name names its own format");
+        Fuzz::Require(&FormatNamed(HexCode(format.code)) == &format, "so does its code");
+    });
+}
+
+void TrySize(const Fuzz::Input& input) {
+    Attempt([&] {
+        uint32_t width = 0;
+        uint32_t height = 0;
+        ParseSize(std::string(TextOf(input)), width, height);
+        Fuzz::Require(width > 0 && height > 0, "sizes are not 0");
+    });
+}
+
+/// Touches every byte of every frame that a file is said to hold.
+void ReadAllFrames(const char* name, const InputOptions& options) {
+    const MappedFrames frames(TheFolder().File(name), options);
+    std::vector<uint8_t> scratch;
+    uint32_t sum = 0;
+    for (size_t i = 0; i < frames.Count(); ++i) {
+        const Bytes frame = frames.Frame(i);
+        Fuzz::Require(frame.size() == frames.Shape().FrameBytes(), "size of a frame");
+        for (const uint8_t byte : TightFrame(frames.Shape(), frame, scratch)) {
+            sum += byte;
+        }
+    }
+    Fuzz::Require(frames.Count() > 0 && sum < UINT32_MAX, "a file that is taken holds a frame");
+}
+
+void TrySidecar(Fuzz::Input& input) {
+    const size_t rawBytes = input.Below(2000);
+    const std::vector<uint8_t> raw(rawBytes, 0x5A);
+    TheFolder().Put("frame.raw", raw.data(), rawBytes);
+    TheFolder().Put("frame.txt", input.Rest(), input.Left());
+    Attempt([] { ReadAllFrames("frame.raw", {}); });
+}
+
+void TryRwh(const Fuzz::Input& input) {
+    TheFolder().Put("frame.rwh", input.Rest(), input.Left());
+    Attempt([] { ReadAllFrames("frame.rwh", {}); });
+}
+
+void TryRaw(Fuzz::Input& input) {
+    const auto formats = AllFormats();
+    InputOptions options;
+    options.format = formats[input.Byte() % formats.size()].name;
+    options.size = std::to_string(input.Below(40)) + "x" + std::to_string(input.Below(40));
+    options.stride = input.Below(100);
+    options.offset = input.Below(20);
+    if (input.Byte() % 4 == 0) {
+        options.frame = input.Byte();
+    }
+    TheFolder().Put("frame.raw", input.Rest(), input.Left());
+    Attempt([&] { ReadAllFrames("frame.raw", options); });
+}
+
+uint32_t BitAt(const uint8_t* bytes, size_t bit) {
+    return bytes[bit / 8] >> (bit % 8) & 1;
+}
+
+/// A sample of a packed layout, put together bit by bit.
+uint32_t SampleAt(const FormatInfo& format, const uint8_t* row, size_t n) {
+    uint32_t sample = 0;
+    if (format.packing == Packing::kBitStream) {
+        for (uint32_t bit = 0; bit < format.depth; ++bit) {
+            sample |= BitAt(row, n * format.depth + bit) << bit;
+        }
+        return sample;
+    }
+    // Two samples in three bytes: the high 8 bits in the outer ones, the low bits in the middle one from bit 0 and 4.
+    const uint32_t lowBits = format.depth - 8;
+    const size_t triple = n / 2 * 24;
+    const bool second = n % 2 == 1;
+    for (uint32_t bit = 0; bit < lowBits; ++bit) {
+        sample |= BitAt(row, triple + 8 + (second ? 4 : 0) + bit) << bit;
+    }
+    for (uint32_t bit = 0; bit < 8; ++bit) {
+        sample |= BitAt(row, triple + (second ? 16 : 0) + bit) << (lowBits + bit);
+    }
+    return sample;
+}
+
+void TryUnpacking(Fuzz::Input& input) {
+    std::vector<const FormatInfo*> packed;
+    for (const FormatInfo& format : AllFormats()) {
+        if (format.packing != Packing::kNone) {
+            packed.push_back(&format);
+        }
+    }
+    RawShape shape;
+    shape.format = packed[input.Byte() % packed.size()];
+    shape.width = 1 + input.Below(50);
+    shape.height = 1 + input.Below(6);
+    shape.stride = input.Byte() % 2 == 0 ? 0 : shape.BytesOf(shape.width) + input.Below(9);
+    Fuzz::ExactBlock raw(shape.FrameBytes(), 0);
+    input.Fill(raw.Data(), shape.FrameBytes());
+    std::vector<uint8_t> scratch;
+    const Bytes words = TightFrame(shape, {raw.Data(), shape.FrameBytes()}, scratch);
+    Fuzz::Require(words.size() == shape.Pixels() * 2, "16 bits a sample");
+    for (size_t n = 0; n < shape.Pixels(); ++n) {
+        const size_t row = shape.stride == 0 ? 0 : n / shape.width;
+        const size_t column = shape.stride == 0 ? n : n % shape.width;
+        const uint32_t expected = SampleAt(*shape.format, raw.Data() + row * shape.stride, column);
+        Fuzz::Require((words[2 * n] | uint32_t{words[2 * n + 1]} << 8) == expected, "an unpacked sample");
+    }
+    const std::vector<uint8_t> again = PackSamples(*shape.format, words.data(), shape.Pixels());
+    for (size_t n = 0; n < shape.Pixels(); ++n) {
+        const uint32_t word = words[2 * n] | uint32_t{words[2 * n + 1]} << 8;
+        Fuzz::Require(SampleAt(*shape.format, again.data(), n) == word, "a sample that was packed again");
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+    Fuzz::Input input(bytes, size);
+    switch (input.Byte() % 6) {
+        case 0:
+            TryFormatName(input);
+            break;
+        case 1:
+            TrySize(input);
+            break;
+        case 2:
+            TrySidecar(input);
+            break;
+        case 3:
+            TryRwh(input);
+            break;
+        case 4:
+            TryRaw(input);
+            break;
+        default:
+            TryUnpacking(input);
+            break;
+    }
+    return 0;
+}
