@@ -17,6 +17,10 @@ namespace VexaTool {
 
 namespace {
 
+Failure Collision(const std::string& first, const std::string& second, const std::string& path) {
+    return {ExitCode::kUsage, first + " and " + second + " would both become " + path};
+}
+
 /// Two inputs of one name would overwrite each other's result in the folder.
 void RefuseCollisions(const ConversionOptions& options) {
     std::map<std::string, std::string> takenBy;
@@ -24,7 +28,7 @@ void RefuseCollisions(const ConversionOptions& options) {
         const std::string path = PathInFolder(options.outputDir, input, ExtensionOf(options.encode.kind), std::nullopt);
         const auto [taken, fresh] = takenBy.emplace(path, input);
         if (!fresh) {
-            throw Failure(ExitCode::kUsage, taken->second + " and " + input + " would both become " + path);
+            throw Collision(taken->second, input, path);
         }
     }
 }

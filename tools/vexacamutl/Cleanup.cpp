@@ -61,19 +61,19 @@ void InstallSignalHandling() {
             EndBySignal(number);
         }
     }).detach();
-    std::signal(SIGBUS, EndByShrunkInput);
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
+    static_cast<void>(std::signal(SIGBUS, EndByShrunkInput));
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
 }
 
 void EndBySignal(int number) {
     RemoveUnfinishedForGood();
-    std::signal(number, SIG_DFL);
+    static_cast<void>(std::signal(number, SIG_DFL));
     sigset_t only;
     sigemptyset(&only);
     sigaddset(&only, number);
     pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
-    std::raise(number);
+    static_cast<void>(std::raise(number));
     _exit(static_cast<int>(ExitCode::kOutput));  // not reached: the signal has ended the program
 }
 

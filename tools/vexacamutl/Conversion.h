@@ -29,6 +29,6 @@ struct ConversionOptions {
 };
 
 /// Returns when all went well; a Failure otherwise.
-void RunConversion(const ConversionOptions& options);
+void RunConversion(const ConversionOptions& given);
 
 }  // namespace VexaTool

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cerrno>
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -34,6 +35,11 @@ class Failure : public std::runtime_error {
 /// What the system says about the last call that failed.
 inline std::string SystemMessage(int error = errno) {
     return std::generic_category().message(error);
+}
+
+/// A line on standard error; nothing can be done if that fails.
+inline void SayLine(const std::string& line) {
+    static_cast<void>(std::fprintf(stderr, "vexacamutl: %s\n", line.c_str()));
 }
 
 }  // namespace VexaTool

@@ -167,7 +167,8 @@ const FormatInfo* FindFormat(PixelFormat code) {
 }
 
 const FormatInfo& UnpackedFormat(const FormatInfo& format) {
-    return format.packing == kNone ? format : *FindFormat(format.unpacked);
+    const FormatInfo* unpacked = FindFormat(format.unpacked);
+    return unpacked == nullptr ? format : *unpacked;
 }
 
 const char* KindName(Kind kind) {
@@ -186,7 +187,7 @@ const char* KindName(Kind kind) {
 
 std::string HexCode(PixelFormat code) {
     char text[16];
-    std::snprintf(text, sizeof text, "0x%08X", code);
+    static_cast<void>(std::snprintf(text, sizeof text, "0x%08X", code));
     return text;
 }
 

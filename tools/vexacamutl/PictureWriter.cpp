@@ -92,7 +92,7 @@ std::vector<uint8_t> EncodeBmp(const Picture& picture) {
     std::vector<uint8_t> bytes;
     bytes.reserve(fileBytes);
     Appender append(bytes);
-    append.Number('B' | 'M' << 8, 2);
+    append.Number(uint64_t{'B'} | uint64_t{'M'} << 8, 2);
     append.Number(fileBytes, 4);
     append.Number(0, 4);
     append.Number(pixelOffset, 4);
@@ -100,7 +100,7 @@ std::vector<uint8_t> EncodeBmp(const Picture& picture) {
     append.Number(picture.width, 4);
     append.Number(picture.height, 4);
     append.Number(1, 2);
-    append.Number(picture.channels * 8, 2);
+    append.Number(uint64_t{picture.channels} * 8, 2);
     append.Number(0, 4);
     append.Number(fileBytes - pixelOffset, 4);
     append.Number(kPixelsPerMetre, 4);
@@ -108,7 +108,7 @@ std::vector<uint8_t> EncodeBmp(const Picture& picture) {
     append.Number(colours, 4);
     append.Number(0, 4);
     for (uint32_t i = 0; i < colours; ++i) {
-        append.Number(i * 0x010101u, 4);
+        append.Number(uint64_t{i} * 0x010101, 4);
     }
     bytes.resize(fileBytes);
     for (size_t r = 0; r < picture.height; ++r) {

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "Failure.h"
+
 namespace VexaTool {
 
 Progress::Progress(bool quiet) : shown_(!quiet && isatty(STDERR_FILENO) != 0) {}
@@ -19,7 +21,7 @@ Progress::~Progress() {
 
 void Progress::Erase() const {
     if (shown_) {
-        std::fputs("\r\x1b[K", stderr);
+        static_cast<void>(std::fputs("\r\x1b[K", stderr));
     }
 }
 
@@ -32,13 +34,14 @@ void Progress::Draw(std::optional<double> fraction) const {
         const int filled = static_cast<int>(std::clamp(*fraction, 0.0, 1.0) * kCells);
         const std::string bar =
             std::string(static_cast<size_t>(filled), '#') + std::string(static_cast<size_t>(kCells - filled), '.');
-        std::fprintf(stderr, "[%s] %3.0f %%  %llu frames  %.1f frames/s  %.0f s left", bar.c_str(), *fraction * 100,
-                     static_cast<unsigned long long>(frames_), rate,
-                     *fraction > 0 ? seconds / *fraction * (1 - *fraction) : 0.0);
+        static_cast<void>(std::fprintf(stderr, "[%s] %3.0f %%  %llu frames  %.1f frames/s  %.0f s left", bar.c_str(),
+                                       *fraction * 100, static_cast<unsigned long long>(frames_), rate,
+                                       *fraction > 0 ? seconds / *fraction * (1 - *fraction) : 0.0));
     } else {
-        std::fprintf(stderr, "%llu frames  %.1f frames/s", static_cast<unsigned long long>(frames_), rate);
+        static_cast<void>(
+            std::fprintf(stderr, "%llu frames  %.1f frames/s", static_cast<unsigned long long>(frames_), rate));
     }
-    std::fflush(stderr);
+    static_cast<void>(std::fflush(stderr));
 }
 
 void Progress::FrameDone(std::optional<double> fraction) {
@@ -54,13 +57,13 @@ void Progress::FrameDone(std::optional<double> fraction) {
 void Progress::Note(const std::string& line) {
     const std::lock_guard lock(mutex_);
     Erase();
-    std::fprintf(stderr, "vexacamutl: %s\n", line.c_str());
+    SayLine(line);
 }
 
 std::string Progress::Summary() const {
     char text[80];
-    std::snprintf(text, sizeof text, "%llu %s in %.1f s", static_cast<unsigned long long>(frames_),
-                  frames_ == 1 ? "frame" : "frames", Seconds());
+    static_cast<void>(std::snprintf(text, sizeof text, "%llu %s in %.1f s", static_cast<unsigned long long>(frames_),
+                                    frames_ == 1 ? "frame" : "frames", Seconds()));
     return text;
 }
 

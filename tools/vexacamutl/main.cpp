@@ -20,7 +20,7 @@ namespace {
 
 int Report(ExitCode code, std::string line) {
     std::replace(line.begin(), line.end(), '\n', ' ');
-    std::fprintf(stderr, "vexacamutl: %s\n", line.c_str());
+    SayLine(line);
     return static_cast<int>(code);
 }
 

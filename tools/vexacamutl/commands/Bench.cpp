@@ -35,10 +35,12 @@ double MedianSeconds(const std::function<void()>& run, double budget) {
     static constexpr size_t kFewest = 5;
     run();
     std::vector<double> times;
-    for (double total = 0; total < budget || times.size() < kFewest; total += times.back()) {
+    double total = 0;
+    while (total < budget || times.size() < kFewest) {
         const auto start = Clock::now();
         run();
         times.push_back(std::chrono::duration<double>(Clock::now() - start).count());
+        total += times.back();
     }
     std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2), times.end());
     return times[times.size() / 2];
@@ -68,7 +70,7 @@ class Bench {
         std::printf(csv ? "%s,%.1f,%.3f,%.3f\n" : "%-24s %10.1f %8.2f %8.2f\n", converter.name,
                     static_cast<double>(Pixels()) / seconds / 1e6, static_cast<double>(bytes) / seconds / 1e9,
                     copy / seconds);
-        std::fflush(stdout);
+        static_cast<void>(std::fflush(stdout));
     }
 
   private:

@@ -39,7 +39,7 @@ void RunInfo(const Arguments& arguments) {
             if (arguments.paths.size() == 1) {
                 throw;
             }
-            std::fprintf(stderr, "vexacamutl: %s\n", failure.what());
+            SayLine(failure.what());
             ++failures;
         }
     }

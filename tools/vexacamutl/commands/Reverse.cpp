@@ -96,8 +96,9 @@ void Run(const Arguments& arguments) {
         output.Write(encoder.Encode(result, reversed));
     }
     output.Commit();
-    std::fprintf(arguments.output == "-" ? stderr : stdout, "%s: %s\n",
-                 arguments.output == "-" ? "standard output" : arguments.output.c_str(), result.Text().c_str());
+    static_cast<void>(std::fprintf(arguments.output == "-" ? stderr : stdout, "%s: %s\n",
+                                   arguments.output == "-" ? "standard output" : arguments.output.c_str(),
+                                   result.Text().c_str()));
 }
 
 }  // namespace
