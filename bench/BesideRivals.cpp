@@ -70,9 +70,10 @@ std::vector<const Rival*> RivalsOf(const Case& it) {
 
 void PrintRow(const Case& it, const Size& size, const char* library, const char* how, const Timing& timing,
               const std::vector<Timing>& all, const Agreement& agreement, const char* difference) {
-    std::printf("%s,%s,%s,%s,\"%s\",%.4f,%.3f,%.3f,%.2f,%d,\"%s\"\n", it.family, it.name, size.Text().c_str(), library,
-                how, timing.median * 1e9 / static_cast<double>(size.Pixels()), timing.median / all[0].median,
-                timing.median / all[1].median, agreement.equalPercent, agreement.largestDifference, difference);
+    static_cast<void>(std::printf(
+        "%s,%s,%s,%s,\"%s\",%.4f,%.3f,%.3f,%.2f,%d,\"%s\"\n", it.family, it.name, size.Text().c_str(), library, how,
+        timing.median * 1e9 / static_cast<double>(size.Pixels()), timing.median / all[0].median,
+        timing.median / all[1].median, agreement.equalPercent, agreement.largestDifference, difference));
 }
 
 void MeasureCase(const Case& it, const std::vector<const Rival*>& rivals, const Size& size, const SlicePlan& plan) {
@@ -101,7 +102,7 @@ void MeasureCase(const Case& it, const std::vector<const Rival*>& rivals, const 
         PrintRow(it, size, rivals[i]->library, rivals[i]->how, timings[i + 2], timings, agreements[i],
                  rivals[i]->difference);
     }
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
 }
 
 void Run(int argc, char** argv) {

@@ -74,9 +74,10 @@ size_t FileBytes(const std::string& path) {
 }
 
 void Print(const char* function, const Size& size, const std::vector<Timing>& timings) {
-    std::printf("%s,%s,%.1f,%.1f,%.3f,%.3f\n", function, size.Text().c_str(), timings[0].median * 1e6,
-                timings[1].median * 1e6, timings[0].median / timings[1].median, timings[0].best / timings[1].best);
-    std::fflush(stdout);
+    static_cast<void>(std::printf("%s,%s,%.1f,%.1f,%.3f,%.3f\n", function, size.Text().c_str(), timings[0].median * 1e6,
+                                  timings[1].median * 1e6, timings[0].median / timings[1].median,
+                                  timings[0].best / timings[1].best));
+    static_cast<void>(std::fflush(stdout));
 }
 
 /// A file of its own for each side, replaced by every call.

@@ -74,10 +74,9 @@ void FillWithSamples(uint8_t* frame, size_t bytes, bool words) {
 }
 
 std::vector<Timing> MeasureByTurns(const std::vector<Work>& works, const SlicePlan& plan) {
-    std::vector<size_t> calls;
-    for (const Work& work : works) {
-        calls.push_back(CallsPerSlice(work, plan.sliceSeconds));
-    }
+    std::vector<size_t> calls(works.size());
+    std::transform(works.begin(), works.end(), calls.begin(),
+                   [&](const Work& work) { return CallsPerSlice(work, plan.sliceSeconds); });
     std::vector<std::vector<double>> slices(works.size());
     for (unsigned s = 0; s < plan.slices; ++s) {
         for (size_t i = 0; i < works.size(); ++i) {

@@ -31,8 +31,8 @@ using namespace Bench;
 constexpr SlicePlan kPlan = {15, 0.0005, 0, 1};
 
 void Print(const char* what, const char* isa, const std::string& size, double value, const char* unit) {
-    std::printf("\"%s\",%s,%s,%.4g,%s\n", what, isa, size.c_str(), value, unit);
-    std::fflush(stdout);
+    static_cast<void>(std::printf("\"%s\",%s,%s,%.4g,%s\n", what, isa, size.c_str(), value, unit));
+    static_cast<void>(std::fflush(stdout));
 }
 
 /// The C++ runtime is in this process already, so this is the library's own share: mapping, relocation, the choice of
@@ -75,10 +75,8 @@ double FirstPrepareLutSeconds() {
 
 /// The first call writes the tables, which takes their pages from the system; later calls only look.
 void MeasurePrepareLut() {
-    std::vector<double> first;
-    for (int i = 0; i < 15; ++i) {
-        first.push_back(FirstPrepareLutSeconds());
-    }
+    std::vector<double> first(15);
+    std::generate(first.begin(), first.end(), FirstPrepareLutSeconds);
     std::sort(first.begin(), first.end());
     Print("PrepareLUT, first call", "", "", first[first.size() / 2] * 1e6, "us");
     Print("PrepareLUT, later calls", "", "", MeasureByTurns({[] { PrepareLUT(); }}, kPlan)[0].median * 1e6, "us");

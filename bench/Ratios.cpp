@@ -49,10 +49,11 @@ void MeasureCase(const Case& it, const Vexa::Kernels::KernelTable& table, const 
                         [&] { it.run(dst.Data(), src.Data(), size.width, size.height); }},
                        options.plan);
     const double nanosecondsPerPixel = 1e9 / static_cast<double>(size.Pixels());
-    std::printf("%s,%s,%s,%s,%.4f,%.4f,%.3f,%.3f\n", it.family, it.name, table.name, size.Text().c_str(),
-                timings[1].median * nanosecondsPerPixel, timings[0].median * nanosecondsPerPixel,
-                timings[0].median / timings[1].median, timings[0].best / timings[1].best);
-    std::fflush(stdout);
+    static_cast<void>(std::printf("%s,%s,%s,%s,%.4f,%.4f,%.3f,%.3f\n", it.family, it.name, table.name,
+                                  size.Text().c_str(), timings[1].median * nanosecondsPerPixel,
+                                  timings[0].median * nanosecondsPerPixel, timings[0].median / timings[1].median,
+                                  timings[0].best / timings[1].best));
+    static_cast<void>(std::fflush(stdout));
 }
 
 void MeasureAll(const Options& options) {
