@@ -86,7 +86,7 @@ TEST(SharedObject, KeepsItsDataToItself) {
     for (const std::string& line : LinesOf(NM " " LIBRARY)) {
         for (const char* name : {"c_asPixelFormatDic", "auiMono2BGRA", "auiYUVC_UV", "auiYUV2G", "aucYUV2G", "aucYU2B",
                                  "auiYV2R", "aucYV2R", "s_bLUTReady", "s_eBayerConvMode"}) {
-            const std::string mangled = "_ZN4Vexa" + std::to_string(std::string(name).size()) + name + "E";
+            const std::string mangled = " _ZN4Vexa" + std::to_string(std::string(name).size()) + name + "E";
             if (line.size() > mangled.size() && line.substr(line.size() - mangled.size()) == mangled) {
                 // A small letter: local to the object.
                 EXPECT_THAT(line, AnyOf(HasSubstr(" b "), HasSubstr(" d "), HasSubstr(" r "))) << line;
