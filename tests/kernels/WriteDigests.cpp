@@ -15,6 +15,7 @@ int main() {
     std::puts("// Copyright (c) the Vexa camera utility library authors");
     std::puts("//");
     std::puts("// What the slow model makes of the corpus; written by write_digests.");
+    std::puts("// clang-format off");
     for (const Oracle::Converter& converter : Oracle::Converters()) {
         const uint64_t digest = Corpus::DigestOf(
             converter, [&converter](uint8_t* dst, const uint8_t* src, uint32_t width, uint32_t height, uint32_t shift) {
