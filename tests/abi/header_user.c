@@ -5,12 +5,10 @@
  * compiler at hand in several language versions, with warnings as errors.
  */
 #include <VexaCamUtl.h>
-#include <VexaCamUtl.h>
 
 UtlStatus convert_with_getter(void* dst, const void* src, uint32_t width, uint32_t height);
 
-UtlStatus convert_with_getter(void* dst, const void* src, uint32_t width, uint32_t height)
-{
+UtlStatus convert_with_getter(void* dst, const void* src, uint32_t width, uint32_t height) {
     ConverterFunc converter = GetBGRAConverter(PIXEL_FORMAT_BAYER_RG8, 1);
     if (SetBayerConvMode(BAYER_CONV_MODE_ACPI) != UTL_STS_SUCCESS || converter == 0)
         return UTL_STS_INVALID_PARAMETER;
