@@ -25,7 +25,8 @@ using testing::UnorderedElementsAreArray;
 
 /// The lines that a command prints.
 std::vector<std::string> LinesOf(const std::string& command) {
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    // The commands are this file's own, without anything from outside.
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);  // NOLINT(cert-env33-c)
     std::vector<std::string> lines;
     std::string line;
     for (int letter = std::fgetc(pipe.get()); letter != EOF; letter = std::fgetc(pipe.get())) {
@@ -42,6 +43,7 @@ std::vector<std::string> LinesOf(const std::string& command) {
 /// The last word of each line, where the lines are those of nm.
 std::vector<std::string> LastWords(const std::vector<std::string>& lines) {
     std::vector<std::string> words;
+    words.reserve(lines.size());
     for (const std::string& line : lines) {
         words.push_back(line.substr(line.find_last_of(' ') + 1));
     }
