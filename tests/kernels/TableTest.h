@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -71,11 +72,12 @@ class TableTest : public testing::TestWithParam<const Vexa::Kernels::KernelTable
 
     void Report(const Oracle::Converter& converter, const Trial& trial, UtlStatus status, const uint8_t* dst) {
         std::string place = "no byte of the picture";
+        const uint32_t columns = std::max(trial.width, 1u);
         for (size_t i = 0; i < m_expected.size(); ++i) {
             if (dst[i] != m_expected[i]) {
                 const size_t pixel = i / converter.pixelBytes;
                 place = "byte " + std::to_string(i % converter.pixelBytes) + " of pixel (" +
-                        std::to_string(pixel / trial.width) + ", " + std::to_string(pixel % trial.width) +
+                        std::to_string(pixel / columns) + ", " + std::to_string(pixel % columns) +
                         "): " + std::to_string(dst[i]) + " instead of " + std::to_string(m_expected[i]);
                 break;
             }
