@@ -21,7 +21,7 @@ struct Frame {
     }
     uint8_t& At(uint32_t r, uint32_t c) { return samples[size_t{r} * width + c]; }
     Bytes Convert(const std::string& phase) const {
-        const Bytes bgra = PictureOf("ConvByr" + phase + "8ToBGRAACPI", width, height, samples);
+        Bytes bgra = PictureOf("ConvByr" + phase + "8ToBGRAACPI", width, height, samples);
         Bytes bgr = PictureOf("ConvByr" + phase + "8ToBGRACPI", width, height, samples);
         Bytes colours = WithoutAlpha(bgra);
         if (phase == "BG" && height >= 2) {
