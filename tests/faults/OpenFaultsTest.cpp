@@ -82,6 +82,9 @@ TEST_F(OpenFaults, FolderAndRunningProgramCannotBeWritten) {
 }
 
 TEST_F(OpenFaults, NoDescriptorLeft) {
+#ifdef VEXACAMUTL_SANITIZED
+    GTEST_SKIP() << "the sanitizer's check of an object's type opens a pipe, so it needs descriptors itself";
+#endif
     const std::string path = folder_.File("file");
     WriteWhole(path, Noise(16));
     rlimit usual = {};

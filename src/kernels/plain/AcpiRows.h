@@ -59,12 +59,12 @@ void AcpiGreen(AcpiLine* line, const uint8_t* const rows[5], size_t from, size_t
     constexpr size_t kGreenAt = startsWithGreen ? 0 : 1;
     for (size_t i = from; i < to; ++i) {
         const size_t c = 2 * i + 1 - kGreenAt;
-        const uint8_t* row = rows[2];
-        const int own = row[c];
-        const Direction across(row[c - 1], row[c + 1], 2 * own - row[c - 2] - row[c + 2]);
+        const uint8_t* site = rows[2] + c;
+        const int own = site[0];
+        const Direction across(site[-1], site[1], 2 * own - site[-2] - site[2]);
         const Direction down(rows[1][c], rows[3][c], 2 * own - rows[0][c] - rows[4][c]);
         const int green = static_cast<int>(ClampToByte(Follow(across, down)));
-        line->clear[i] = row[2 * i + kGreenAt];
+        line->clear[i] = rows[2][2 * i + kGreenAt];
         line->sample[i] = static_cast<int16_t>(own);
         line->green[i] = static_cast<int16_t>(green);
         line->twice[i] = static_cast<int16_t>(2 * own - green);
