@@ -104,13 +104,12 @@ void ApplyBorderTraits(SitePixel& site, const Mosaic& frame, size_t r, size_t c)
     }
     const bool redSite = HoldsRed(kind);
     const bool leftColumn = c == 0;
-    const bool rightColumn = c + 1 == frame.width;
     const auto verticals = [&] { return frame.At(r - 1, c) + frame.At(r + 1, c); };
-    if (redSite &&
-        ((Traits::kLeftColumnBlueFromGreens && leftColumn) || (Traits::kRightColumnBlueFromGreens && rightColumn))) {
+    // The red sites of GR and BG lie in odd columns, so the one that comes here is in the right column.
+    if (redSite && ((Traits::kLeftColumnBlueFromGreens && leftColumn) || Traits::kRightColumnBlueFromGreens)) {
         site.z = verticals() >> 1;
     }
-    if (redSite && Traits::kRightColumnGreenOfThree && rightColumn && !leftColumn) {
+    if (redSite && Traits::kRightColumnGreenOfThree) {
         site.green = (verticals() + frame.At(r, c - 1)) / 3;
     }
 }

@@ -87,16 +87,14 @@ struct KeptNeighbours {
                 return mean.Own(sum);
             case 2:
                 return mean.OfTwo(sum);
-            case 3:
-                return mean.OfThree(sum);
             default:
-                return mean.OfFour(sum);
+                return mean.OfThree(sum);
         }
     }
 };
 
-/// The bilinear rule at any pixel: the own colour is the own sample, each other one the mean of its nearest
-/// neighbours, of which those outside the picture are left out.
+/// The bilinear rule at a pixel that lacks neighbours: the own colour is the own sample, each other one the mean of its
+/// nearest neighbours, of which those outside the picture are left out. So there are never four of them.
 template <class Sample>
 SitePixel BilinearPixel(const Frame<Sample>& frame, size_t r, size_t c, RowKind kind,
                         const Kernels::MeanReduction& mean) {

@@ -57,6 +57,20 @@ bool HasAll(const Processor& has, const Processor& needed) {
            (has.leaf7Ecx & needed.leaf7Ecx) == needed.leaf7Ecx && (has.xcr0 & needed.xcr0) == needed.xcr0;
 }
 
+#if defined(__x86_64__)
+
+/// What the processor answers; a leaf that it does not have stays zero.
+struct CpuidLeaf {
+    uint32_t eax = 0;
+    uint32_t ebx = 0;
+    uint32_t ecx = 0;
+    uint32_t edx = 0;
+
+    explicit CpuidLeaf(uint32_t number) { __get_cpuid_count(number, 0, &eax, &ebx, &ecx, &edx); }
+};
+
+#endif
+
 }  // namespace
 
 std::span<const KernelTable* const> Tables() {
@@ -66,17 +80,11 @@ std::span<const KernelTable* const> Tables() {
 Processor DetectProcessor() {
     Processor processor = {};
 #if defined(__x86_64__)
-    uint32_t eax = 0;
-    uint32_t ebx = 0;
-    uint32_t ecx = 0;
-    uint32_t edx = 0;
-    if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0) {
-        processor.leaf1Ecx = ecx;
-    }
-    if (__get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0) {
-        processor.leaf7Ebx = ebx;
-        processor.leaf7Ecx = ecx;
-    }
+    const CpuidLeaf leaf1(1);
+    const CpuidLeaf leaf7(7);
+    processor.leaf1Ecx = leaf1.ecx;
+    processor.leaf7Ebx = leaf7.ebx;
+    processor.leaf7Ecx = leaf7.ecx;
     if ((processor.leaf1Ecx & kOsXsave) != 0) {
         uint32_t low = 0;
         uint32_t high = 0;

@@ -207,6 +207,17 @@ TEST(BayerAcpi, TwoColumnsByFourRows) {
                               70, 65, 60, 255, 70, 81, 60, 255}));  // corner green: (50 + 81) / 2
 }
 
+TEST(BayerAcpi, FramesWiderThanAStripHaveNoSeams) {
+    // Strips begin at columns 2, 4098 and 8194; the last of them may hold as little as one column.
+    for (const std::string phase : {"GR", "RG", "GB", "BG"}) {
+        for (const uint32_t width : {4100u, 4101u, 4102u, 4104u, 8195u, 8197u, 8198u}) {
+            const Frame frame(width, 6, width);
+            PictureOf("ConvByr" + phase + "8ToBGRAACPI", width, 6, frame.samples);
+            PictureOf("ConvByr" + phase + "8ToBGRACPI", width, 6, frame.samples);
+        }
+    }
+}
+
 TEST(BayerAcpi, TablesAndModeDoNotMatter) {
     const Frame frame(8, 8);
     const Bytes before = frame.Convert("RG");
