@@ -61,28 +61,6 @@ Function* Next(const char* name) {
     return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
-void* Allocate(size_t size) {
-    if (inForce) {
-        ++tally.allocations;
-        if (inUse.allocations == 0) {
-            ++tally.faultsHit;
-            throw std::bad_alloc();
-        }
-        inUse.allocations -= inUse.allocations == kNever ? 0 : 1;
-    }
-    void* block = std::malloc(std::max<size_t>(size, 1));
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    ++liveBlocks;
-    return block;
-}
-
-void Release(void* block) {
-    liveBlocks -= block == nullptr ? 0 : 1;
-    std::free(block);
-}
-
 }  // namespace
 
 Fault::Fault(const Plan& plan) {
@@ -170,6 +148,34 @@ int fclose(FILE* file) {
 }  // extern "C"
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
+#ifndef VEXACAMUTL_NEW_IS_TAKEN
+
+namespace {
+
+void* Allocate(size_t size) {
+    if (inForce) {
+        ++tally.allocations;
+        if (inUse.allocations == 0) {
+            ++tally.faultsHit;
+            throw std::bad_alloc();
+        }
+        inUse.allocations -= inUse.allocations == kNever ? 0 : 1;
+    }
+    void* block = std::malloc(std::max<size_t>(size, 1));
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    ++liveBlocks;
+    return block;
+}
+
+void Release(void* block) {
+    liveBlocks -= block == nullptr ? 0 : 1;
+    std::free(block);
+}
+
+}  // namespace
+
 void* operator new(size_t size) {
     return Allocate(size);
 }
@@ -193,3 +199,5 @@ void operator delete(void* block, size_t) noexcept {
 void operator delete[](void* block, size_t) noexcept {
     Release(block);
 }
+
+#endif

@@ -46,7 +46,7 @@ class Fault {
     static const Tally& Seen();
 };
 
-/// Blocks of operator new that are alive, in the whole process.
+/// Blocks of operator new that are alive, in the whole process; 0 in a build that cannot replace operator new.
 int64_t LiveBlocks();
 
 }  // namespace Faults

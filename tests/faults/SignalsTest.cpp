@@ -4,11 +4,13 @@
 // Signals and cancellation while a call of the library blocks in the kernel. A FIFO makes it block for as long as the
 // test likes.
 #include <pthread.h>
+#include <sys/ioctl.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstring>
-#include <thread>
+#include <fstream>
 
 #include "Witness.h"
 
@@ -27,11 +29,6 @@ void CountSignal(int) {
 
 void Pause() {
     ::usleep(2000);
-}
-
-/// Sleeps until the thread is in the kernel; a FIFO call that long after its start waits for the other side.
-void LetItBlock() {
-    ::usleep(100000);
 }
 
 class Signals : public testing::Test {
@@ -59,16 +56,42 @@ struct Job {
     const char* path;
     uint8_t* frame;
     UtlStatus status;
+    std::atomic<pid_t> thread = 0;
 };
+
+/// The letter of a thread's state, S while it sleeps in the kernel; 0 if it has not begun yet or has ended.
+char StateOf(const Job& job) {
+    std::ifstream file("/proc/self/task/" + std::to_string(job.thread) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    const size_t afterName = line.rfind(')');  // "123 (name) S ..."
+    return afterName == std::string::npos || afterName + 2 >= line.size() ? '\0' : line[afterName + 2];
+}
+
+/// Returns when the thread waits for the other side of the FIFO: it took what that held and sleeps at every look. On a
+/// busy machine a thread may need any time to get there.
+void LetItBlock(const Job& job, int fifo) {
+    constexpr int kLooks = 5;
+    int asleep = 0;
+    for (int i = 0; i < 20000 && asleep < kLooks; ++i) {
+        Pause();
+        int held = 0;
+        const bool taken = job.writer != nullptr || (::ioctl(fifo, FIONREAD, &held) == 0 && held == 0);
+        asleep = taken && StateOf(job) == 'S' ? asleep + 1 : 0;
+    }
+    EXPECT_EQ(asleep, kLooks) << "the call does not block";
+}
 
 void* RunWriter(void* argument) {
     auto* job = static_cast<Job*>(argument);
+    job->thread = ::gettid();
     job->status = job->writer->save(job->picture->data(), kWidth, kHeight, job->path);
     return nullptr;
 }
 
 void* RunLoad(void* argument) {
     auto* job = static_cast<Job*>(argument);
+    job->thread = ::gettid();
     job->status = LoadRWH(job->path, &job->frame, nullptr, nullptr, nullptr, nullptr);
     return nullptr;
 }
@@ -130,7 +153,7 @@ TEST_F(Signals, ThreadCancelledInAWriteUnwindsAndClosesTheFile) {
         Job job = {&writer, &picture_, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
         pthread_t thread = {};
         ASSERT_EQ(::pthread_create(&thread, nullptr, RunWriter, &job), 0);
-        LetItBlock();
+        LetItBlock(job, in);
         ASSERT_EQ(::pthread_cancel(thread), 0);
         // The stream still wants to flush what it holds; with the reader gone it cannot wait for that.
         ASSERT_NE(std::signal(SIGPIPE, SIG_IGN), SIG_ERR);
@@ -153,7 +176,7 @@ TEST_F(Signals, ThreadCancelledInAReadUnwindsAndClosesTheFile) {
         ASSERT_EQ(::pthread_create(&thread, nullptr, RunLoad, &job), 0);
         const int out = ::open(fifo_.c_str(), O_WRONLY | O_CLOEXEC);
         ASSERT_EQ(::write(out, file.data(), sent), static_cast<ssize_t>(sent));
-        LetItBlock();
+        LetItBlock(job, out);
         ASSERT_EQ(::pthread_cancel(thread), 0);
         void* result = nullptr;
         ASSERT_EQ(::pthread_join(thread, &result), 0);
