@@ -2,10 +2,12 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // Turns an exception thrown while a file is read or written into a status. A thread that is cancelled inside a
-// blocking call unwinds by an exception too; swallowing that one would abort the process, so it is passed on.
+// blocking call unwinds through the handlers of exceptions too; stopping it there would abort the process, so it is
+// passed on. It is told by what it is not: a C++ exception. (Catching it by its own type would bind a reference to an
+// object that does not exist.)
 #pragma once
 
-#include <cxxabi.h>
+#include <exception>
 
 #include <VexaCamUtl.h>
 
@@ -15,9 +17,10 @@ template <class Work>
 UtlStatus GuardedFileWork(UtlStatus statusOnException, Work work) {
     try {
         return work();
-    } catch (const abi::__forced_unwind&) {
-        throw;
     } catch (...) {
+        if (std::current_exception() == nullptr) {
+            throw;
+        }
         return statusOnException;
     }
 }
