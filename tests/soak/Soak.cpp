@@ -40,6 +40,7 @@ struct Work {
 std::atomic<bool> stop{false};
 std::atomic<uint64_t> calls{0};
 std::atomic<uint64_t> failures{0};
+std::atomic<unsigned> warmThreads{0};  ///< converting threads that did everything at least once
 
 void Expect(bool holds, const char* what) {
     if (!holds) {
@@ -89,6 +90,7 @@ void Convert(const std::vector<Work>& all, const std::string& path) {
     std::vector<uint8_t> picture;
     std::vector<uint8_t> back(size_t{kWidth} * kHeight);
     std::vector<uint8_t> twice(back.size());
+    bool warm = false;
     while (!stop) {
         ConvertAll(all, picture);
         SaveAndLoad(all.front(), path);
@@ -97,6 +99,8 @@ void Convert(const std::vector<Work>& all, const std::string& path) {
         ReverseImg(twice.data(), back.data(), PIXEL_FORMAT_MONO8, kWidth, kHeight, 1, 1);
         Expect(twice == source, "ReverseImg twice");
         calls += 2;
+        warmThreads += warm ? 0 : 1;
+        warm = true;
     }
     ::unlink(path.c_str());
 }
@@ -153,6 +157,9 @@ int Run(double seconds) {
     threads.emplace_back(Disturb);
     threads.emplace_back(DisturbToo);
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds / 5));
+    while (warmThreads < cores) {  // on a busy machine that was too short
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
     const long pages = ResidentPages();
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds * 4 / 5));
     CheckMemory(pages, ResidentPages());
