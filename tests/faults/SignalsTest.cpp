@@ -148,6 +148,9 @@ TEST_F(Signals, InterruptedReadsLoseNothing) {
 }
 
 TEST_F(Signals, ThreadCancelledInAWriteUnwindsAndClosesTheFile) {
+#ifdef __SANITIZE_ADDRESS__  // only g++ defines it
+    GTEST_SKIP() << "the runtime of g++ takes frames that a cancellation has unwound for live ones";
+#endif
     for (const Writer& writer : kWriters) {
         const int in = ::open(fifo_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         Job job = {&writer, &picture_, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
