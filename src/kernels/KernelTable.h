@@ -58,11 +58,8 @@ using BayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8_t* row
 using ShiftedBayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8_t* row, const uint8_t* below,
                                  size_t width, uint32_t shift);
 
-#ifndef VEXACAMUTL_ACPI_STRIP
-#define VEXACAMUTL_ACPI_STRIP 4096
-#endif
-/// Columns that ACPI takes at a time; even. Tests build with a small one.
-inline constexpr size_t kAcpiStripColumns = VEXACAMUTL_ACPI_STRIP;
+/// Columns that ACPI takes at a time; even, so that every strip starts with the same colours.
+inline constexpr size_t kAcpiStripColumns = 4096;
 static_assert(kAcpiStripColumns % 2 == 0);
 
 /// One row of a strip as ACPI works on it: pairs of columns, the green site and the red or blue site of a pair apart.
@@ -72,12 +69,11 @@ static_assert(kAcpiStripColumns % 2 == 0);
 ///     pair             0        |       1       | ...         X sites         sample[i], green[i], twice[i]
 struct AcpiLine {
     static constexpr size_t kPairs = kAcpiStripColumns / 2 + 2;
-    static constexpr size_t kRoom = (kPairs + 31) / 32 * 32;  ///< whole registers
 
-    alignas(64) int16_t clear[kRoom];   ///< sample at the green site
-    alignas(64) int16_t sample[kRoom];  ///< sample at the X site
-    alignas(64) int16_t green[kRoom];   ///< green found there
-    alignas(64) int16_t twice[kRoom];   ///< 2 * sample - green
+    alignas(64) int16_t clear[kPairs];   ///< sample at the green site
+    alignas(64) int16_t sample[kPairs];  ///< sample at the X site
+    alignas(64) int16_t green[kPairs];   ///< green found there
+    alignas(64) int16_t twice[kPairs];   ///< 2 * sample - green
 };
 
 /// ACPI, first step: pairs [from, to) of a line of the interior. rows[2] is the row at the first column of pair 0,
