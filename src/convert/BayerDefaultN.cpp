@@ -17,7 +17,7 @@ UtlStatus ConvertBayerN(void* dst, const void* src, uint32_t width, uint32_t hei
         return UTL_STS_INVALID_PARAMETER;
     }
     const Kernels::KernelTable& kernels = *s_psKernels;
-    const uint32_t count = shift & 0xFFu;
+    const uint32_t count = ShiftCount(shift);
     DemosaicBilinear<Sample16, Phase, layout>(
         Bytes(dst), Frame<Sample16>{Bytes(src), width, height}, {count},
         [&kernels, width, count](Kernels::GreenRule rule, RowKind kind, uint8_t* dstRow, const RowsAround& rows) {

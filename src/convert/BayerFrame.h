@@ -186,7 +186,7 @@ void DemosaicBilinear(uint8_t* dst, const Frame<Sample>& frame, const Kernels::M
             StoreSite<layout>(dstRow, c, kind, EndOfRowPixel<Sample>(rows, c, inner, IsGreenSite(kind, c), mean));
         };
         // A row kernel takes the one row beside an outer row twice, a true mean while no shift count has wrapped.
-        if (frame.height == 1 || width < 3 || (!inside && mean.CountsWrap())) {
+        if (frame.height == 1 || width == 1 || (!inside && mean.CountsWrap())) {
             for (size_t c = 0; c < width; ++c) {
                 atAnyPlace(c);
             }

@@ -54,7 +54,7 @@ using ShiftedRun = void (*)(uint8_t* dst, const uint8_t* src, size_t count, uint
 /// row of a picture both `above` and `below` are the one row that exists.
 using BayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8_t* row, const uint8_t* below, size_t width);
 
-/// As BayerRow with 16-bit samples: means at full depth, then shifted; `shift` is a byte, its counts modulo 32.
+/// As BayerRow with 16-bit samples: means at full depth, then shifted; 0 <= shift < 32, sums of it modulo 32.
 using ShiftedBayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8_t* row, const uint8_t* below,
                                  size_t width, uint32_t shift);
 

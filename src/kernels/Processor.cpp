@@ -29,7 +29,7 @@ constexpr uint32_t kSsse3 = Bit(9), kSse41 = Bit(19), kOsXsave = Bit(27), kAvx =
 constexpr uint32_t kAvx2 = Bit(5), kAvx512F = Bit(16), kAvx512Dq = Bit(17);                // leaf 7, EBX
 constexpr uint32_t kAvx512Bw = Bit(30), kAvx512Vl = Bit(31);                               // leaf 7, EBX
 constexpr uint32_t kAvx512Vbmi = Bit(1);                                                   // leaf 7, ECX
-constexpr uint64_t kSavesYmm = 0x06, kSavesZmm = 0xE6;                                     // XCR0
+constexpr uint32_t kSavesYmm = 0x06, kSavesZmm = 0xE6;                                     // XCR0
 
 constinit const std::array<Needs, 4> kLadder = {{
     {&kPlainTable, {}},
@@ -86,10 +86,7 @@ Processor DetectProcessor() {
     processor.leaf7Ebx = leaf7.ebx;
     processor.leaf7Ecx = leaf7.ecx;
     if ((processor.leaf1Ecx & kOsXsave) != 0) {
-        uint32_t low = 0;
-        uint32_t high = 0;
-        __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
-        processor.xcr0 = static_cast<uint64_t>(high) << 32 | low;
+        __asm__("xgetbv" : "=a"(processor.xcr0) : "c"(0) : "edx");
     }
 #endif
     return processor;

@@ -17,7 +17,7 @@ struct Processor {
     uint32_t leaf1Ecx = 0;  ///< CPUID leaf 1
     uint32_t leaf7Ebx = 0;  ///< CPUID leaf 7, subleaf 0
     uint32_t leaf7Ecx = 0;  ///< CPUID leaf 7, subleaf 0
-    uint64_t xcr0 = 0;      ///< register state that the operating system saves; 0 without OSXSAVE
+    uint32_t xcr0 = 0;      ///< register state that the operating system saves, low half; 0 without OSXSAVE
 };
 
 /// All tables that were compiled in, from plain upwards.

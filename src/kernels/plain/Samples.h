@@ -40,17 +40,17 @@ void StorePixel(uint8_t* dst, size_t pixel, uint32_t blue, uint32_t green, uint3
 /// Truncated means of 1 to 4 samples, brought down by a right shift that is folded into the division. The caller
 /// keeps the low 8 bits. Required: every count is taken modulo 32, and the divisor of three wraps in 32 bits.
 struct MeanReduction {
-    uint32_t shift = 0;
+    uint32_t shift = 0;  ///< below 32
 
-    uint32_t Own(uint32_t sample) const { return sample >> (shift & 31); }
+    uint32_t Own(uint32_t sample) const { return sample >> shift; }
     uint32_t OfTwo(uint32_t sum) const { return sum >> ((shift + 1) & 31); }
     uint32_t OfThree(uint32_t sum) const {
-        const auto divisor = static_cast<int32_t>(3u << (shift & 31));
+        const auto divisor = static_cast<int32_t>(3u << shift);
         return static_cast<uint32_t>(static_cast<int32_t>(sum) / divisor);
     }
     uint32_t OfFour(uint32_t sum) const { return sum >> ((shift + 2) & 31); }
 
-    bool CountsWrap() const { return (shift & 31) + 2 > 31; }
+    bool CountsWrap() const { return shift >= 30; }
 };
 
 }  // namespace Vexa::Kernels

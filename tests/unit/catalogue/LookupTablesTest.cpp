@@ -9,6 +9,9 @@
 //            18 of the 130 exact halves, and those rows are one lower
 #include <gtest/gtest.h>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -132,6 +135,37 @@ TEST_F(LookupTables, AreRestoredByASecondCall) {
     EXPECT_EQ(Vexa::aucYUV2G[13], 255);
     EXPECT_EQ(Vexa::auiYUV2G[13], 0xFF00u);
     EXPECT_TRUE(Vexa::s_bLUTReady);
+}
+
+/// The whole pages inside a table, made read-only for as long as this lives.
+class ReadOnlyPages {
+  public:
+    template <class Entry, size_t count>
+    explicit ReadOnlyPages(Entry (&table)[count]) {
+        const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+        const size_t before = (page - reinterpret_cast<uintptr_t>(table) % page) % page;
+        m_pages = reinterpret_cast<uint8_t*>(table) + before;
+        m_bytes = (sizeof table - before) / page * page;
+        EXPECT_EQ(mprotect(m_pages, m_bytes, PROT_READ), 0);
+    }
+    ReadOnlyPages(const ReadOnlyPages&) = delete;
+    ReadOnlyPages& operator=(const ReadOnlyPages&) = delete;
+    ~ReadOnlyPages() { mprotect(m_pages, m_bytes, PROT_READ | PROT_WRITE); }
+
+  private:
+    void* m_pages = nullptr;
+    size_t m_bytes = 0;
+};
+
+TEST_F(LookupTables, ASecondCallWritesNothing) {
+    // So that it may run beside conversions. A write ends this program.
+    const ReadOnlyPages rows(Vexa::auiYUVC_UV);
+    const ReadOnlyPages green(Vexa::aucYUV2G);
+    const ReadOnlyPages greenWords(Vexa::auiYUV2G);
+    const ReadOnlyPages red(Vexa::aucYV2R);
+    const ReadOnlyPages redWords(Vexa::auiYV2R);
+    const ReadOnlyPages blue(Vexa::aucYU2B);
+    EXPECT_EQ(PrepareLUT(), UTL_STS_SUCCESS);
 }
 
 }  // namespace
