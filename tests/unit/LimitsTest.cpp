@@ -169,6 +169,19 @@ TEST_F(Limits, MirroredRowsFollowEachOtherIn64Bits) {
     EXPECT_EQ(groups[1].count, 0x3FFFFFFFu);
 }
 
+TEST_F(Limits, FramesWithoutAWholeUnitHaveNoRows) {
+    for (const bool mirror : {false, true}) {
+        for (const bool flip : {false, true}) {
+            for (const auto& call : Reverse(PIXEL_FORMAT_MONO8, 0, 1000, mirror, flip)) {
+                EXPECT_EQ(call.count, 0u);
+            }
+            EXPECT_LE(s_calls.size(), 1u) << "one empty block at most, not one a row";
+        }
+    }
+    EXPECT_TRUE(Reverse(PIXEL_FORMAT_YUV411_8_UYYVYY, 3, 1000, true, false).empty());
+    EXPECT_TRUE(Reverse(PIXEL_FORMAT_YUV422_8_UYVY, 1, 1000, true, false).empty());
+}
+
 TEST_F(Limits, TheLastRowIsFoundModulo2To32AndTheRowsBeforeItAreNot) {
     // 65,537 rows of 64 KiB: the last one is 2^32 bytes into the frame, of which nothing is left.
     const auto calls = Reverse(PIXEL_FORMAT_MONO8, 0x10000, 0x10001, false, true);

@@ -44,10 +44,7 @@ struct MeanReduction {
 
     uint32_t Own(uint32_t sample) const { return sample >> shift; }
     uint32_t OfTwo(uint32_t sum) const { return sum >> ((shift + 1) & 31); }
-    uint32_t OfThree(uint32_t sum) const {
-        const auto divisor = static_cast<int32_t>(3u << shift);
-        return static_cast<uint32_t>(static_cast<int32_t>(sum) / divisor);
-    }
+    uint32_t OfThree(uint32_t sum) const { return sum / (3u << shift); }
     uint32_t OfFour(uint32_t sum) const { return sum >> ((shift + 2) & 31); }
 
     bool CountsWrap() const { return shift >= 30; }
