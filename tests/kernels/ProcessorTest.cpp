@@ -132,6 +132,16 @@ TEST(ProcessorChoice, RegistersThatAreNotSavedStopTheClimb) {
     }
 }
 
+TEST(ProcessorChoice, NothingElseIsAskedFor) {
+    constexpr uint32_t kSseBits = kSsse3 | kSse41;
+    constexpr uint32_t kAvxBits = kSseBits | kOsXsave | kAvx;
+    constexpr uint32_t kYmmState = kXmm | kYmm;
+    EXPECT_EQ(Best({kSseBits, 0, 0, 0}), kSse);
+    EXPECT_EQ(Best({kAvxBits, kAvx2, 0, kYmmState}), kAvx2Rung);
+    EXPECT_EQ(Best({kAvxBits, kAvx2 | kF | kDq | kBw | kVl, kVbmi, kYmmState | kMasks | kZmmLow | kZmmHigh}),
+              kAvx512Rung);
+}
+
 TEST(ProcessorChoice, ProcessorsOfTheMarket) {
     EXPECT_EQ(Best({kSsse3 | kSse41, 0, 0, 0}), kSse) << "2008, no AVX";
     EXPECT_EQ(Best({kSsse3, 0, 0, 0}), kPlain) << "2006, no SSE4.1";
