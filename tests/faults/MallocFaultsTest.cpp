@@ -18,7 +18,7 @@ size_t lastSize = 0;
 }  // namespace
 
 // The names are the linker's.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 void* __real_malloc(size_t size);
 void* __wrap_malloc(size_t size);
@@ -29,7 +29,7 @@ void* __wrap_malloc(size_t size) {
     return refuse ? nullptr : __real_malloc(size);
 }
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 

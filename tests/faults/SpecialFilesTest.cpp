@@ -147,11 +147,11 @@ TEST_F(SpecialFiles, LyingHeaderOfAlmostFourGibibytes) {
 
 // A sanitizer aborts on a large allocation that the system would refuse or grant; here it is to behave as the system.
 // The names are the sanitizers'.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" const char* __asan_default_options() {
     return "allocator_may_return_null=1";
 }
 extern "C" const char* __tsan_default_options() {
     return "allocator_may_return_null=1";
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTEND(bugprone-reserved-identifier)
