@@ -200,6 +200,9 @@ void FillLine(AcpiLine& line, const Mosaic& frame, size_t r, const Strip& strip)
         setRingSite(strip.first - 1);
     }
     if (endsAtRing) {
+        // Of an odd width the last pair covers a column of the ring. Its pixel is replaced later, but computed first.
+        const size_t after = strip.Pairs() + 1;
+        line.clear[after] = line.sample[after] = line.green[after] = line.twice[after] = 0;
         setRingSite(strip.last);
     }
 }
