@@ -176,6 +176,11 @@ def test_two_inputs_of_one_name(tool):
 
 def test_progress_line_only_on_a_terminal(tool):
     """`script` gives the program a terminal; its output has the line of progress, a pipe's has nothing."""
+    try:
+        for descriptor in os.openpty():
+            os.close(descriptor)
+    except OSError:
+        pytest.skip("this system has no pseudo-terminals")
     tool.write("in.raw", b"".join(map(frame, range(50))))
     arguments = " ".join(["convert", *SHAPE, "-j", "1", "in.raw", "f_%d.png"])
     done = subprocess.run(["script", "-qec", f"{PROGRAM} {arguments}", "/dev/null"], cwd=tool.folder,
