@@ -19,7 +19,7 @@ const Vexa::PixelFormatDicEntry* FindEntry(PixelFormat format) {
 }  // namespace
 
 uint32_t BitPerPixel(PixelFormat format) {
-    return (format & 0x00FF0000u) >> 16;
+    return format >> 16 & 0xFFu;
 }
 
 uint8_t DataDepth(PixelFormat format) {

@@ -232,7 +232,7 @@ void ConvertStrip(uint8_t* dst, const Mosaic& frame, const Strip& strip) {
         FillLine<Phase>(*below, frame, r + 1, strip);
         const RowKind kind = KindOfRow<Phase>(r);
         const Kernels::AcpiColour kernel = Border<Phase>::kWrapsBlueTies && HoldsRed(kind)
-                                               ? s_psKernels->acpiColourWrappingTie[StartsWithGreen(kind)][layout]
+                                               ? s_psKernels->acpiColourWrappingTie[layout]
                                                : s_psKernels->acpiColour[kind][layout];
         kernel(dst + (r * frame.width + strip.first) * Kernels::kBytesPerPixel<layout>, above, here, below,
                strip.Pairs());
@@ -258,7 +258,7 @@ UtlStatus ConvertAcpi(void* dst, const void* src, uint32_t width, uint32_t heigh
     if (frame.width == 0) {
         return UTL_STS_SUCCESS;
     }
-    const bool hasInterior = frame.width > 2 * kRing && frame.height > 2 * kRing;
+    const bool hasInterior = std::min(frame.width, frame.height) > kRing + kRing;
     const size_t ringRows = hasInterior ? kRing : frame.height;
     for (size_t r = 0; r < ringRows; ++r) {
         ConvertRingRow<Phase, layout>(out, frame, r);

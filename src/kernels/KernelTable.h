@@ -106,7 +106,7 @@ struct KernelTable {
 
     AcpiGreen acpiGreen[2];  ///< [row starts with green]
     AcpiColour acpiColour[kRowKindCount][kLayoutCount];
-    AcpiColour acpiColourWrappingTie[2][kLayoutCount];  ///< rows with red of RG frames [row starts with green]
+    AcpiColour acpiColourWrappingTie[kLayoutCount];  ///< rows with red of RG frames, which start with it
 
     // Units in reverse order: dst unit k is src unit count - 1 - k, its luma samples reversed too.
     Run reverse8;
