@@ -2,7 +2,11 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // Bitmap files byte for byte: literal headers, literal small pictures, and every small size against the slow model.
+#include <sys/resource.h>
+
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 
 #include "Buffers.h"
 #include "ScratchFolder.h"
@@ -153,6 +157,59 @@ TEST_F(BmpWriter, ImageSizesWrapModulo2To32) {
     ASSERT_EQ(SaveBmpARGB_S(pixel, 0xFFFFFFFF, 0, 0, Path().c_str()), UTL_STS_SUCCESS);
     EXPECT_EQ(Slice(Read(Path()), 30, 46), (Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
     EXPECT_EQ(Slice(Read(Path()), 62, 70), Bytes(8, 0));
+}
+
+/// Lets files grow to this size only, for as long as it lives; what goes beyond is a failed write.
+class FileSizeLimit {
+  public:
+    explicit FileSizeLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit = {bytes, m_before.rlim_max};
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        static_cast<void>(std::signal(SIGXFSZ, m_handler));
+    }
+
+  private:
+    rlimit m_before = {};
+    void (*m_handler)(int);
+};
+
+uint64_t NumberAt(const Bytes& file, size_t offset) {
+    uint64_t number = 0;
+    for (size_t i = 8; i-- > 0;) {
+        number = number << 8 | file.at(offset + i);
+    }
+    return number;
+}
+
+TEST_F(BmpWriter, ImageSizesOf4GiBWrapAndFileSizesDoNot) {
+    // All rows are the same, and only the beginning of the file is kept.
+    const FileSizeLimit limit(4096);
+    const Bytes row(199924);
+    ASSERT_EQ(SaveBmpMono_S(row.data(), 0x10000, 0x10001, 0, Path().c_str()), UTL_STS_SUCCESS);
+    EXPECT_EQ(NumberAt(Read(Path()), 2), 0x10000u + 1126);
+    EXPECT_EQ(NumberAt(Read(Path()), 62), 0x10000u);
+    // 199,924 bytes a row, 21,483 rows: 4 bytes less than 2^32.
+    ASSERT_EQ(SaveBmpARGB_S(row.data(), 49981, 21483, 0, Path().c_str()), UTL_STS_SUCCESS);
+    EXPECT_EQ(NumberAt(Read(Path()), 2), 0x100000062u);
+    EXPECT_EQ(NumberAt(Read(Path()), 62), 0xFFFFFFFCu);
+}
+
+TEST_F(BmpWriter, PicturesWithoutColumnsAreDoneAtOnce) {
+    // Thousands of millions of rows of nothing would take many seconds.
+    const uint8_t pixel[4] = {};
+    const auto began = std::chrono::steady_clock::now();
+    for (const Variant& variant : kVariants) {
+        ASSERT_EQ(variant.write(pixel, 0, 0xFFFFFFFF, Path().c_str()), UTL_STS_SUCCESS);
+        EXPECT_EQ(NumberAt(Read(Path()), 38), 0xFFFFFFFFu);
+        EXPECT_EQ(NumberAt(Read(Path()), 62), 0u);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(5));
 }
 
 TEST_F(BmpWriter, OnlyGreyPicturesFindTheirBottomRowModulo2To32) {

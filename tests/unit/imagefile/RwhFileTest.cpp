@@ -4,6 +4,7 @@
 // Raw frames in files, written and read: layouts byte for byte, short files of every length, and every way to fail.
 #include <malloc.h>
 
+#include <array>
 #include <cstring>
 
 #include "ScratchFolder.h"
@@ -20,7 +21,15 @@ struct Loaded {
     uint32_t rowSize = kUnset;
 };
 
+/// Leaves no zeros where the next call has its variables.
+[[gnu::noinline]] void SoilStack() {
+    std::array<uint8_t, 8192> used;
+    used.fill(0xCD);
+    __asm__ volatile("" : : "r"(used.data()) : "memory");
+}
+
 Loaded Load(const std::string& path, uint8_t** frame) {
+    SoilStack();
     Loaded loaded;
     loaded.status = LoadRWH(path.c_str(), frame, &loaded.format, &loaded.width, &loaded.height, &loaded.rowSize);
     return loaded;
