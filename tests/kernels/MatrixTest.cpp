@@ -124,6 +124,37 @@ TEST_P(Matrix, EveryCountOfARun) {
     }
 }
 
+// Runs of one to four blocks, whose first blocks depend on the destination's address, in a source of the exact size.
+TEST_P(Matrix, ShortRunsToEveryAddress) {
+    std::vector<uint8_t> expected;
+    for (const Converter& converter : Oracle::Converters()) {
+        if (!converter.IsRun()) {
+            continue;
+        }
+        for (const uint32_t count :
+             {8u,  15u,  16u,  17u,  24u,  31u,  32u,  33u,  40u,  47u,  48u,  49u,  63u,  64u,  65u,  80u, 96u,
+              97u, 111u, 127u, 128u, 129u, 130u, 140u, 160u, 177u, 191u, 192u, 193u, 200u, 255u, 256u, 257u}) {
+            const size_t sourceBytes = converter.SourceBytes(count, 1);
+            const size_t destinationBytes = converter.DestinationBytes(count, 1);
+            for (const Against side : {Against::kFront, Against::kBack}) {
+                uint8_t* src = m_source.Block(sourceBytes, side, 0);
+                Oracle::FillPattern(src, sourceBytes / converter.SampleBytes(), count, converter.SampleBytes(),
+                                    converter.depth, Pattern::kRandom, count);
+                for (uint32_t offset = 0; offset < 64; ++offset) {
+                    const size_t blockBytes = destinationBytes + offset;
+                    expected.assign(blockBytes, 0x55);
+                    Oracle::Convert(converter, expected.data() + offset, src, count, 1);
+                    uint8_t* block = m_destination.Block(blockBytes, Against::kFront, 0x55);
+                    ASSERT_EQ(converter.Call(block + offset, src, count, 1), UTL_STS_SUCCESS);
+                    ASSERT_TRUE(m_destination.MarginIsIntact()) << converter.name << " count " << count;
+                    ASSERT_EQ(std::memcmp(block, expected.data(), blockBytes), 0)
+                        << converter.name << " count " << count << " offset " << offset;
+                }
+            }
+        }
+    }
+}
+
 TEST_P(Matrix, EveryShift) {
     for (const Converter& converter : Oracle::Converters()) {
         if (!converter.IsWorker()) {

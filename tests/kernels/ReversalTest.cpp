@@ -56,6 +56,30 @@ TEST_P(Reversal, LargerFrames) {
     }
 }
 
+// One row, whose blocks depend on both addresses, in a source of the exact size.
+TEST_P(Reversal, ShortRowsToEveryAddress) {
+    std::vector<uint8_t> expected;
+    for (const PixelFormat format : Oracle::ReversibleFormats()) {
+        for (uint32_t width = 1; width <= 264; width += width < 140 ? 1 : 4) {
+            const size_t bytes = Oracle::FrameBytes(format, width, 1);
+            expected.assign(bytes, 0x55);
+            for (const Against side : {Against::kFront, Against::kBack}) {
+                uint8_t* src = m_source.Block(bytes, side, 0);
+                Oracle::FillPattern(src, bytes, bytes, 1, 8, Oracle::Pattern::kRandom, width);
+                Oracle::Reverse(expected.data(), src, format, width, 1, true, false);
+                for (uint32_t offset = 0; offset < 64; ++offset) {
+                    uint8_t* block = m_destination.Block(bytes + offset, Against::kFront, 0x55);
+                    ASSERT_EQ(ReverseImg(block + offset, src, format, width, 1, 1, 0), UTL_STS_SUCCESS);
+                    ASSERT_TRUE(m_destination.MarginIsIntact());
+                    ASSERT_TRUE(std::all_of(block, block + offset, [](uint8_t byte) { return byte == 0x55; }));
+                    ASSERT_EQ(std::memcmp(block + offset, expected.data(), bytes), 0)
+                        << std::hex << format << std::dec << " width " << width << " offset " << offset;
+                }
+            }
+        }
+    }
+}
+
 TEST_P(Reversal, EveryAlignment) {
     constexpr uint32_t kWidth = 148;
     constexpr uint32_t kHeight = 3;
