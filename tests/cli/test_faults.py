@@ -24,6 +24,8 @@ def limit_files_to(size):
 @pytest.mark.parametrize("kind", ["png", "ppm", "bmp", "vbmp", "bgra", "rwh", "raw"])
 @pytest.mark.parametrize("size", [0, 10, 60, 100000])
 def test_no_room_for_the_result(tool, kind, size):
+    if size == 0 and "thread" in os.environ.get("VEXACAMUTL_SANITIZE", ""):
+        pytest.skip("the sanitizer's runtime writes a file of its own before the program starts")
     tool.write("in.raw", os.urandom(FRAME))
     tool.write(f"out.{kind}", b"older result")
     line = tool.bad(4, "convert", *SHAPE, "in.raw", f"out.{kind}", preexec_fn=limit_files_to(size))
