@@ -78,7 +78,7 @@ struct Picture {
     uint32_t bytesPerPixel;
 
     bool IsGrey() const { return bytesPerPixel == 1; }
-    uint32_t Padding() const { return (4 - WrappingProduct32(width, bytesPerPixel) % 4) % 4; }
+    uint32_t Padding() const { return (0u - WrappingProduct32(width, bytesPerPixel)) % 4; }
 
     // Required: in grey pictures the offset of the bottom row is a product modulo 2^32, in others it is not.
     const uint8_t* BottomRow() const {
