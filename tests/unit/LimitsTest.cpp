@@ -154,16 +154,23 @@ TEST_F(Limits, HalfTurnsOfSinglePixelsEndAt2To31AndThoseOfGroupsDoNot) {
 }
 
 TEST_F(Limits, RowsOfBitmapsAreLongerThan4GiB) {
-    // Gathered into blocks that a full disk takes no byte of.
-    const auto calls = CallsIn([this] { return SaveBmpARGB(m_src, 0x40000001, 1, "/dev/full"); });
-    const uint8_t* next = m_src;
-    for (const Call& call : calls) {
-        // The headers may be copied by plain instructions.
-        if (call.src == next) {
-            next += call.count;
+    // Gathered into blocks that a full disk takes no byte of. The headers may be copied by plain instructions.
+    const auto expectTwoRows = [this](uint64_t rowBytes, const std::vector<Call>& calls) {
+        const uint8_t* const end = m_src + 2 * rowBytes;
+        const uint8_t* next = m_src + rowBytes;
+        uint64_t bytes = 0;
+        for (const Call& call : calls) {
+            if (call.src == next) {
+                next += call.count;
+                bytes += call.count;
+                next = next == end ? m_src : next;
+            }
         }
-    }
-    EXPECT_EQ(next, m_src + 0x100000004);
+        EXPECT_EQ(bytes, 2 * rowBytes);
+        EXPECT_EQ(next, m_src + rowBytes) << "the upper row comes last";
+    };
+    expectTwoRows(0x100000004, CallsIn([this] { return SaveBmpARGB(m_src, 0x40000001, 2, "/dev/full"); }));
+    expectTwoRows(0x100000005, CallsIn([this] { return SaveBmpRGB(m_src, 0x55555557, 2, "/dev/full"); }));
 }
 
 TEST_F(Limits, MirroredRowsFollowEachOtherIn64Bits) {
