@@ -78,14 +78,15 @@ TEST_F(Contract, PixelCountsWrapModulo2To32) {
 
 TEST_F(Contract, EntriesOfTenTwelveAndSixteenBitsForwardToTheirWorker) {
     for (const Oracle::Converter& converter : Oracle::Converters()) {
-        std::string name = converter.name;
         if (converter.depth == 8 || converter.IsWorker()) {
             continue;
         }
         const std::string depth = std::to_string(converter.depth);
         const std::string packed = converter.family == Oracle::Family::kPackedColour ? "P" : "";
-        name.replace(name.find(depth), depth.size() + packed.size(), "N");
-        const Oracle::Converter& worker = Oracle::Find(name);
+        const std::string name = converter.name;
+        const size_t at = name.find(depth);
+        const Oracle::Converter& worker =
+            Oracle::Find(name.substr(0, at) + 'N' + name.substr(at + depth.size() + packed.size()));
         Bytes src(converter.SourceBytes(18, 6));
         Oracle::FillPattern(src.data(), src.size(), src.size(), 1, 8, Oracle::Pattern::kRandom, 11);
         const Bytes picture = PictureOf(converter, 18, 6, src, 0);
