@@ -25,16 +25,17 @@ constexpr uint32_t Bit(unsigned number) {
     return 1u << number;
 }
 
-constexpr uint32_t kSsse3 = Bit(9), kSse41 = Bit(19), kOsXsave = Bit(27), kAvx = Bit(28);  // leaf 1, ECX
-constexpr uint32_t kAvx2 = Bit(5), kAvx512F = Bit(16), kAvx512Dq = Bit(17);                // leaf 7, EBX
-constexpr uint32_t kAvx512Bw = Bit(30), kAvx512Vl = Bit(31);                               // leaf 7, EBX
-constexpr uint32_t kAvx512Vbmi = Bit(1);                                                   // leaf 7, ECX
-constexpr uint32_t kSavesYmm = 0x06, kSavesZmm = 0xE6;                                     // XCR0
+constexpr uint32_t kSsse3 = Bit(9), kFma = Bit(12), kSse41 = Bit(19);        // leaf 1, ECX
+constexpr uint32_t kOsXsave = Bit(27), kAvx = Bit(28);                       // leaf 1, ECX
+constexpr uint32_t kAvx2 = Bit(5), kAvx512F = Bit(16), kAvx512Dq = Bit(17);  // leaf 7, EBX
+constexpr uint32_t kAvx512Bw = Bit(30), kAvx512Vl = Bit(31);                 // leaf 7, EBX
+constexpr uint32_t kAvx512Vbmi = Bit(1);                                     // leaf 7, ECX
+constexpr uint32_t kSavesYmm = 0x06, kSavesZmm = 0xE6;                       // XCR0
 
 constinit const std::array<Needs, 4> kLadder = {{
     {&kPlainTable, {}},
     {&kSseTable, {kSsse3 | kSse41, 0, 0, 0}},
-    {&kAvx2Table, {kOsXsave | kAvx, kAvx2, 0, kSavesYmm}},
+    {&kAvx2Table, {kFma | kOsXsave | kAvx, kAvx2, 0, kSavesYmm}},
     {&kAvx512Table, {0, kAvx512F | kAvx512Dq | kAvx512Bw | kAvx512Vl, kAvx512Vbmi, kSavesZmm}},
 }};
 

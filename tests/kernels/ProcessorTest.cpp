@@ -75,14 +75,14 @@ TEST(ProcessorChoice, EveryEntryOfEveryTableIsFilled) {
 
 #if defined(__x86_64__)
 
-constexpr uint32_t kSsse3 = 1u << 9, kSse41 = 1u << 19, kOsXsave = 1u << 27, kAvx = 1u << 28;
+constexpr uint32_t kSsse3 = 1u << 9, kFma = 1u << 12, kSse41 = 1u << 19, kOsXsave = 1u << 27, kAvx = 1u << 28;
 constexpr uint32_t kAvx2 = 1u << 5, kF = 1u << 16, kDq = 1u << 17, kBw = 1u << 30, kVl = 1u << 31;
 constexpr uint32_t kVbmi = 1u << 1;
 constexpr uint32_t kX87 = 1, kXmm = 2, kYmm = 4, kMasks = 0x20, kZmmLow = 0x40, kZmmHigh = 0x80;
 
 enum : size_t { kPlain, kSse, kAvx2Rung, kAvx512Rung };
 
-constexpr Processor kComplete = {kSsse3 | kSse41 | kOsXsave | kAvx, kAvx2 | kF | kDq | kBw | kVl, kVbmi,
+constexpr Processor kComplete = {kSsse3 | kFma | kSse41 | kOsXsave | kAvx, kAvx2 | kF | kDq | kBw | kVl, kVbmi,
                                  kX87 | kXmm | kYmm | kMasks | kZmmLow | kZmmHigh};
 
 Processor WithoutLeaf1(uint32_t bits) {
@@ -113,6 +113,7 @@ TEST(ProcessorChoice, AnUnknownProcessorGetsThePlainTable) {
 TEST(ProcessorChoice, EachMissingFeatureStopsTheClimb) {
     EXPECT_EQ(Best(WithoutLeaf1(kSsse3)), kPlain);
     EXPECT_EQ(Best(WithoutLeaf1(kSse41)), kPlain);
+    EXPECT_EQ(Best(WithoutLeaf1(kFma)), kSse);
     EXPECT_EQ(Best(WithoutLeaf1(kOsXsave)), kSse);
     EXPECT_EQ(Best(WithoutLeaf1(kAvx)), kSse);
     EXPECT_EQ(Best(WithoutLeaf7(kAvx2, 0)), kSse);
@@ -134,7 +135,7 @@ TEST(ProcessorChoice, RegistersThatAreNotSavedStopTheClimb) {
 
 TEST(ProcessorChoice, NothingElseIsAskedFor) {
     constexpr uint32_t kSseBits = kSsse3 | kSse41;
-    constexpr uint32_t kAvxBits = kSseBits | kOsXsave | kAvx;
+    constexpr uint32_t kAvxBits = kSseBits | kFma | kOsXsave | kAvx;
     constexpr uint32_t kYmmState = kXmm | kYmm;
     EXPECT_EQ(Best({kSseBits, 0, 0, 0}), kSse);
     EXPECT_EQ(Best({kAvxBits, kAvx2, 0, kYmmState}), kAvx2Rung);
@@ -146,8 +147,8 @@ TEST(ProcessorChoice, ProcessorsOfTheMarket) {
     EXPECT_EQ(Best({kSsse3 | kSse41, 0, 0, 0}), kSse) << "2008, no AVX";
     EXPECT_EQ(Best({kSsse3, 0, 0, 0}), kPlain) << "2006, no SSE4.1";
     EXPECT_EQ(Best({kSsse3 | kSse41 | kOsXsave | kAvx, 0, 0, 7}), kSse) << "2011, AVX without AVX2";
-    EXPECT_EQ(Best({kSsse3 | kSse41 | kOsXsave | kAvx, kAvx2, 0, 7}), kAvx2Rung) << "2013, AVX2";
-    EXPECT_EQ(Best({kSsse3 | kSse41 | kOsXsave | kAvx, kAvx2 | kF | kDq | kBw | kVl, 0, 0xE7}), kAvx2Rung)
+    EXPECT_EQ(Best({kSsse3 | kFma | kSse41 | kOsXsave | kAvx, kAvx2, 0, 7}), kAvx2Rung) << "2013, AVX2";
+    EXPECT_EQ(Best({kSsse3 | kFma | kSse41 | kOsXsave | kAvx, kAvx2 | kF | kDq | kBw | kVl, 0, 0xE7}), kAvx2Rung)
         << "2017, AVX-512 without VBMI";
 }
 
@@ -155,7 +156,7 @@ TEST(ProcessorChoice, DetectionAgreesWithTheCompiler) {
     const Processor processor = DetectProcessor();
     EXPECT_EQ((processor.leaf1Ecx & kSsse3) != 0, __builtin_cpu_supports("ssse3") != 0);
     EXPECT_EQ((processor.leaf1Ecx & kSse41) != 0, __builtin_cpu_supports("sse4.1") != 0);
-    EXPECT_EQ(Best(processor) >= kAvx2Rung, __builtin_cpu_supports("avx2") != 0);
+    EXPECT_EQ(Best(processor) >= kAvx2Rung, __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0);
     EXPECT_EQ(Best(processor) == kAvx512Rung,
               __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
                   __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vl") != 0 &&
