@@ -20,6 +20,8 @@ function(vexa_compile_settings target)
     target_compile_options(${target} PRIVATE
       -fsanitize=${VEXACAMUTL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=${VEXACAMUTL_SANITIZE})
+    # The library asks for the part of the runtime that knows C++, and clang gives it to no C program.
+    set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
   endif()
   if(VEXACAMUTL_COVERAGE)
     target_compile_options(${target} PRIVATE --coverage)
