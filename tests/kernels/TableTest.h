@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,21 +32,30 @@ struct Trial {
     uint64_t seed = 0;
 };
 
+/// The table that the library uses as long as this lives.
+class TableInUse {
+  public:
+    explicit TableInUse(const Vexa::Kernels::KernelTable* table) : m_before(Vexa::s_psKernels) {
+        Vexa::s_psKernels = table;
+        PrepareLUT();
+    }
+    TableInUse(const TableInUse&) = delete;
+    TableInUse& operator=(const TableInUse&) = delete;
+    ~TableInUse() { Vexa::s_psKernels = m_before; }
+
+  private:
+    const Vexa::Kernels::KernelTable* m_before;
+};
+
 class TableTest : public testing::TestWithParam<const Vexa::Kernels::KernelTable*> {
   protected:
     void SetUp() override {
         if (!Vexa::Kernels::CanRun(*GetParam(), Vexa::Kernels::DetectProcessor())) {
             GTEST_SKIP() << "this processor cannot run the " << GetParam()->name << " kernels";
         }
-        m_before = Vexa::s_psKernels;
-        Vexa::s_psKernels = GetParam();
-        PrepareLUT();
+        m_inUse.emplace(GetParam());
     }
-    void TearDown() override {
-        if (m_before != nullptr) {
-            Vexa::s_psKernels = m_before;
-        }
-    }
+    void TearDown() override { m_inUse.reset(); }
 
     /// Runs the library and the model on the same frame and compares every byte, the margins included.
     void Compare(const Oracle::Converter& converter, const Trial& trial) {
@@ -88,16 +98,21 @@ class TableTest : public testing::TestWithParam<const Vexa::Kernels::KernelTable
                       << (m_destination.MarginIsIntact() ? "intact" : "WRITTEN") << ", " << place;
     }
 
-    const Vexa::Kernels::KernelTable* m_before = nullptr;
+    std::optional<TableInUse> m_inUse;
     std::vector<uint8_t> m_expected;
 };
 
-inline std::string TableName(const testing::TestParamInfo<const Vexa::Kernels::KernelTable*>& info) {
-    std::string name = info.param->name;
+/// What a test case may be called after the table.
+inline std::string NameForTests(const Vexa::Kernels::KernelTable& table) {
+    std::string name = table.name;
     for (char& letter : name) {
         letter = std::isalnum(static_cast<unsigned char>(letter)) != 0 ? letter : '_';
     }
     return name;
+}
+
+inline std::string TableName(const testing::TestParamInfo<const Vexa::Kernels::KernelTable*>& info) {
+    return NameForTests(*info.param);
 }
 
 /// Instantiates a suite for every table that was compiled in.
