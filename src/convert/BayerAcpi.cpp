@@ -151,24 +151,14 @@ struct Strip {
     bool EndsAtRing(const Mosaic& frame) const { return last + kRing == frame.width; }
 };
 
-void SetSite(AcpiLine& line, size_t pair, const SitePixel& site, bool greenSite) {
-    if (greenSite) {
-        line.clear[pair] = static_cast<int16_t>(site.green);
-        return;
-    }
-    line.sample[pair] = static_cast<int16_t>(site.x);
-    line.green[pair] = static_cast<int16_t>(site.green);
-    line.twice[pair] = static_cast<int16_t>(2 * site.x - site.green);
-}
-
-/// A line of the second ring, rows 1 and h-2: green is the mean of its four neighbours.
+/// A line of the second ring, rows 1 and h-2: green is the mean of its four neighbours. It is only ever above or below
+/// the line that is converted, so its green sites are not wanted.
 template <bool startsWithGreen>
 void FillRingPairs(AcpiLine& line, const RowsAround& rows, const Strip& strip) {
     constexpr size_t kXAt = startsWithGreen ? 1 : 0;
     for (size_t i = 1; i <= strip.Pairs(); ++i) {
         const size_t c = strip.first + 2 * (i - 1) + kXAt;
         const int green = (rows.row[c - 1] + rows.row[c + 1] + rows.above[c] + rows.below[c]) >> 2;
-        line.clear[i] = rows.row[c + 1 - 2 * kXAt];
         line.sample[i] = rows.row[c];
         line.green[i] = static_cast<int16_t>(green);
         line.twice[i] = static_cast<int16_t>(2 * rows.row[c] - green);
@@ -176,13 +166,19 @@ void FillRingPairs(AcpiLine& line, const RowsAround& rows, const Strip& strip) {
 }
 
 /// The pair before and the pair after a strip, pairs 0 and Pairs() + 1, belong to the lines too, by the column of them
-/// that touches the strip; where the strip ends at the ring, that column follows the ring's rule.
+/// that touches the strip, if that is an X site; where the strip ends at the ring, that column follows the ring's rule.
 template <class Phase>
 void FillLine(AcpiLine& line, const Mosaic& frame, size_t r, const Strip& strip) {
     const RowKind kind = KindOfRow<Phase>(r);
     const RowsAround around = RowsOf(frame, r);
     const auto setRingSite = [&](size_t c) {
-        SetSite(line, (c + 2 - strip.first) / 2, SecondRingPixel(around, c, kind), IsGreenSite(kind, c));
+        if (!IsGreenSite(kind, c)) {
+            const SitePixel site = SecondRingPixel(around, c, kind);
+            const size_t pair = (c + 2 - strip.first) / 2;
+            line.sample[pair] = static_cast<int16_t>(site.x);
+            line.green[pair] = static_cast<int16_t>(site.green);
+            line.twice[pair] = static_cast<int16_t>(2 * site.x - site.green);
+        }
     };
     const bool ringRow = r < kRing || r + kRing >= frame.height;
     const bool startsAtRing = ringRow || strip.StartsAtRing();
@@ -202,7 +198,7 @@ void FillLine(AcpiLine& line, const Mosaic& frame, size_t r, const Strip& strip)
     if (endsAtRing) {
         // Of an odd width the last pair covers a column of the ring. Its pixel is replaced later, but computed first.
         const size_t after = strip.Pairs() + 1;
-        line.clear[after] = line.sample[after] = line.green[after] = line.twice[after] = 0;
+        line.sample[after] = line.green[after] = line.twice[after] = 0;
         setRingSite(strip.last);
     }
 }

@@ -70,7 +70,7 @@ static_assert(kAcpiStripColumns % 2 == 0);
 struct AcpiLine {
     static constexpr size_t kPairs = kAcpiStripColumns / 2 + 2;
 
-    alignas(64) int16_t clear[kPairs];   ///< sample at the green site
+    alignas(64) int16_t clear[kPairs];   ///< sample at the green site; read of the line that is converted
     alignas(64) int16_t sample[kPairs];  ///< sample at the X site
     alignas(64) int16_t green[kPairs];   ///< green found there
     alignas(64) int16_t twice[kPairs];   ///< 2 * sample - green
