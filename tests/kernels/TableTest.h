@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,13 @@
 #include "catalogue/VexaCamUtl.h"
 #include "kernels/KernelTable.h"
 #include "kernels/Processor.h"
+
+namespace Vexa::Kernels {
+/// How a list of tests shows the table: by its name, not by an address that is another one each time.
+inline void PrintTo(const KernelTable* table, std::ostream* os) {
+    *os << table->name;
+}
+}  // namespace Vexa::Kernels
 
 /// One conversion to compare.
 struct Trial {
