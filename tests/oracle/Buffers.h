@@ -12,7 +12,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -21,6 +20,11 @@
 namespace Oracle {
 
 enum class Against { kFront, kBack };
+
+/// Whether all `count` bytes hold `fill`: the first one does, and each is like the next.
+inline bool IsFilled(const uint8_t* bytes, size_t count, uint8_t fill) {
+    return count == 0 || (bytes[0] == fill && std::memcmp(bytes, bytes + 1, count - 1) == 0);
+}
 
 class GuardedArena {
   public:
@@ -59,7 +63,7 @@ class GuardedArena {
     bool MarginIsIntact() const {
         const uint8_t* margin =
             m_side == Against::kFront ? m_begin + m_bytes : m_begin + m_capacity - m_bytes - kMargin;
-        return std::all_of(margin, margin + kMargin, [this](uint8_t byte) { return byte == m_fill; });
+        return IsFilled(margin, kMargin, m_fill);
     }
 
   private:
