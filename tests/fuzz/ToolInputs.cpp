@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "Failure.h"
-#include "FrameSource.h"
+#include "input/FrameSource.h"
 #include "FuzzInput.h"
-#include "Sidecar.h"
-#include "Unpack.h"
+#include "input/Sidecar.h"
+#include "formats/Unpack.h"
 
 using namespace VexaTool;
 

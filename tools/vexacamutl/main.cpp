@@ -10,9 +10,9 @@
 
 #include <VexaCamUtl.h>
 
-#include "Cleanup.h"
 #include "Failure.h"
 #include "commands/Commands.h"
+#include "output/Cleanup.h"
 
 using namespace VexaTool;
 

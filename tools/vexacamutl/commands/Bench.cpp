@@ -14,10 +14,10 @@
 #include <memory>
 #include <vector>
 
-#include "../Failure.h"
-#include "../RawShape.h"
-#include "Commands.h"
-#include "Converters.h"
+#include "Failure.h"
+#include "commands/Commands.h"
+#include "formats/Converters.h"
+#include "formats/RawShape.h"
 
 namespace VexaTool {
 

@@ -6,9 +6,9 @@
 #include <memory>
 #include <thread>
 
-#include "../Conversion.h"
-#include "../Failure.h"
-#include "Commands.h"
+#include "Failure.h"
+#include "commands/Commands.h"
+#include "commands/Conversion.h"
 
 namespace VexaTool {
 

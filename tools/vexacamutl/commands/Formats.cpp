@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <memory>
 
-#include "../Failure.h"
-#include "../RawShape.h"
-#include "Commands.h"
+#include "Failure.h"
+#include "commands/Commands.h"
+#include "formats/RawShape.h"
 
 namespace VexaTool {
 

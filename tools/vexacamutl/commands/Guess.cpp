@@ -10,12 +10,13 @@
 #include <cstdio>
 #include <memory>
 
-#include "../Failure.h"
-#include "../FrameEncoder.h"
-#include "../FrameSource.h"
-#include "../Lettering.h"
-#include "../PictureWriter.h"
-#include "Commands.h"
+#include "Failure.h"
+#include "commands/Commands.h"
+#include "input/FrameSource.h"
+#include "output/FrameEncoder.h"
+#include "output/OutputFile.h"
+#include "output/PictureWriter.h"
+#include "scene/Lettering.h"
 
 namespace VexaTool {
 

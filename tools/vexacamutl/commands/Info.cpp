@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <memory>
 
-#include "../Failure.h"
-#include "../FrameSource.h"
-#include "Commands.h"
+#include "Failure.h"
+#include "commands/Commands.h"
+#include "input/FrameSource.h"
 
 namespace VexaTool {
 

@@ -5,11 +5,12 @@
 #include <cstdio>
 #include <memory>
 
-#include "../Failure.h"
-#include "../FrameEncoder.h"
-#include "../FrameFeed.h"
-#include "../Unpack.h"
-#include "Commands.h"
+#include "Failure.h"
+#include "commands/Commands.h"
+#include "formats/Unpack.h"
+#include "input/FrameFeed.h"
+#include "output/FrameEncoder.h"
+#include "output/OutputFile.h"
 
 namespace VexaTool {
 
@@ -55,9 +56,7 @@ const FormatInfo& PhaseAfter(const RawShape& shape, bool mirror, bool flip) {
 }
 
 void CheckWidth(const RawShape& shape) {
-    const uint32_t group = shape.format->code == PIXEL_FORMAT_YUV411_8_UYYVYY ? 4
-                           : shape.format->code == PIXEL_FORMAT_YUV422_8_UYVY ? 2
-                                                                              : 1;
+    const uint32_t group = PixelsPerGroup(*shape.format);
     if (shape.width % group != 0) {
         throw Failure(ExitCode::kUnsupported, "the width of " + shape.Text() + " is no multiple of the " +
                                                   std::to_string(group) + " pixels that share their chroma");

@@ -4,14 +4,15 @@
 // synth: raw frames of a drawn scene, for trying things out without a camera.
 #include <memory>
 
-#include "../Failure.h"
-#include "../FrameEncoder.h"
-#include "../OutputNames.h"
-#include "../Progress.h"
-#include "../Scene.h"
-#include "../Sidecar.h"
-#include "../Unpack.h"
-#include "Commands.h"
+#include "Failure.h"
+#include "commands/Commands.h"
+#include "commands/Progress.h"
+#include "formats/Unpack.h"
+#include "input/Sidecar.h"
+#include "output/FrameEncoder.h"
+#include "output/OutputFile.h"
+#include "output/OutputNames.h"
+#include "scene/Scene.h"
 
 namespace VexaTool {
 

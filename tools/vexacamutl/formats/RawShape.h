@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// What a raw frame is like: format, size, and how its bytes lie in the file.
+//
+//     offset        stride                 stride
+//     |<- skipped ->|<- row 0 ... |padding>|<- row 1 ... |padding>| ...   next frame
+//
+// Without a stride rows (and, of packed formats, even bits of rows) follow each other without a gap.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "formats/FormatNames.h"
+
+namespace VexaTool {
+
+struct RawShape {
+    const FormatInfo* format = nullptr;
+    uint32_t width = 0;
+    uint32_t height = 0;
+    uint64_t stride = 0;  ///< bytes from row to row, 0: no padding
+    uint64_t offset = 0;  ///< bytes before the first frame of a file
+
+    size_t Pixels() const { return size_t{width} * height; }
+
+    /// The bytes that a run of pixels takes; a started byte counts.
+    size_t BytesOf(size_t pixels) const { return (pixels * BitPerPixel(format->code) + 7) / 8; }
+    size_t FrameBytes() const { return stride == 0 ? BytesOf(Pixels()) : size_t{stride} * height; }
+
+    /// "BayerRG8 1920x1080"
+    std::string Text() const {
+        return std::string(format->name) + " " + std::to_string(width) + "x" + std::to_string(height);
+    }
+};
+
+/// "1920x1080"; a Failure unless both are at least 1 and the frame is of a sane size.
+void ParseSize(const std::string& text, uint32_t& width, uint32_t& height);
+
+/// A Failure for sizes beyond what the program handles (2^30 pixels), and for a stride shorter than a row.
+void CheckShape(const RawShape& shape, const std::string& name);
+
+}  // namespace VexaTool

@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// See FrameSource.h.
+#include "input/FrameSource.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "Failure.h"
+#include "input/Sidecar.h"
+
+namespace VexaTool {
+
+namespace {
+
+constexpr uint64_t kRwhHeaderBytes = 16;
+
+Failure CannotRead(const std::string& path) {
+    return {ExitCode::kInput, "cannot read " + (path == "-" ? "standard input" : path) + ": " + SystemMessage()};
+}
+
+int OpenToRead(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        throw CannotRead(path);
+    }
+    return fd;
+}
+
+RawShape ShapeOfRwh(const std::string& path) {
+    PixelFormat code = 0;
+    RawShape shape;
+    uint32_t rowSize = 0;
+    close(OpenToRead(path));  // for the system's own words when it cannot be
+    if (LoadRWH(path.c_str(), nullptr, &code, &shape.width, &shape.height, &rowSize) != UTL_STS_SUCCESS) {
+        throw Failure(ExitCode::kInput, "cannot read " + path);
+    }
+    shape.format = FindFormat(code);
+    if (shape.format == nullptr) {
+        throw Failure(ExitCode::kInput, path + ": the header holds no known pixel format (" + HexCode(code) + ")");
+    }
+    if (uint64_t{rowSize} != uint64_t{shape.width} * BitPerPixel(code) / 8) {
+        throw Failure(ExitCode::kInput, path + ": the header says " + shape.Text() + ", but rows of " +
+                                            std::to_string(rowSize) + " bytes");
+    }
+    // Rows of an RWH file end at whole bytes, rounded down; only where nothing is lost is that the frame itself.
+    if (shape.BytesOf(shape.Pixels()) != size_t{rowSize} * shape.height) {
+        throw Failure(ExitCode::kInput, path + ": rows of " + shape.Text() + " do not end at whole bytes");
+    }
+    shape.offset = kRwhHeaderBytes;
+    return shape;
+}
+
+RawShape ShapeOfRaw(const std::string& path, const InputOptions& options) {
+    RawShape shape;
+    if (options.format.empty() || options.size.empty()) {
+        const std::optional<RawShape> sidecar = path == "-" ? std::nullopt : ReadSidecar(path);
+        if (!sidecar) {
+            throw Failure(ExitCode::kUsage,
+                          (path == "-" ? "standard input: give --format and --size"
+                                       : path + ": give --format and --size (there is no " + SidecarPath(path) + ")"));
+        }
+        shape = *sidecar;
+    }
+    if (!options.format.empty()) {
+        shape.format = &FormatNamed(options.format);
+    }
+    if (!options.size.empty()) {
+        ParseSize(options.size, shape.width, shape.height);
+    }
+    shape.stride = options.stride != 0 ? options.stride : shape.stride;
+    shape.offset = options.offset != 0 ? options.offset : shape.offset;
+    return shape;
+}
+
+}  // namespace
+
+void InputOptions::AddTo(CLI::App& command) {
+    command.add_option("-f,--format", format, "Pixel format: name, alias or hex code (see: vexacamutl formats)");
+    command.add_option("-s,--size", size, "Size of a frame, WIDTHxHEIGHT");
+    command.add_option("--stride", stride, "Bytes from one row to the next (default: rows without padding)");
+    command.add_option("--offset", offset, "Bytes to skip before the first frame");
+    command.add_option("--frame", frame, "Only this frame of a sequence, counted from 0");
+}
+
+bool IsRwhPath(const std::string& path) {
+    std::string extension = std::filesystem::path(path).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension == ".rwh";
+}
+
+bool IsStream(const std::string& path) {
+    struct stat status = {};
+    return path == "-" || (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode));
+}
+
+RawShape FindShape(const std::string& path, const InputOptions& options) {
+    const RawShape shape = IsRwhPath(path) ? ShapeOfRwh(path) : ShapeOfRaw(path, options);
+    CheckShape(shape, path == "-" ? "standard input" : path);
+    return shape;
+}
+
+MappedFile::MappedFile(const std::string& path) {
+    const int fd = OpenToRead(path);
+    struct stat status = {};
+    void* address = nullptr;
+    bool failed = fstat(fd, &status) != 0;
+    if (!failed && S_ISDIR(status.st_mode)) {
+        errno = EISDIR;
+        failed = true;
+    }
+    if (!failed && status.st_size > 0) {
+        address = mmap(nullptr, static_cast<size_t>(status.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
+        failed = address == MAP_FAILED;
+    }
+    const int error = errno;
+    close(fd);
+    if (failed) {
+        errno = error;
+        throw CannotRead(path);
+    }
+    content_ = {static_cast<const uint8_t*>(address), static_cast<size_t>(status.st_size)};
+}
+
+MappedFile::~MappedFile() {
+    if (!content_.empty()) {
+        munmap(const_cast<uint8_t*>(content_.data()), content_.size());
+    }
+}
+
+MappedFrames::MappedFrames(std::string path, const InputOptions& options)
+    : path_(std::move(path)), shape_(FindShape(path_, options)), file_(path_) {
+    const size_t bytes = file_.Content().size();
+    const size_t frames = bytes < shape_.offset ? 0 : (bytes - shape_.offset) / shape_.FrameBytes();
+    if (options.frame) {
+        if (*options.frame >= frames) {
+            throw Failure(ExitCode::kInput, path_ + ": there is no frame " + std::to_string(*options.frame) +
+                                                "; the file holds " + std::to_string(frames));
+        }
+        first_ = *options.frame;
+        count_ = 1;
+    } else {
+        count_ = frames;
+        CheckLength();
+    }
+}
+
+void MappedFrames::CheckLength() {
+    const uint64_t bytes = file_.Content().size();
+    const uint64_t wanted = shape_.offset + count_ * shape_.FrameBytes();
+    if (count_ == 1 && bytes == wanted) {
+        return;
+    }
+    if (count_ == 0 || bytes != wanted || IsRwhPath(path_)) {
+        const std::string offset = shape_.offset == 0 ? "" : " after " + std::to_string(shape_.offset) + " bytes";
+        throw Failure(ExitCode::kInput, path_ + ": " + std::to_string(bytes) + " bytes are not " +
+                                            (IsRwhPath(path_) ? "the frame" : "a whole number of frames") + " of " +
+                                            std::to_string(shape_.FrameBytes()) + " bytes (" + shape_.Text() + ")" +
+                                            offset);
+    }
+}
+
+Bytes MappedFrames::Frame(size_t index) const {
+    const size_t bytes = shape_.FrameBytes();
+    return file_.Content().subspan(shape_.offset + (first_ + index) * bytes, bytes);
+}
+
+FrameStream::FrameStream(std::string path, const InputOptions& options)
+    : path_(std::move(path)), shape_(FindShape(path_, options)) {
+    fd_ = path_ == "-" ? STDIN_FILENO : OpenToRead(path_);
+    SkipOffset();
+    std::vector<uint8_t> skipped;
+    for (uint64_t frame = 0; options.frame && frame < *options.frame; ++frame) {
+        Read(skipped);
+    }
+}
+
+FrameStream::~FrameStream() {
+    if (fd_ != STDIN_FILENO) {
+        close(fd_);
+    }
+}
+
+size_t FrameStream::ReadUpTo(uint8_t* to, size_t bytes) {
+    size_t done = 0;
+    while (done < bytes) {
+        const ssize_t got = read(fd_, to + done, bytes - done);
+        if (got == 0) {
+            break;
+        }
+        if (got > 0) {
+            done += static_cast<size_t>(got);
+        } else if (errno != EINTR) {
+            throw CannotRead(path_);
+        }
+    }
+    return done;
+}
+
+void FrameStream::SkipOffset() {
+    std::vector<uint8_t> block(std::min<uint64_t>(shape_.offset, uint64_t{1} << 20));
+    for (uint64_t left = shape_.offset; left > 0;) {
+        const size_t got = ReadUpTo(block.data(), std::min<uint64_t>(left, block.size()));
+        if (got == 0) {
+            return;
+        }
+        left -= got;
+    }
+}
+
+bool FrameStream::Read(std::vector<uint8_t>& frame) {
+    frame.resize(shape_.FrameBytes());
+    const size_t got = ReadUpTo(frame.data(), frame.size());
+    if (got == 0) {
+        return false;
+    }
+    if (got < frame.size()) {
+        throw Failure(ExitCode::kInput, (path_ == "-" ? "standard input" : path_) + ": frame " +
+                                            std::to_string(framesRead_) + " is short, " + std::to_string(got) + " of " +
+                                            std::to_string(frame.size()) + " bytes (" + shape_.Text() + ")");
+    }
+    ++framesRead_;
+    return true;
+}
+
+}  // namespace VexaTool

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// Where raw frames come from.
+//
+//     regular file    mapped into memory; one frame or a sequence, each reachable by its number
+//     RWH file        the same, its shape from its own header
+//     "-", a FIFO     read frame by frame until the end
+//
+// A length that is no whole number of frames is an error, never a silent rest.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <optional>
+#include <vector>
+
+#include "formats/Bytes.h"
+#include "formats/RawShape.h"
+
+namespace VexaTool {
+
+/// What the command line says about raw inputs.
+struct InputOptions {
+    std::string format;
+    std::string size;
+    uint64_t stride = 0;
+    uint64_t offset = 0;
+    std::optional<uint64_t> frame;  ///< only this one of a sequence
+
+    void AddTo(CLI::App& command);
+};
+
+bool IsRwhPath(const std::string& path);
+
+/// The shape of the frames in a file: an RWH header, else the command line, else a sidecar.
+RawShape FindShape(const std::string& path, const InputOptions& options);
+
+/// True for "-" and for what is neither a regular file nor a folder.
+bool IsStream(const std::string& path);
+
+/// A regular file in memory, read-only.
+class MappedFile {
+  public:
+    explicit MappedFile(const std::string& path);
+    ~MappedFile();
+    MappedFile(const MappedFile&) = delete;
+    MappedFile& operator=(const MappedFile&) = delete;
+    Bytes Content() const { return content_; }
+
+  private:
+    Bytes content_;
+};
+
+class MappedFrames {
+  public:
+    MappedFrames(std::string path, const InputOptions& options);
+
+    const RawShape& Shape() const { return shape_; }
+    const std::string& Path() const { return path_; }
+    size_t Count() const { return count_; }
+    Bytes Frame(size_t index) const;
+
+  private:
+    void CheckLength();
+
+    std::string path_;
+    RawShape shape_;
+    MappedFile file_;
+    size_t first_ = 0;
+    size_t count_ = 0;
+};
+
+class FrameStream {
+  public:
+    FrameStream(std::string path, const InputOptions& options);
+    ~FrameStream();
+    FrameStream(const FrameStream&) = delete;
+    FrameStream& operator=(const FrameStream&) = delete;
+
+    const RawShape& Shape() const { return shape_; }
+
+    /// The next frame; false at the end of the stream, a Failure when it ends within a frame.
+    bool Read(std::vector<uint8_t>& frame);
+
+  private:
+    size_t ReadUpTo(uint8_t* to, size_t bytes);
+    void SkipOffset();
+
+    std::string path_;
+    RawShape shape_;
+    int fd_ = -1;
+    uint64_t framesRead_ = 0;
+};
+
+}  // namespace VexaTool

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// See Cleanup.h.
+#include "output/Cleanup.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <set>
+#include <string_view>
+#include <thread>
+
+#include "Failure.h"
+
+namespace VexaTool {
+
+namespace {
+
+std::mutex s_names;
+std::set<std::string> s_unfinished;
+
+/// The lock is never given back: no other thread names a file from here on.
+void RemoveUnfinishedForGood() {
+    s_names.lock();
+    for (const std::string& path : s_unfinished) {
+        unlink(path.c_str());
+    }
+}
+
+/// The thread that faults was reading pixels, so it holds no lock itself.
+void EndByShrunkInput(int /*number*/) {
+    static constexpr std::string_view kLine = "vexacamutl: an input file became shorter while it was read\n";
+    RemoveUnfinishedForGood();
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, kLine.data(), kLine.size());
+    _exit(static_cast<int>(ExitCode::kInput));
+}
+
+/// Those that end the program; what the parent ignores stays ignored (nohup).
+sigset_t EndingSignals() {
+    sigset_t ending;
+    sigemptyset(&ending);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action = {};
+        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&ending, number);
+        }
+    }
+    return ending;
+}
+
+}  // namespace
+
+void InstallSignalHandling() {
+    const sigset_t ending = EndingSignals();
+    pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+    std::thread([ending] {
+        int number = 0;
+        if (sigwait(&ending, &number) == 0) {
+            EndBySignal(number);
+        }
+    }).detach();
+    static_cast<void>(std::signal(SIGBUS, EndByShrunkInput));
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+}
+
+void EndBySignal(int number) {
+    RemoveUnfinishedForGood();
+    static_cast<void>(std::signal(number, SIG_DFL));
+    sigset_t only;
+    sigemptyset(&only);
+    sigaddset(&only, number);
+    pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
+    static_cast<void>(std::raise(number));
+    _exit(static_cast<int>(ExitCode::kOutput));  // not reached: the signal has ended the program
+}
+
+std::unique_lock<std::mutex> LockNames() {
+    return std::unique_lock(s_names);
+}
+
+void RememberUnfinished(const std::string& path) {
+    s_unfinished.insert(path);
+}
+
+void ForgetUnfinished(const std::string& path) {
+    s_unfinished.erase(path);
+}
+
+}  // namespace VexaTool

@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// See PictureWriter.h.
+#include "output/PictureWriter.h"
+
+#include <png.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+
+#include "Failure.h"
+
+namespace VexaTool {
+
+namespace {
+
+struct OutputKindName {
+    const char* name;
+    OutputKind kind;
+};
+
+constexpr OutputKindName kKinds[] = {
+    {"png", OutputKind::kPng}, {"ppm", OutputKind::kPpm},   {"pgm", OutputKind::kPgm},
+    {"bmp", OutputKind::kBmp}, {"vbmp", OutputKind::kVbmp}, {"bgra", OutputKind::kBgra},
+    {"bgr", OutputKind::kBgr}, {"rwh", OutputKind::kRwh},   {"raw", OutputKind::kRaw},
+};
+
+/// The bytes of a file that one of the library's functions writes. The library does not report a write that fails,
+/// so the length is compared with the one that the file has to have.
+std::vector<uint8_t> BytesWrittenBy(const std::function<UtlStatus(const char*)>& save, size_t expected) {
+    const int fd = memfd_create("vexacamutl", MFD_CLOEXEC);
+    const std::string path = "/proc/self/fd/" + std::to_string(fd);
+    std::vector<uint8_t> bytes(expected);
+    struct stat status = {};
+    const bool good = fd >= 0 && save(path.c_str()) == UTL_STS_SUCCESS && fstat(fd, &status) == 0 &&
+                      static_cast<size_t>(status.st_size) == expected;
+    size_t done = 0;
+    while (good && done < expected) {
+        const ssize_t got = pread(fd, bytes.data() + done, expected - done, static_cast<off_t>(done));
+        if (got <= 0) {
+            break;
+        }
+        done += static_cast<size_t>(got);
+    }
+    close(fd);
+    if (!good || done < expected) {
+        throw Failure(ExitCode::kOutput, "cannot build the file in memory");
+    }
+    return bytes;
+}
+
+std::vector<uint8_t> EncodeVbmp(const Picture& picture) {
+    static constexpr size_t kHeaders = 102;
+    static constexpr size_t kPalette = 1024;
+    const auto save = picture.channels == 1 ? SaveBmpMono : picture.channels == 3 ? SaveBmpRGB : SaveBmpARGB;
+    const size_t rowBytes = (picture.RowBytes() + 3) / 4 * 4;
+    return BytesWrittenBy(
+        [&](const char* path) { return save(picture.bytes.data(), picture.width, picture.height, path); },
+        kHeaders + (picture.channels == 1 ? kPalette : 0) + rowBytes * picture.height);
+}
+
+class Appender {
+  public:
+    explicit Appender(std::vector<uint8_t>& bytes) : bytes_(bytes) {}
+    void Number(uint64_t value, int size) {
+        for (int i = 0; i < size; ++i) {
+            bytes_.push_back(static_cast<uint8_t>(value >> (8 * i)));
+        }
+    }
+
+  private:
+    std::vector<uint8_t>& bytes_;
+};
+
+/// BITMAPFILEHEADER (14 bytes), BITMAPINFOHEADER (40), palette of grey files, rows from the bottom padded to 4 bytes.
+std::vector<uint8_t> EncodeBmp(const Picture& picture) {
+    static constexpr uint32_t kHeaders = 14 + 40;
+    static constexpr uint32_t kPixelsPerMetre = 2835;  // 72 dpi
+    const uint32_t colours = picture.channels == 1 ? 256 : 0;
+    const uint32_t pixelOffset = kHeaders + 4 * colours;
+    const size_t rowBytes = (picture.RowBytes() + 3) / 4 * 4;
+    const uint64_t fileBytes = pixelOffset + uint64_t{rowBytes} * picture.height;
+    if (fileBytes > UINT32_MAX) {
+        throw Failure(ExitCode::kUnsupported, "the picture is too large for a BMP file; choose vbmp or png");
+    }
+    std::vector<uint8_t> bytes;
+    bytes.reserve(fileBytes);
+    Appender append(bytes);
+    append.Number(uint64_t{'B'} | uint64_t{'M'} << 8, 2);
+    append.Number(fileBytes, 4);
+    append.Number(0, 4);
+    append.Number(pixelOffset, 4);
+    append.Number(40, 4);
+    append.Number(picture.width, 4);
+    append.Number(picture.height, 4);
+    append.Number(1, 2);
+    append.Number(uint64_t{picture.channels} * 8, 2);
+    append.Number(0, 4);
+    append.Number(fileBytes - pixelOffset, 4);
+    append.Number(kPixelsPerMetre, 4);
+    append.Number(kPixelsPerMetre, 4);
+    append.Number(colours, 4);
+    append.Number(0, 4);
+    for (uint32_t i = 0; i < colours; ++i) {
+        append.Number(uint64_t{i} * 0x010101, 4);
+    }
+    bytes.resize(fileBytes);
+    for (size_t r = 0; r < picture.height; ++r) {
+        std::memcpy(bytes.data() + pixelOffset + r * rowBytes, picture.Row(picture.height - 1 - r), picture.RowBytes());
+    }
+    return bytes;
+}
+
+/// P6 of colour pictures, P5 of grey ones.
+std::vector<uint8_t> EncodeNetpbm(const Picture& picture) {
+    const bool grey = picture.channels == 1;
+    const std::string header = std::string(grey ? "P5" : "P6") + "\n" + std::to_string(picture.width) + " " +
+                               std::to_string(picture.height) + "\n255\n";
+    std::vector<uint8_t> bytes(header.begin(), header.end());
+    if (grey) {
+        bytes.insert(bytes.end(), picture.bytes.begin(), picture.bytes.end());
+        return bytes;
+    }
+    const size_t pixels = size_t{picture.width} * picture.height;
+    bytes.resize(header.size() + pixels * 3);
+    uint8_t* rgb = bytes.data() + header.size();
+    const uint8_t* bgr = picture.bytes.data();
+    for (size_t p = 0; p < pixels; ++p, rgb += 3, bgr += picture.channels) {
+        rgb[0] = bgr[2];
+        rgb[1] = bgr[1];
+        rgb[2] = bgr[0];
+    }
+    return bytes;
+}
+
+extern "C" [[noreturn]] void ThrowPngError(png_structp /*png*/, png_const_charp message) {
+    throw Failure(ExitCode::kOutput, std::string("cannot build the PNG file: ") + message);
+}
+
+extern "C" void IgnorePngWarning(png_structp /*png*/, png_const_charp /*message*/) {}
+
+extern "C" void AppendPngBytes(png_structp png, png_bytep data, size_t size) {
+    auto& bytes = *static_cast<std::vector<uint8_t>*>(png_get_io_ptr(png));
+    bytes.insert(bytes.end(), data, data + size);
+}
+
+struct PngWriter {
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, ThrowPngError, IgnorePngWarning);
+    png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
+    PngWriter() = default;
+    PngWriter(const PngWriter&) = delete;
+    PngWriter& operator=(const PngWriter&) = delete;
+    ~PngWriter() { png_destroy_write_struct(&png, &info); }
+};
+
+std::vector<uint8_t> EncodePng(const Picture& picture, int level) {
+    const PngWriter writer;
+    if (writer.info == nullptr) {
+        throw std::bad_alloc();
+    }
+    const int type = picture.channels == 1   ? PNG_COLOR_TYPE_GRAY
+                     : picture.channels == 3 ? PNG_COLOR_TYPE_RGB
+                                             : PNG_COLOR_TYPE_RGB_ALPHA;
+    std::vector<uint8_t> bytes;
+    png_set_user_limits(writer.png, picture.width, picture.height);
+    png_set_write_fn(writer.png, &bytes, AppendPngBytes, nullptr);
+    png_set_compression_level(writer.png, level);
+    png_set_filter(writer.png, 0,
+                   PNG_FILTER_SUB);  // one filter: nearly as small as the search for the best, far quicker
+    png_set_IHDR(writer.png, writer.info, picture.width, picture.height, 8, type, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(writer.png, writer.info);
+    png_set_bgr(writer.png);
+    for (size_t r = 0; r < picture.height; ++r) {
+        png_write_row(writer.png, picture.Row(r));
+    }
+    png_write_end(writer.png, writer.info);
+    return bytes;
+}
+
+}  // namespace
+
+std::optional<OutputKind> FindOutputKind(const std::string& name) {
+    std::string lower = name;
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    for (const OutputKindName& kind : kKinds) {
+        if (lower == kind.name) {
+            return kind.kind;
+        }
+    }
+    return std::nullopt;
+}
+
+OutputKind OutputKindOf(const std::string& path) {
+    const std::string extension = std::filesystem::path(path).extension().string();
+    const auto kind = extension.empty() ? std::nullopt : FindOutputKind(extension.substr(1));
+    if (!kind) {
+        throw Failure(
+            ExitCode::kUsage,
+            path + ": unknown kind of output; end the name with one of these, or say --to: " + OutputKindNames());
+    }
+    return *kind;
+}
+
+const char* ExtensionOf(OutputKind kind) {
+    return std::find_if(std::begin(kKinds), std::end(kKinds),
+                        [kind](const OutputKindName& k) { return k.kind == kind; })
+        ->name;
+}
+
+std::string OutputKindNames() {
+    std::string names;
+    for (const OutputKindName& kind : kKinds) {
+        names += (names.empty() ? "" : ", ") + std::string(kind.name);
+    }
+    return names;
+}
+
+bool IsFrameKind(OutputKind kind) {
+    return kind == OutputKind::kRwh || kind == OutputKind::kRaw;
+}
+
+bool IsAppendable(OutputKind kind) {
+    return kind == OutputKind::kBgra || kind == OutputKind::kBgr || kind == OutputKind::kRaw;
+}
+
+std::vector<uint8_t> EncodePicture(const Picture& picture, OutputKind kind, int pngLevel) {
+    switch (kind) {
+        case OutputKind::kPng:
+            return EncodePng(picture, pngLevel);
+        case OutputKind::kBmp:
+            return EncodeBmp(picture);
+        case OutputKind::kVbmp:
+            return EncodeVbmp(picture);
+        case OutputKind::kPpm:
+        case OutputKind::kPgm:
+            return EncodeNetpbm(picture);
+        default:
+            return picture.bytes;
+    }
+}
+
+std::vector<uint8_t> EncodeRwh(const RawShape& tight, Bytes frame) {
+    static constexpr size_t kHeader = 16;
+    const size_t rowBytes = size_t{tight.width} * BitPerPixel(tight.format->code) / 8;
+    if (rowBytes * tight.height != frame.size()) {
+        throw Failure(ExitCode::kUnsupported,
+                      "rows of " + tight.Text() + " do not end at whole bytes, as RWH files need");
+    }
+    return BytesWrittenBy(
+        [&](const char* path) { return SaveRWH(frame.data(), tight.format->code, tight.width, tight.height, path); },
+        kHeader + frame.size());
+}
+
+}  // namespace VexaTool
