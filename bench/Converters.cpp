@@ -11,12 +11,12 @@
 #include <benchmark/benchmark.h>
 
 #include "Cases.h"
+#include "Filter.h"
 #include "Limit.h"
 #include "Measure.h"
-#include "Wanted.h"
 #include "catalogue/VexaCamUtl.h"
+#include "kernels/CpuFeatures.h"
 #include "kernels/KernelTable.h"
-#include "kernels/Processor.h"
 
 namespace {
 

@@ -24,8 +24,8 @@
 
 #include <VexaCamUtl.h>
 
+#include "Filter.h"
 #include "Measure.h"
-#include "Wanted.h"
 
 namespace {
 

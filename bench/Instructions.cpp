@@ -15,11 +15,11 @@
 #include <CLI/CLI.hpp>
 
 #include "Cases.h"
+#include "Filter.h"
 #include "Measure.h"
-#include "Wanted.h"
 #include "catalogue/VexaCamUtl.h"
+#include "kernels/CpuFeatures.h"
 #include "kernels/KernelTable.h"
-#include "kernels/Processor.h"
 
 namespace {
 
@@ -51,7 +51,7 @@ void Run(int argc, char** argv) {
     for (const Size& size : ParseSizes(sizes)) {
         for (const Case& it : Cases()) {
             for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::Tables()) {
-                if (Wanted(converters, it.name) && Wanted(isas, table->name) && CanRun(*table, processor)) {
+                if (Matches(converters, it.name) && Matches(isas, table->name) && CanRun(*table, processor)) {
                     CountCase(it, *table, size);
                 }
             }

@@ -10,7 +10,7 @@
 // Everything runs in one thread and waits for nothing, so the clock is that of the thread's processor time: while
 // another process has the processor it stands still.
 //
-//     limit | converter | rival | limit | converter | rival | ...   at least 15 rounds
+//     limit | converter | competitor | limit | converter | competitor | ...   at least 15 rounds
 #pragma once
 
 #include <cstddef>

@@ -18,11 +18,11 @@
 #include <CLI/CLI.hpp>
 
 #include "Cases.h"
+#include "Filter.h"
 #include "Measure.h"
-#include "Wanted.h"
 #include "catalogue/VexaCamUtl.h"
+#include "kernels/CpuFeatures.h"
 #include "kernels/KernelTable.h"
-#include "kernels/Processor.h"
 
 namespace {
 
@@ -105,7 +105,7 @@ void MeasureSmall(const Case& it, const Vexa::Kernels::KernelTable& table) {
             it.run(dst.Data(), src.Data(), size.width, size.height);
         };
     };
-    const std::vector<Timing> timings = MeasureByTurns({with(Vexa::Kernels::kPlainTable), with(table)}, kPlan);
+    const std::vector<Timing> timings = MeasureByTurns({with(Vexa::Kernels::kScalarTable), with(table)}, kPlan);
     Print((std::string("time / plain time of ") + it.name).c_str(), table.name, size.Text(),
           timings[1].median / timings[0].median, "ratio");
 }
@@ -135,7 +135,8 @@ void MeasureCases(const Options& options) {
     const Vexa::Kernels::Processor processor = Vexa::Kernels::DetectProcessor();
     for (const Case& it : Cases()) {
         for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::Tables()) {
-            if (Wanted(options.converters, it.name) && Wanted(options.isas, table->name) && CanRun(*table, processor)) {
+            if (Matches(options.converters, it.name) && Matches(options.isas, table->name) &&
+                CanRun(*table, processor)) {
                 MeasureSmallest(it, *table);
                 MeasureSmall(it, *table);
                 MeasureUnaligned(it, *table, {640, 480});

@@ -12,12 +12,12 @@
 #include <CLI/CLI.hpp>
 
 #include "Cases.h"
+#include "Filter.h"
 #include "Limit.h"
 #include "Measure.h"
-#include "Wanted.h"
 #include "catalogue/VexaCamUtl.h"
+#include "kernels/CpuFeatures.h"
 #include "kernels/KernelTable.h"
-#include "kernels/Processor.h"
 
 namespace {
 
@@ -62,7 +62,7 @@ void MeasureAll(const Options& options) {
     for (const Size& size : ParseSizes(options.sizes)) {
         for (const Case& it : Cases()) {
             for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::Tables()) {
-                if (Wanted(options.converters, it.name) && Wanted(options.isas, table->name) &&
+                if (Matches(options.converters, it.name) && Matches(options.isas, table->name) &&
                     CanRun(*table, processor)) {
                     MeasureCase(it, *table, size, options);
                 }

@@ -3,7 +3,7 @@
 #
 # Draws one bar per library and job: the share of the speed that memory allows. 100 % is a kernel that only reads and
 # writes the same bytes. The text of the SVG stays text, and the same figures give the same file.
-"""The bar chart of this library beside its rivals."""
+"""The bar chart of this library beside its competitors."""
 from pathlib import Path
 
 import matplotlib

@@ -51,10 +51,10 @@ def converter_table(ratios: Rows) -> str:
     return table(["converter", "limit", *isas], lines)
 
 
-def rival_table(rivals: Rows, size: str) -> str:
+def competitor_table(competitors: Rows, size: str) -> str:
     """This library beside the others, as time / limit."""
     lines = []
-    for row in rivals:
+    for row in competitors:
         if row["size"] != size or row["library"] == "limit":
             continue
         ours = row["library"] == "this library"
@@ -67,11 +67,11 @@ def rival_table(rivals: Rows, size: str) -> str:
                   "equal bytes / largest difference", "what it does otherwise"], lines)
 
 
-def lost_table(rivals: Rows) -> str:
-    """Every rival that was quicker, with nothing left out."""
+def lost_table(competitors: Rows) -> str:
+    """Every competitor that was quicker, with nothing left out."""
     lines = [[row["converter"], row["size"], row["library"], row["how"], f"{float(row['time_over_ours']):.2f}",
               row["difference"]]
-             for row in rivals
+             for row in competitors
              if row["library"] not in ("limit", "this library") and float(row["time_over_ours"]) < 1]
     if not lines:
         return "None."
@@ -117,7 +117,7 @@ def file_table(files: Rows) -> str:
 def make_report(folder: Path, arguments: argparse.Namespace) -> str:
     """The whole page."""
     ratios = read_rows(folder / "ratios.csv")
-    rivals = read_rows(folder / "rivals.csv")
+    competitors = read_rows(folder / "competitors.csv")
     sections = [
         "# Measured speed",
         f"Machine: {arguments.machine}. Date: {arguments.date}. Command: `{arguments.command}`.\n"
@@ -133,12 +133,12 @@ def make_report(folder: Path, arguments: argparse.Namespace) -> str:
         "ns per pixel, and the ratio in brackets. The limit is the quickest of the instruction sets' limits.",
         converter_table(ratios),
     ]
-    if rivals:
+    if competitors:
         sections += [f"## Beside other libraries at {HEADLINE_SIZE}",
                      "All in one run, by turns. Equal bytes are counted away from the border of a mosaic.",
-                     rival_table(rivals, HEADLINE_SIZE),
+                     competitor_table(competitors, HEADLINE_SIZE),
                      "## Where another library was quicker, at any size",
-                     lost_table(rivals)]
+                     lost_table(competitors)]
     instructions = read_rows(folder / "instructions.csv")
     if instructions:
         sections += ["## Instructions per pixel",
@@ -162,9 +162,9 @@ def main() -> None:
     arguments = parser.parse_args()
     if arguments.callgrind:
         write_rows(arguments.folder / "instructions.csv", collect_instructions(arguments.callgrind))
-    rivals = read_rows(arguments.folder / "rivals.csv")
-    if rivals:
-        chart.draw(rivals, f"{arguments.machine}, {arguments.date}", arguments.folder / "chart.svg")
+    competitors = read_rows(arguments.folder / "competitors.csv")
+    if competitors:
+        chart.draw(competitors, f"{arguments.machine}, {arguments.date}", arguments.folder / "chart.svg")
     (arguments.folder / "results.md").write_text(make_report(arguments.folder, arguments), encoding="utf-8")
 
 

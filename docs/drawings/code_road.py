@@ -13,8 +13,8 @@ STATIONS = (
     ("walker", "borders, rows\n(Bayer only)", "convert/BayerFrame.h", "field"),
     ("kernel", "s_psKernels->rgba8[kBgr]", "kernels/KernelTable.h", "strong"),
 )
-TABLES = (("plain", "plain/*.h"), ("sse4.1", "rows/*.inc\nlanes/Sse.inc"), ("avx2", "rows/*.inc\nlanes/Avx2.inc"),
-          ("avx512", "rows/*.inc\nlanes/Avx512.inc"), ("neon", "rows/*.inc\nlanes/Neon.inc"))
+TABLES = (("scalar", "scalar/*.h"), ("sse4.1", "simd/*.inc\nvector/Sse.inc"), ("avx2", "simd/*.inc\nvector/Avx2.inc"),
+          ("avx512", "simd/*.inc\nvector/Avx512.inc"), ("neon", "simd/*.inc\nvector/Neon.inc"))
 
 
 def call_road():

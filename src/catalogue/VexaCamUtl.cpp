@@ -5,8 +5,8 @@
 // that step has run (another library's constructor may come first) the plain kernels serve.
 #include "catalogue/VexaCamUtl.h"
 
+#include "kernels/CpuFeatures.h"
 #include "kernels/KernelTable.h"
-#include "kernels/Processor.h"
 
 namespace Vexa {
 
@@ -46,7 +46,7 @@ constinit bool s_bLUTReady = false;
 
 constinit BayerConvMode s_eBayerConvMode = BAYER_CONV_MODE_DEFAULT;
 
-constinit const Kernels::KernelTable* s_psKernels = &Kernels::kPlainTable;
+constinit const Kernels::KernelTable* s_psKernels = &Kernels::kScalarTable;
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <algorithm>
 
 #include "convert/Contract.h"
-#include "kernels/plain/Samples.h"
+#include "kernels/scalar/Samples.h"
 
 namespace Vexa {
 

@@ -19,14 +19,20 @@ namespace {
 /// Serves what is too short for these registers.
 constexpr const KernelTable& kNarrower = kAvx2Table;
 
-#include "kernels/lanes/Avx512.inc"
+#include "kernels/vector/Avx512.inc"
 
-#include "kernels/rows/Runs.inc"
+// Blocks and rows come before the families that are made of them.
+#include "kernels/simd/Blocks.inc"
 
-#include "kernels/rows/Acpi.inc"
-#include "kernels/rows/Bayer.inc"
-#include "kernels/rows/Reverse.inc"
-#include "kernels/rows/Yuv.inc"
+#include "kernels/simd/BayerRow.inc"
+
+#include "kernels/simd/Acpi.inc"
+#include "kernels/simd/Bayer8.inc"
+#include "kernels/simd/BayerN.inc"
+#include "kernels/simd/Mono.inc"
+#include "kernels/simd/PackedColour.inc"
+#include "kernels/simd/Reverse.inc"
+#include "kernels/simd/Yuv.inc"
 
 #include "kernels/MakeTable.inc"
 

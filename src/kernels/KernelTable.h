@@ -117,7 +117,7 @@ struct KernelTable {
     Run reverseYuv422;
 };
 
-extern const KernelTable kPlainTable;
+extern const KernelTable kScalarTable;
 #if defined(__x86_64__)
 extern const KernelTable kSseTable;     ///< SSE4.1
 extern const KernelTable kAvx2Table;    ///< AVX2

@@ -5,8 +5,8 @@
 // constructor has run (it is linked with -z initfirst and names no dependency). What it found is read by the test.
 #include "EarlyCaller.h"
 
-#include "Oracle.h"
 #include "Patterns.h"
+#include "Reference.h"
 
 EarlyFindings g_earlyFindings;
 
@@ -15,15 +15,15 @@ namespace {
 constexpr uint32_t kWidth = 70;
 constexpr uint32_t kHeight = 6;
 
-bool AgreesWithModel(const Oracle::Converter& converter) {
+bool AgreesWithModel(const Reference::Converter& converter) {
     static uint8_t src[kWidth * kHeight * 6];
     static uint8_t dst[kWidth * kHeight * 4];
     static uint8_t expected[kWidth * kHeight * 4];
-    Oracle::FillPattern(src, sizeof src, sizeof src, 1, 8, Oracle::Pattern::kRandom, 1);
+    Reference::FillPattern(src, sizeof src, sizeof src, 1, 8, Reference::Pattern::kRandom, 1);
     for (size_t i = 0; i < sizeof dst; ++i) {
         dst[i] = expected[i] = 0x55;
     }
-    Oracle::Convert(converter, expected, src, kWidth, kHeight);
+    Reference::Convert(converter, expected, src, kWidth, kHeight);
     if (converter.Call(dst, src, kWidth, kHeight) != UTL_STS_SUCCESS) {
         return false;
     }
@@ -44,7 +44,7 @@ bool AgreesWithModel(const Oracle::Converter& converter) {
                               IsMonochromic(PIXEL_FORMAT_BAYER_GR8) == 0 && IsPixelBayer(PIXEL_FORMAT_BAYER_GR8) == 1;
     g_earlyFindings.getter = GetBGRAConverter(PIXEL_FORMAT_BAYER_RG8, 1) == &ConvByrRG8ToBGRA;
     PrepareLUT();
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         g_earlyFindings.converters += AgreesWithModel(converter) ? 1u : 0u;
     }
     g_earlyFindings.reversal =

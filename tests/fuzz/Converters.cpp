@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "FuzzInput.h"
-#include "Oracle.h"
+#include "Reference.h"
 #include "catalogue/VexaCamUtl.h"
-#include "kernels/Processor.h"
+#include "kernels/CpuFeatures.h"
 
 namespace {
 
@@ -26,8 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     static const UtlStatus prepared = PrepareLUT();
     Fuzz::Require(prepared == UTL_STS_SUCCESS, "tables");
     Fuzz::Input input(bytes, size);
-    const auto converters = Oracle::Converters();
-    const Oracle::Converter& converter = converters[input.Byte() % converters.size()];
+    const auto converters = Reference::Converters();
+    const Reference::Converter& converter = converters[input.Byte() % converters.size()];
     Vexa::s_psKernels = ChooseTable(input.Byte());
     const uint32_t width = input.Size(150, 1000);
     const uint32_t height = input.Size(20, 60);
@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     Fuzz::ExactBlock actual(pictureBytes, offsets / 16);
     std::memset(actual.Data(), fill, pictureBytes);
 
-    Oracle::Convert(converter, expected.data(), source.Data(), width, height, shift);
+    Reference::Convert(converter, expected.data(), source.Data(), width, height, shift);
     Fuzz::Require(converter.Call(actual.Data(), source.Data(), width, height, shift) == UTL_STS_SUCCESS, "status");
     Fuzz::Require(std::equal(expected.begin(), expected.end(), actual.Data()), converter.name);
     return 0;

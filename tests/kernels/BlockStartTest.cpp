@@ -7,19 +7,22 @@
 
 #include <immintrin.h>
 
+#include "kernels/CpuFeatures.h"
 #include "kernels/KernelTable.h"
-#include "kernels/Processor.h"
 
 namespace Vexa::Kernels {
 namespace {
 
-constexpr const KernelTable& kNarrower = kPlainTable;
+constexpr const KernelTable& kNarrower = kScalarTable;
 
-#include "kernels/lanes/Sse.inc"
+#include "kernels/vector/Sse.inc"
 
-#include "kernels/rows/Runs.inc"
+#include "kernels/simd/Blocks.inc"
 
-#include "kernels/rows/Bayer.inc"
+#include "kernels/simd/BayerRow.inc"
+
+#include "kernels/simd/Bayer8.inc"
+#include "kernels/simd/BayerN.inc"
 
 /// The definition: the first unit that is aligned, or 0 where none of a period is.
 size_t FirstAlignedUnit(const uint8_t* dst, size_t unitBytes) {

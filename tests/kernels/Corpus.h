@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "Oracle.h"
 #include "Patterns.h"
+#include "Reference.h"
 
 namespace Corpus {
 
@@ -27,16 +27,16 @@ inline uint64_t Digest(uint64_t digest, const std::vector<uint8_t>& bytes) {
 
 /// The digest of one converter; `convert(dst, src, width, height, shift)` makes a picture.
 template <class Convert>
-uint64_t DigestOf(const Oracle::Converter& converter, Convert convert) {
+uint64_t DigestOf(const Reference::Converter& converter, Convert convert) {
     uint64_t digest = 0xCBF29CE484222325u;
     uint64_t seed = 0;
     for (const auto& size : kSizes) {
         const uint32_t width = size[0];
         const uint32_t height = size[1];
-        for (uint32_t pattern = 0; pattern < static_cast<uint32_t>(Oracle::Pattern::kCount); ++pattern) {
+        for (uint32_t pattern = 0; pattern < static_cast<uint32_t>(Reference::Pattern::kCount); ++pattern) {
             std::vector<uint8_t> src(converter.SourceBytes(width, height));
-            Oracle::FillPattern(src.data(), src.size() / converter.SampleBytes(), width, converter.SampleBytes(),
-                                converter.depth, static_cast<Oracle::Pattern>(pattern), ++seed);
+            Reference::FillPattern(src.data(), src.size() / converter.SampleBytes(), width, converter.SampleBytes(),
+                                   converter.depth, static_cast<Reference::Pattern>(pattern), ++seed);
             const uint32_t shift = converter.IsWorker() ? kShifts[seed % std::size(kShifts)] : converter.DefaultShift();
             std::vector<uint8_t> dst(converter.DestinationBytes(width, height), 0x55);
             convert(dst.data(), src.data(), width, height, shift);

@@ -16,8 +16,8 @@ const std::map<std::string, uint64_t> kDigests = {
 class Digests : public TableTest {};
 
 TEST_P(Digests, AreThoseOfTheModel) {
-    ASSERT_EQ(kDigests.size(), Oracle::Converters().size());
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    ASSERT_EQ(kDigests.size(), Reference::Converters().size());
+    for (const Reference::Converter& converter : Reference::Converters()) {
         const uint64_t digest = Corpus::DigestOf(
             converter, [&converter](uint8_t* dst, const uint8_t* src, uint32_t width, uint32_t height, uint32_t shift) {
                 converter.Call(dst, src, width, height, shift);

@@ -10,7 +10,7 @@ namespace {
 class Exhaustive : public TableTest {};
 
 /// Pixels of one U and one V with all Y, laid out for a YUV converter: 256 of them.
-void FillTriples(const Oracle::Converter& converter, std::vector<uint8_t>& src, uint8_t u, uint8_t v) {
+void FillTriples(const Reference::Converter& converter, std::vector<uint8_t>& src, uint8_t u, uint8_t v) {
     static constexpr uint32_t kLuma[] = {1, 2, 4, 5};
     const uint32_t groups = 256 / converter.groupPixels;
     for (uint32_t g = 0; g < groups; ++g) {
@@ -25,8 +25,8 @@ void FillTriples(const Oracle::Converter& converter, std::vector<uint8_t>& src, 
 }
 
 TEST_P(Exhaustive, AllYuvTriplesAgreeWithTheTables) {
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
-        if (converter.family != Oracle::Family::kYuv) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
+        if (converter.family != Reference::Family::kYuv) {
             continue;
         }
         std::vector<uint8_t> src(converter.SourceBytes(256, 1));
@@ -66,7 +66,7 @@ void FillSums(std::vector<uint8_t>& src, uint32_t sampleBytes, uint32_t width, u
 
 TEST_P(Exhaustive, AllSumsOfThreeSamples) {
     for (const char* name : {"ConvByrGR8ToBGRA", "ConvByrGR10ToBGRA", "ConvByrGR12ToBGRA"}) {
-        const Oracle::Converter& converter = Oracle::Find(name);
+        const Reference::Converter& converter = Reference::Find(name);
         const uint32_t maximum = (1u << converter.depth) - 1;
         const uint32_t width = 2 * (maximum + 2);
         std::vector<uint8_t> src(converter.SourceBytes(width, 2));
@@ -93,7 +93,7 @@ TEST_P(Exhaustive, AllWordsWithAllShifts) {
     std::vector<uint8_t> dst(size_t{kWords} * 4);
     for (const char* name :
          {"ConvMonoNToBGRA", "ConvMonoNToBGR", "ConvRGBNToBGRA", "ConvRGBNToBGR", "ConvBGRNToBGRA", "ConvBGRNToBGR"}) {
-        const Oracle::Converter& converter = Oracle::Find(name);
+        const Reference::Converter& converter = Reference::Find(name);
         const uint32_t pixels = kWords / converter.samples;
         for (uint32_t shift = 0; shift < 256; ++shift) {
             ASSERT_EQ(converter.Call(dst.data(), src.data(), pixels, 1, shift), UTL_STS_SUCCESS);

@@ -8,9 +8,9 @@
 
 namespace {
 
-using Oracle::Against;
-using Oracle::Converter;
-using Oracle::Pattern;
+using Reference::Against;
+using Reference::Converter;
+using Reference::Pattern;
 
 constexpr uint32_t kPatternCount = static_cast<uint32_t>(Pattern::kCount);
 
@@ -35,7 +35,7 @@ class Matrix : public TableTest {
 };
 
 TEST_P(Matrix, EveryEvenSize) {
-    for (const Converter& converter : Oracle::Converters()) {
+    for (const Converter& converter : Reference::Converters()) {
         for (uint32_t width = 2; width <= 66; width += 2) {
             for (uint32_t height = 2; height <= 66; height += 2) {
                 CompareBoth(converter, width, height);
@@ -46,7 +46,7 @@ TEST_P(Matrix, EveryEvenSize) {
 }
 
 TEST_P(Matrix, OddAndEmptySizes) {
-    for (const Converter& converter : Oracle::Converters()) {
+    for (const Converter& converter : Reference::Converters()) {
         for (uint32_t width = 0; width <= 37; ++width) {
             for (uint32_t height = 0; height <= 19; ++height) {
                 if (width % 2 != 0 || height % 2 != 0 || width == 0 || height == 0) {
@@ -63,7 +63,7 @@ TEST_P(Matrix, OddAndEmptySizes) {
 }
 
 TEST_P(Matrix, EveryWidthAtAFewRows) {
-    for (const Converter& converter : Oracle::Converters()) {
+    for (const Converter& converter : Reference::Converters()) {
         for (uint32_t width = 68; width <= 270; width += 2) {
             CompareBoth(converter, width, 6);
         }
@@ -73,11 +73,11 @@ TEST_P(Matrix, EveryWidthAtAFewRows) {
 
 TEST_P(Matrix, WiderThanAStrip) {
     constexpr auto kStrip = static_cast<uint32_t>(Vexa::Kernels::kAcpiStripColumns);
-    for (const Converter& converter : Oracle::Converters()) {
+    for (const Converter& converter : Reference::Converters()) {
         for (const uint32_t width : {1023u, 1030u, 2050u, 2101u, kStrip + 2, kStrip + 7, 2 * kStrip + 6}) {
             CompareBoth(converter, width, 8);
         }
-        if (converter.family != Oracle::Family::kAcpi) {
+        if (converter.family != Reference::Family::kAcpi) {
             continue;
         }
         // Every place where the last strip can begin and end, its narrowest forms above all.
@@ -94,7 +94,7 @@ TEST_P(Matrix, WiderThanAStrip) {
 
 TEST_P(Matrix, EveryPattern) {
     static constexpr uint32_t kSizes[][2] = {{4, 4}, {6, 6}, {14, 10}, {36, 8}, {66, 12}, {134, 10}, {260, 8}};
-    for (const Converter& converter : Oracle::Converters()) {
+    for (const Converter& converter : Reference::Converters()) {
         for (const auto [width, height] : kSizes) {
             for (uint32_t pattern = 0; pattern < kPatternCount; ++pattern) {
                 for (uint64_t seed = 0; seed < 4; ++seed) {
@@ -109,7 +109,7 @@ TEST_P(Matrix, EveryPattern) {
 }
 
 TEST_P(Matrix, EveryCountOfARun) {
-    for (const Converter& converter : Oracle::Converters()) {
+    for (const Converter& converter : Reference::Converters()) {
         if (!converter.IsRun()) {
             continue;
         }
@@ -127,7 +127,7 @@ TEST_P(Matrix, EveryCountOfARun) {
 // Runs of one to four blocks, whose first blocks depend on the destination's address, in a source of the exact size.
 TEST_P(Matrix, ShortRunsToEveryAddress) {
     std::vector<uint8_t> expected;
-    for (const Converter& converter : Oracle::Converters()) {
+    for (const Converter& converter : Reference::Converters()) {
         if (!converter.IsRun()) {
             continue;
         }
@@ -138,12 +138,12 @@ TEST_P(Matrix, ShortRunsToEveryAddress) {
             const size_t destinationBytes = converter.DestinationBytes(count, 1);
             for (const Against side : {Against::kFront, Against::kBack}) {
                 uint8_t* src = m_source.Block(sourceBytes, side, 0);
-                Oracle::FillPattern(src, sourceBytes / converter.SampleBytes(), count, converter.SampleBytes(),
-                                    converter.depth, Pattern::kRandom, count);
+                Reference::FillPattern(src, sourceBytes / converter.SampleBytes(), count, converter.SampleBytes(),
+                                       converter.depth, Pattern::kRandom, count);
                 for (uint32_t offset = 0; offset < 64; ++offset) {
                     const size_t blockBytes = destinationBytes + offset;
                     expected.assign(blockBytes, 0x55);
-                    Oracle::Convert(converter, expected.data() + offset, src, count, 1);
+                    Reference::Convert(converter, expected.data() + offset, src, count, 1);
                     uint8_t* block = m_destination.Block(blockBytes, Against::kFront, 0x55);
                     ASSERT_EQ(converter.Call(block + offset, src, count, 1), UTL_STS_SUCCESS);
                     ASSERT_TRUE(m_destination.MarginIsIntact()) << converter.name << " count " << count;
@@ -156,7 +156,7 @@ TEST_P(Matrix, ShortRunsToEveryAddress) {
 }
 
 TEST_P(Matrix, EveryShift) {
-    for (const Converter& converter : Oracle::Converters()) {
+    for (const Converter& converter : Reference::Converters()) {
         if (!converter.IsWorker()) {
             continue;
         }
@@ -177,17 +177,17 @@ TEST_P(Matrix, EveryAlignment) {
     std::vector<uint8_t> sourceBlock(kWidth * kHeight * 6 + 64);
     std::vector<uint8_t> expected;
     std::vector<uint8_t> block;
-    for (const Converter& converter : Oracle::Converters()) {
+    for (const Converter& converter : Reference::Converters()) {
         const size_t destinationBytes = converter.DestinationBytes(kWidth, kHeight);
         const size_t samples = converter.SourceBytes(kWidth, kHeight) / converter.SampleBytes();
         for (uint32_t offset = 0; offset < 64; ++offset) {
             // Both addresses meet every residue modulo 64, and not in step.
             uint8_t* src = sourceBlock.data() + (offset * 37 + 5) % 64;
-            Oracle::FillPattern(src, samples, kWidth, converter.SampleBytes(), converter.depth, Pattern::kRandom,
-                                offset);
+            Reference::FillPattern(src, samples, kWidth, converter.SampleBytes(), converter.depth, Pattern::kRandom,
+                                   offset);
             expected.assign(destinationBytes + 128, 0x55);
             block = expected;
-            Oracle::Convert(converter, expected.data() + offset, src, kWidth, kHeight);
+            Reference::Convert(converter, expected.data() + offset, src, kWidth, kHeight);
             EXPECT_EQ(converter.Call(block.data() + offset, src, kWidth, kHeight), UTL_STS_SUCCESS);
             ASSERT_TRUE(block == expected) << converter.name << " at offset " << offset;
         }

@@ -16,11 +16,11 @@
 #include <vector>
 
 #include "Buffers.h"
-#include "Oracle.h"
 #include "Patterns.h"
+#include "Reference.h"
 #include "catalogue/VexaCamUtl.h"
+#include "kernels/CpuFeatures.h"
 #include "kernels/KernelTable.h"
-#include "kernels/Processor.h"
 
 namespace Vexa::Kernels {
 /// How a list of tests shows the table: by its name, not by an address that is another one each time.
@@ -33,9 +33,9 @@ inline void PrintTo(const KernelTable* table, std::ostream* os) {
 struct Trial {
     uint32_t width;
     uint32_t height;
-    Oracle::Pattern pattern = Oracle::Pattern::kRandom;
+    Reference::Pattern pattern = Reference::Pattern::kRandom;
     uint8_t fill = 0x55;
-    Oracle::Against side = Oracle::Against::kBack;
+    Reference::Against side = Reference::Against::kBack;
     uint32_t shift = 0;  ///< of workers
     uint64_t seed = 0;
 };
@@ -66,15 +66,15 @@ class TableTest : public testing::TestWithParam<const Vexa::Kernels::KernelTable
     void TearDown() override { m_inUse.reset(); }
 
     /// Runs the library and the model on the same frame and compares every byte, the margins included.
-    void Compare(const Oracle::Converter& converter, const Trial& trial) {
+    void Compare(const Reference::Converter& converter, const Trial& trial) {
         const size_t sourceBytes = converter.SourceBytes(trial.width, trial.height);
         const size_t destinationBytes = converter.DestinationBytes(trial.width, trial.height);
         uint8_t* src = m_source.Block(sourceBytes, trial.side, trial.fill);
-        Oracle::FillPattern(src, sourceBytes / converter.SampleBytes(), trial.width, converter.SampleBytes(),
-                            converter.depth, trial.pattern, trial.seed);
+        Reference::FillPattern(src, sourceBytes / converter.SampleBytes(), trial.width, converter.SampleBytes(),
+                               converter.depth, trial.pattern, trial.seed);
         uint8_t* dst = m_destination.Block(destinationBytes, trial.side, trial.fill);
         m_expected.assign(destinationBytes, trial.fill);
-        Oracle::Convert(converter, m_expected.data(), src, trial.width, trial.height, trial.shift);
+        Reference::Convert(converter, m_expected.data(), src, trial.width, trial.height, trial.shift);
         const UtlStatus status = converter.Call(dst, src, trial.width, trial.height, trial.shift);
         if (status != UTL_STS_SUCCESS || !m_destination.MarginIsIntact() ||
             (destinationBytes != 0 && std::memcmp(dst, m_expected.data(), destinationBytes) != 0)) {
@@ -82,13 +82,13 @@ class TableTest : public testing::TestWithParam<const Vexa::Kernels::KernelTable
         }
     }
 
-    Oracle::GuardedArena m_source{kArenaBytes};
-    Oracle::GuardedArena m_destination{kArenaBytes};
+    Reference::GuardedArena m_source{kArenaBytes};
+    Reference::GuardedArena m_destination{kArenaBytes};
 
   private:
     static constexpr size_t kArenaBytes = size_t{1} << 20;
 
-    void Report(const Oracle::Converter& converter, const Trial& trial, UtlStatus status, const uint8_t* dst) {
+    void Report(const Reference::Converter& converter, const Trial& trial, UtlStatus status, const uint8_t* dst) {
         std::string place = "no byte of the picture";
         const uint32_t columns = std::max(trial.width, 1u);
         for (size_t i = 0; i < m_expected.size(); ++i) {

@@ -16,10 +16,10 @@ int main() {
     std::puts("//");
     std::puts("// What the slow model makes of the corpus; written by write_digests.");
     std::puts("// clang-format off");
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         const uint64_t digest = Corpus::DigestOf(
             converter, [&converter](uint8_t* dst, const uint8_t* src, uint32_t width, uint32_t height, uint32_t shift) {
-                Oracle::Convert(converter, dst, src, width, height, shift);
+                Reference::Convert(converter, dst, src, width, height, shift);
             });
         std::printf("{\"%s\", 0x%016" PRIX64 "u},\n", converter.name, digest);
     }

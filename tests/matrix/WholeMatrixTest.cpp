@@ -10,9 +10,9 @@
 
 namespace {
 
-using Oracle::Against;
-using Oracle::Converter;
-using Oracle::Pattern;
+using Reference::Against;
+using Reference::Converter;
+using Reference::Pattern;
 using Vexa::Kernels::KernelTable;
 
 constexpr const char* kPatternNames[] = {"Random",  "Ramp",       "Checkerboard", "WideCheckerboard", "OneHot",
@@ -48,7 +48,7 @@ class WholeMatrix : public testing::TestWithParam<std::tuple<const KernelTable*,
         size_t bytes;
     };
 
-    static Placed Lay(Oracle::GuardedArena& arena, size_t bytes, Place place, uint8_t fill) {
+    static Placed Lay(Reference::GuardedArena& arena, size_t bytes, Place place, uint8_t fill) {
         uint8_t* block = arena.Block(bytes + place.offset, place.side, fill);
         return {block, place.side == Against::kFront ? block + place.offset : block, bytes + place.offset};
     }
@@ -63,11 +63,12 @@ class WholeMatrix : public testing::TestWithParam<std::tuple<const KernelTable*,
         const Placed destination = Lay(m_destination, frame.expected.size(), destinationPlace, frame.fill);
         const UtlStatus status = frame.converter.Call(destination.buffer, source.buffer, frame.width, frame.height);
         const uint8_t* end = destination.buffer + frame.expected.size();
-        ASSERT_TRUE(status == UTL_STS_SUCCESS && m_destination.MarginIsIntact() &&
-                    std::memcmp(destination.buffer, frame.expected.data(), frame.expected.size()) == 0 &&
-                    Oracle::IsFilled(destination.block, static_cast<size_t>(destination.buffer - destination.block),
-                                     frame.fill) &&
-                    Oracle::IsFilled(end, static_cast<size_t>(destination.block + destination.bytes - end), frame.fill))
+        ASSERT_TRUE(
+            status == UTL_STS_SUCCESS && m_destination.MarginIsIntact() &&
+            std::memcmp(destination.buffer, frame.expected.data(), frame.expected.size()) == 0 &&
+            Reference::IsFilled(destination.block, static_cast<size_t>(destination.buffer - destination.block),
+                                frame.fill) &&
+            Reference::IsFilled(end, static_cast<size_t>(destination.block + destination.bytes - end), frame.fill))
             << frame.converter.name << " " << frame.width << " x " << frame.height << " fill "
             << static_cast<int>(frame.fill) << ", status " << status << ", source "
             << (sourcePlace.side == Against::kFront ? "front" : "back") << " + " << sourcePlace.offset
@@ -88,8 +89,8 @@ class WholeMatrix : public testing::TestWithParam<std::tuple<const KernelTable*,
                 {Against::kFront, m_residue * 37 / kOffsets % kOffsets});
     }
 
-    Oracle::GuardedArena m_source{kLargestBytes + kOffsets};
-    Oracle::GuardedArena m_destination{kLargestBytes + kOffsets};
+    Reference::GuardedArena m_source{kLargestBytes + kOffsets};
+    Reference::GuardedArena m_destination{kLargestBytes + kOffsets};
     size_t m_residue = 0;
     uint64_t m_comparisons = 0;
 };
@@ -100,25 +101,25 @@ TEST_P(WholeMatrix, EveryEvenSizeInEveryPlace) {
         GTEST_SKIP() << "this processor cannot run the " << table->name << " kernels";
     }
     const TableInUse inUse(table);
-    for (const Converter& converter : Oracle::Converters()) {
+    for (const Converter& converter : Reference::Converters()) {
         for (uint32_t width = 2; width <= kLargest; width += 2) {
             for (uint32_t height = 2; height <= kLargest; height += 2) {
                 Frame frame{converter, width, height, {}, {}, 0};
                 frame.source.resize(converter.SourceBytes(width, height));
-                Oracle::FillPattern(frame.source.data(), frame.source.size() / converter.SampleBytes(), width,
-                                    converter.SampleBytes(), converter.depth, static_cast<Pattern>(pattern),
-                                    uint64_t{width} * 1000 + height);
+                Reference::FillPattern(frame.source.data(), frame.source.size() / converter.SampleBytes(), width,
+                                       converter.SampleBytes(), converter.depth, static_cast<Pattern>(pattern),
+                                       uint64_t{width} * 1000 + height);
                 for (const uint8_t fill : {uint8_t{0x55}, uint8_t{0xAA}}) {
                     frame.fill = fill;
                     frame.expected.assign(converter.DestinationBytes(width, height), fill);
-                    Oracle::Convert(converter, frame.expected.data(), frame.source.data(), width, height);
+                    Reference::Convert(converter, frame.expected.data(), frame.source.data(), width, height);
                     CompareAllPlaces(frame);
                 }
             }
         }
         ASSERT_FALSE(HasFatalFailure());
     }
-    EXPECT_EQ(m_comparisons, Oracle::Converters().size() * 33 * 33 * 2 * 5);
+    EXPECT_EQ(m_comparisons, Reference::Converters().size() * 33 * 33 * 2 * 5);
     RecordProperty("comparisons", std::to_string(m_comparisons));
 }
 

@@ -40,7 +40,7 @@ void Check(bool holds, const char* what, uint32_t width, uint32_t height) {
 
 void CheckDigests() {
     for (const KeptDigest& kept : kDigests) {
-        const Oracle::Converter& converter = Oracle::Find(kept.name);
+        const Reference::Converter& converter = Reference::Find(kept.name);
         const uint64_t digest = Corpus::DigestOf(
             converter, [&converter](uint8_t* dst, const uint8_t* src, uint32_t width, uint32_t height, uint32_t shift) {
                 converter.Call(dst, src, width, height, shift);
@@ -54,15 +54,15 @@ void CheckSizes() {
     constexpr uint32_t kWidths[] = {2, 14, 16, 18, 30, 32, 34, 62, 64, 66, 126, 128, 130, 258};
     constexpr uint32_t kHeight = 6;
     uint64_t seed = 1000;
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         for (const uint32_t width : kWidths) {
             std::vector<uint8_t> src(converter.SourceBytes(width, kHeight));
-            Oracle::FillPattern(src.data(), src.size() / converter.SampleBytes(), width, converter.SampleBytes(),
-                                converter.depth, Oracle::Pattern::kRandom, ++seed);
+            Reference::FillPattern(src.data(), src.size() / converter.SampleBytes(), width, converter.SampleBytes(),
+                                   converter.depth, Reference::Pattern::kRandom, ++seed);
             std::vector<uint8_t> expected(converter.DestinationBytes(width, kHeight), 0xAA);
             std::vector<uint8_t> actual = expected;
             const uint32_t shift = converter.DefaultShift();
-            Oracle::Convert(converter, expected.data(), src.data(), width, kHeight, shift);
+            Reference::Convert(converter, expected.data(), src.data(), width, kHeight, shift);
             const UtlStatus status = converter.Call(actual.data(), src.data(), width, kHeight, shift);
             Check(status == UTL_STS_SUCCESS && actual == expected, converter.name, width, kHeight);
         }
@@ -71,16 +71,16 @@ void CheckSizes() {
 
 void CheckReversal() {
     constexpr uint32_t kHeight = 3;
-    for (const PixelFormat format : Oracle::ReversibleFormats()) {
+    for (const PixelFormat format : Reference::ReversibleFormats()) {
         for (uint32_t width = 4; width <= 260; width += 4) {
-            std::vector<uint8_t> src(Oracle::FrameBytes(format, width, kHeight));
-            Oracle::FillPattern(src.data(), src.size(), src.size(), 1, 8, Oracle::Pattern::kRandom, width);
+            std::vector<uint8_t> src(Reference::FrameBytes(format, width, kHeight));
+            Reference::FillPattern(src.data(), src.size(), src.size(), 1, 8, Reference::Pattern::kRandom, width);
             for (int mode = 0; mode < 4; ++mode) {
                 std::vector<uint8_t> expected(src.size(), 0x55);
                 std::vector<uint8_t> actual = expected;
                 const auto mirror = static_cast<uint8_t>(mode & 1);
                 const auto upsideDown = static_cast<uint8_t>(mode >> 1);
-                Oracle::Reverse(expected.data(), src.data(), format, width, kHeight, mirror == 1, upsideDown == 1);
+                Reference::Reverse(expected.data(), src.data(), format, width, kHeight, mirror == 1, upsideDown == 1);
                 const UtlStatus status =
                     ReverseImg(actual.data(), src.data(), format, width, kHeight, mirror, upsideDown);
                 Check(status == UTL_STS_SUCCESS && actual == expected, "ReverseImg", width, kHeight);
@@ -107,16 +107,16 @@ void CheckFiles() {
     const int file = ::mkstemp(path.data());
     Check(file >= 0, "temporary file", 0, 0);
     std::vector<uint8_t> picture(size_t{kWidth} * kHeight * 4);
-    Oracle::FillPattern(picture.data(), picture.size(), picture.size(), 1, 8, Oracle::Pattern::kRandom, 5);
+    Reference::FillPattern(picture.data(), picture.size(), picture.size(), 1, 8, Reference::Pattern::kRandom, 5);
     const uint8_t* pixels = picture.data();
     SaveBmpARGB(pixels, kWidth, kHeight, path.c_str());
-    Check(ReadFile(path.c_str()) == Oracle::BitmapFile(32, pixels, kWidth, kHeight, size_t{kWidth} * 4), "SaveBmpARGB",
-          kWidth, kHeight);
+    Check(ReadFile(path.c_str()) == Reference::BitmapFile(32, pixels, kWidth, kHeight, size_t{kWidth} * 4),
+          "SaveBmpARGB", kWidth, kHeight);
     SaveBmpMono(pixels, kWidth, kHeight, path.c_str());
-    Check(ReadFile(path.c_str()) == Oracle::BitmapFile(8, pixels, kWidth, kHeight, kWidth), "SaveBmpMono", kWidth,
+    Check(ReadFile(path.c_str()) == Reference::BitmapFile(8, pixels, kWidth, kHeight, kWidth), "SaveBmpMono", kWidth,
           kHeight);
     SaveRWH(pixels, PIXEL_FORMAT_MONO16, kWidth, kHeight, path.c_str());
-    Check(ReadFile(path.c_str()) == Oracle::RawFile(pixels, PIXEL_FORMAT_MONO16, kWidth, kHeight), "SaveRWH", kWidth,
+    Check(ReadFile(path.c_str()) == Reference::RawFile(pixels, PIXEL_FORMAT_MONO16, kWidth, kHeight), "SaveRWH", kWidth,
           kHeight);
     uint8_t* frame = nullptr;
     uint32_t height = 0;

@@ -19,8 +19,8 @@
 #include <thread>
 #include <vector>
 
-#include "Oracle.h"
 #include "Patterns.h"
+#include "Reference.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ constexpr bool kChildrenSave = true;
 
 /// One converter with its source, its right answer and room for the answer it gives.
 struct Work {
-    const Oracle::Converter* converter;
+    const Reference::Converter* converter;
     std::vector<uint8_t> source;
     std::vector<uint8_t> expected;
     std::vector<uint8_t> actual;
@@ -45,14 +45,14 @@ struct Work {
 
 std::vector<Work> PrepareWork() {
     std::vector<Work> all;
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         Work work = {&converter, {}, {}, {}};
         work.source.resize(converter.SourceBytes(kWidth, kHeight));
-        Oracle::FillPattern(work.source.data(), work.source.size() / converter.SampleBytes(), kWidth,
-                            converter.SampleBytes(), converter.depth, Oracle::Pattern::kRandom, 7);
+        Reference::FillPattern(work.source.data(), work.source.size() / converter.SampleBytes(), kWidth,
+                               converter.SampleBytes(), converter.depth, Reference::Pattern::kRandom, 7);
         work.expected.resize(converter.DestinationBytes(kWidth, kHeight), 0x55);
         work.actual = work.expected;
-        Oracle::Convert(converter, work.expected.data(), work.source.data(), kWidth, kHeight);
+        Reference::Convert(converter, work.expected.data(), work.source.data(), kWidth, kHeight);
         all.push_back(std::move(work));
     }
     return all;

@@ -20,8 +20,8 @@
 #include <vector>
 
 #include "../faults/Descriptors.h"
-#include "Oracle.h"
 #include "Patterns.h"
+#include "Reference.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ constexpr uint32_t kHeight = 64;
 
 /// One converter with its source and its right answer, read by all threads.
 struct Work {
-    const Oracle::Converter* converter;
+    const Reference::Converter* converter;
     std::vector<uint8_t> source;
     std::vector<uint8_t> expected;
 };
@@ -51,13 +51,13 @@ void Expect(bool holds, const char* what) {
 
 std::vector<Work> PrepareWork() {
     std::vector<Work> all;
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         Work work = {&converter, {}, {}};
         work.source.resize(converter.SourceBytes(kWidth, kHeight));
-        Oracle::FillPattern(work.source.data(), work.source.size() / converter.SampleBytes(), kWidth,
-                            converter.SampleBytes(), converter.depth, Oracle::Pattern::kRandom, all.size());
+        Reference::FillPattern(work.source.data(), work.source.size() / converter.SampleBytes(), kWidth,
+                               converter.SampleBytes(), converter.depth, Reference::Pattern::kRandom, all.size());
         work.expected.resize(converter.DestinationBytes(kWidth, kHeight), 0x55);
-        Oracle::Convert(converter, work.expected.data(), work.source.data(), kWidth, kHeight);
+        Reference::Convert(converter, work.expected.data(), work.source.data(), kWidth, kHeight);
         all.push_back(std::move(work));
     }
     return all;

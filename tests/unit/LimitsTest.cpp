@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "Oracle.h"
+#include "Reference.h"
 #include "catalogue/VexaCamUtl.h"
 #include "kernels/KernelTable.h"
 
@@ -53,7 +53,7 @@ void NoteShiftedRun(uint8_t* dst, const uint8_t* src, size_t count, uint32_t /*s
 }
 
 KernelTable NotingTable() {
-    KernelTable table = Vexa::Kernels::kPlainTable;
+    KernelTable table = Vexa::Kernels::kScalarTable;
     for (const auto layout : {Vexa::Kernels::kBgra, Vexa::Kernels::kBgr}) {
         for (auto* entry : {&table.mono8, &table.rgb8, &table.yuv411, &table.yuv422, &table.yuv444}) {
             (*entry)[layout] = NoteRun;
@@ -115,7 +115,7 @@ TEST_F(Limits, RunsCountTheirPixelsModulo2To32) {
         uint32_t height;
         size_t pixels;
     };
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         if (!converter.IsRun()) {
             continue;
         }

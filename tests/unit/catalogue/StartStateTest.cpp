@@ -9,7 +9,7 @@
 #include <span>
 #include <vector>
 
-#include "Oracle.h"
+#include "Reference.h"
 #include "catalogue/VexaCamUtl.h"
 
 namespace {
@@ -33,14 +33,14 @@ void ExpectZeroTables() {
 /// Converters that read no tables give the same pictures as ever, in short runs and in long ones.
 void ExpectPictures() {
     const std::vector<uint8_t> source(40 * 8 * 6, 0x31);
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         if (converter.readsTables) {
             continue;
         }
         for (const uint32_t width : {2u, 6u, 40u}) {
             std::vector<uint8_t> picture(converter.DestinationBytes(width, 6), 0x55);
             std::vector<uint8_t> expected = picture;
-            Oracle::Convert(converter, expected.data(), source.data(), width, 6);
+            Reference::Convert(converter, expected.data(), source.data(), width, 6);
             EXPECT_EQ(converter.Call(picture.data(), source.data(), width, 6), UTL_STS_SUCCESS) << converter.name;
             EXPECT_EQ(picture, expected) << converter.name << " of width " << width;
         }
@@ -49,7 +49,7 @@ void ExpectPictures() {
 
 void ExpectStatuses(bool prepared) {
     const std::vector<uint8_t> source(8 * 8 * 6, 0x31);
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         const bool refuses = converter.readsTables && !prepared;
         const UtlStatus expected = refuses ? UTL_STS_NOT_INITIALIZED : UTL_STS_SUCCESS;
         std::vector<uint8_t> dst(8 * 8 * 4, 0x55);

@@ -20,14 +20,14 @@ bool Holds(const Bytes& bytes, uint8_t value) {
 }
 
 TEST_F(Contract, ThereAreSeventyTwoConverters) {
-    EXPECT_EQ(Oracle::Converters().size(), 72u);
-    EXPECT_EQ(std::count_if(Oracle::Converters().begin(), Oracle::Converters().end(),
-                            [](const Oracle::Converter& converter) { return converter.IsWorker(); }),
+    EXPECT_EQ(Reference::Converters().size(), 72u);
+    EXPECT_EQ(std::count_if(Reference::Converters().begin(), Reference::Converters().end(),
+                            [](const Reference::Converter& converter) { return converter.IsWorker(); }),
               14);
 }
 
 TEST_F(Contract, NullPointersAreRefusedWhateverTheSize) {
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         for (const uint32_t size : {0u, 1u, 2u, 4u}) {
             Bytes dst(4 * 4 * 4, 0x55);
             const Bytes src(4 * 4 * 6, 0x31);
@@ -40,12 +40,12 @@ TEST_F(Contract, NullPointersAreRefusedWhateverTheSize) {
 }
 
 TEST_F(Contract, EmptyPicturesAreASuccessThatWritesNothing) {
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         for (const uint32_t size : {1u, 2u, 7u, 0x10000u, 0xFFFFFFFFu}) {
-            Oracle::GuardedArena source(0);
-            Oracle::GuardedArena destination(0);
-            uint8_t* src = source.Block(0, Oracle::Against::kBack, 0x55);
-            uint8_t* dst = destination.Block(0, Oracle::Against::kBack, 0x55);
+            Reference::GuardedArena source(0);
+            Reference::GuardedArena destination(0);
+            uint8_t* src = source.Block(0, Reference::Against::kBack, 0x55);
+            uint8_t* dst = destination.Block(0, Reference::Against::kBack, 0x55);
             EXPECT_EQ(converter.Call(dst, src, size, 0), UTL_STS_SUCCESS) << converter.name;
             EXPECT_EQ(converter.Call(dst, src, 0, size), UTL_STS_SUCCESS) << converter.name;
             EXPECT_TRUE(destination.MarginIsIntact()) << converter.name;
@@ -59,14 +59,14 @@ TEST_F(Contract, PixelCountsWrapModulo2To32) {
         uint32_t height;
         uint32_t pixels;
     };
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         if (!converter.IsRun()) {
             continue;
         }
         for (const Size size : {Size{0x80000004, 2, 8}, Size{0x10000, 0x10000, 0}, Size{3, 0x5555555B, 17}}) {
             ASSERT_EQ(size.width * size.height, size.pixels);
             Bytes src(converter.SourceBytes(size.pixels, 1) + 1);  // never a null pointer
-            Oracle::FillPattern(src.data(), src.size(), src.size(), 1, 8, Oracle::Pattern::kRandom, 5);
+            Reference::FillPattern(src.data(), src.size(), src.size(), 1, 8, Reference::Pattern::kRandom, 5);
             Bytes wrapped(converter.DestinationBytes(size.pixels, 1) + 16, 0x55);
             Bytes direct = wrapped;
             EXPECT_EQ(converter.Call(wrapped.data(), src.data(), size.width, size.height), UTL_STS_SUCCESS);
@@ -77,18 +77,18 @@ TEST_F(Contract, PixelCountsWrapModulo2To32) {
 }
 
 TEST_F(Contract, EntriesOfTenTwelveAndSixteenBitsForwardToTheirWorker) {
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         if (converter.depth == 8 || converter.IsWorker()) {
             continue;
         }
         const std::string depth = std::to_string(converter.depth);
-        const std::string packed = converter.family == Oracle::Family::kPackedColour ? "P" : "";
+        const std::string packed = converter.family == Reference::Family::kPackedColour ? "P" : "";
         const std::string name = converter.name;
         const size_t at = name.find(depth);
-        const Oracle::Converter& worker =
-            Oracle::Find(name.substr(0, at) + 'N' + name.substr(at + depth.size() + packed.size()));
+        const Reference::Converter& worker =
+            Reference::Find(name.substr(0, at) + 'N' + name.substr(at + depth.size() + packed.size()));
         Bytes src(converter.SourceBytes(18, 6));
-        Oracle::FillPattern(src.data(), src.size(), src.size(), 1, 8, Oracle::Pattern::kRandom, 11);
+        Reference::FillPattern(src.data(), src.size(), src.size(), 1, 8, Reference::Pattern::kRandom, 11);
         const Bytes picture = PictureOf(converter, 18, 6, src, 0);
         EXPECT_EQ(picture, PictureOf(worker, 18, 6, src, converter.depth - 8)) << converter.name;
         EXPECT_NE(picture, PictureOf(worker, 18, 6, src, converter.depth - 7)) << converter.name;
@@ -99,12 +99,12 @@ TEST_F(Contract, EntriesOfTenTwelveAndSixteenBitsForwardToTheirWorker) {
 }
 
 TEST_F(Contract, OnlyTheLowByteOfAShiftCounts) {
-    for (const Oracle::Converter& converter : Oracle::Converters()) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
         if (!converter.IsWorker()) {
             continue;
         }
         Bytes src(converter.SourceBytes(18, 6));
-        Oracle::FillPattern(src.data(), src.size(), src.size(), 1, 8, Oracle::Pattern::kRandom, 13);
+        Reference::FillPattern(src.data(), src.size(), src.size(), 1, 8, Reference::Pattern::kRandom, 13);
         const Bytes two = PictureOf(converter, 18, 6, src, 2);
         EXPECT_EQ(PictureOf(converter, 18, 6, src, 0x102), two) << converter.name;
         EXPECT_EQ(PictureOf(converter, 18, 6, src, 0xFFFFFF02), two) << converter.name;

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "Buffers.h"
-#include "Oracle.h"
+#include "Reference.h"
 
 using Bytes = std::vector<uint8_t>;
 
@@ -35,15 +35,15 @@ inline Bytes Times(size_t count, const Bytes& bytes) {
     return all;
 }
 
-inline Bytes PictureOf(const Oracle::Converter& converter, uint32_t width, uint32_t height, const Bytes& frame,
+inline Bytes PictureOf(const Reference::Converter& converter, uint32_t width, uint32_t height, const Bytes& frame,
                        uint32_t shift) {
     EXPECT_EQ(frame.size(), converter.SourceBytes(width, height)) << converter.name;
     const size_t bytes = converter.DestinationBytes(width, height);
-    Oracle::GuardedArena source(frame.size());
-    Oracle::GuardedArena destination(bytes);
+    Reference::GuardedArena source(frame.size());
+    Reference::GuardedArena destination(bytes);
     Bytes expected(bytes, 0x55);
     Bytes picture;
-    for (const Oracle::Against side : {Oracle::Against::kFront, Oracle::Against::kBack}) {
+    for (const Reference::Against side : {Reference::Against::kFront, Reference::Against::kBack}) {
         uint8_t* src = source.Block(frame.size(), side, 0);
         if (!frame.empty()) {
             std::memcpy(src, frame.data(), frame.size());
@@ -53,19 +53,19 @@ inline Bytes PictureOf(const Oracle::Converter& converter, uint32_t width, uint3
         EXPECT_TRUE(destination.MarginIsIntact()) << converter.name;
         picture.assign(dst, dst + bytes);
         std::fill(expected.begin(), expected.end(), uint8_t{0x55});
-        Oracle::Convert(converter, expected.data(), src, width, height, shift);
+        Reference::Convert(converter, expected.data(), src, width, height, shift);
         EXPECT_EQ(picture, expected) << converter.name;
     }
     return picture;
 }
 
 inline Bytes PictureOf(std::string_view name, uint32_t width, uint32_t height, const Bytes& frame) {
-    const Oracle::Converter& converter = Oracle::Find(name);
+    const Reference::Converter& converter = Reference::Find(name);
     return PictureOf(converter, width, height, frame, converter.DefaultShift());
 }
 
 inline Bytes PictureOf(std::string_view name, uint32_t width, uint32_t height, const Bytes& frame, uint32_t shift) {
-    return PictureOf(Oracle::Find(name), width, height, frame, shift);
+    return PictureOf(Reference::Find(name), width, height, frame, shift);
 }
 
 /// The BGR picture that shows the same colours as a BGRA picture.

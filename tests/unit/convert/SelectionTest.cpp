@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "../WrongPrototypes.h"
-#include "Oracle.h"
+#include "Reference.h"
 
 namespace {
 
@@ -63,7 +63,7 @@ ConverterFunc Expected(PixelFormat format, bool bayer, BayerConvMode mode, const
     if (bayer && mode == 1 && isBayer8) {
         name += "ACPI";
     }
-    return Oracle::Find(name).function;
+    return Reference::Find(name).function;
 }
 
 class Selection : public testing::Test {

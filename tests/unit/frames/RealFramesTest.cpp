@@ -8,7 +8,7 @@
 #include <cmath>
 
 #include "Frames.h"
-#include "Oracle.h"
+#include "Reference.h"
 
 namespace {
 
@@ -84,11 +84,11 @@ class Photographs : public Frames {
     /// The picture that a BGR converter and, without its alpha, its BGRA sibling make of a mosaic; both equal the
     /// model.
     static Bytes Demosaic(const std::string& name, const Photograph& size, const Bytes& mosaic) {
-        const Oracle::Converter& converter = Oracle::Find(name);
+        const Reference::Converter& converter = Reference::Find(name);
         Bytes picture(converter.DestinationBytes(size.width, size.height), 0x55);
         Bytes expected = picture;
         EXPECT_EQ(converter.Call(picture.data(), mosaic.data(), size.width, size.height), UTL_STS_SUCCESS);
-        Oracle::Convert(converter, expected.data(), mosaic.data(), size.width, size.height);
+        Reference::Convert(converter, expected.data(), mosaic.data(), size.width, size.height);
         EXPECT_TRUE(picture == expected) << name;
         return picture;
     }
@@ -148,11 +148,11 @@ class CameraFrames : public Frames {
 
     static void ExpectModel(const std::string& converterName, ConvDstFormat kind, PixelFormat format, bool bayer,
                             const Bytes& frame, uint32_t width, uint32_t height) {
-        const Oracle::Converter& converter = Oracle::Find(converterName);
+        const Reference::Converter& converter = Reference::Find(converterName);
         Bytes picture(converter.DestinationBytes(width, height), 0x55);
         Bytes expected = picture;
         EXPECT_EQ(ConvImage(kind, format, bayer, picture.data(), frame.data(), width, height), UTL_STS_SUCCESS);
-        Oracle::Convert(converter, expected.data(), frame.data(), width, height);
+        Reference::Convert(converter, expected.data(), frame.data(), width, height);
         EXPECT_TRUE(picture == expected) << converterName << " " << width << " x " << height;
     }
 };

@@ -11,7 +11,7 @@ extern "C" {
 }
 
 #include "Frames.h"
-#include "Oracle.h"
+#include "Reference.h"
 
 namespace {
 
@@ -70,8 +70,8 @@ class Swscale : public Frames {
             for (uint32_t left = 0; left < 2; ++left) {
                 const std::string phase = kPhaseFromGR[(row + top) % 2][(column + left) % 2];
                 const Bytes part = Cut(frame, frameWidth, sampleBytes, top, left, width, height);
-                const Oracle::Converter& converter =
-                    Oracle::Find("ConvByr" + phase + (sampleBytes == 1 ? "8" : "N") + "ToBGR");
+                const Reference::Converter& converter =
+                    Reference::Find("ConvByr" + phase + (sampleBytes == 1 ? "8" : "N") + "ToBGR");
                 Bytes picture(converter.DestinationBytes(width, height));
                 ASSERT_EQ(converter.Call(picture.data(), part.data(), width, height, 8), UTL_STS_SUCCESS);
                 const Bytes theirs = BySwscale(part, phase, static_cast<int>(width), static_cast<int>(height),

@@ -87,7 +87,7 @@ TEST_F(BmpWriter, EverySmallSizeOfEveryVariant) {
             for (uint32_t height = 0; height <= 4; ++height) {
                 const size_t rowBytes = size_t{width} * variant.bits / 8;
                 EXPECT_EQ(Saved(variant, picture, width, height),
-                          Oracle::BitmapFile(variant.bits, picture.data(), width, height, rowBytes))
+                          Reference::BitmapFile(variant.bits, picture.data(), width, height, rowBytes))
                     << variant.bits << " bits " << width << " x " << height;
             }
         }
@@ -98,13 +98,14 @@ TEST_F(BmpWriter, PicturesLargerThanAnyBuffer) {
     const Bytes picture = Counting(size_t{301} * 211 * 4);
     for (const Variant& variant : kVariants) {
         EXPECT_TRUE(Saved(variant, picture, 301, 211) ==
-                    Oracle::BitmapFile(variant.bits, picture.data(), 301, 211, size_t{301} * variant.bits / 8))
+                    Reference::BitmapFile(variant.bits, picture.data(), 301, 211, size_t{301} * variant.bits / 8))
             << variant.bits;
         ASSERT_EQ(variant.writeWithStride(picture.data(), 199, 150, 1234, Path().c_str()), UTL_STS_SUCCESS);
-        EXPECT_TRUE(Read(Path()) == Oracle::BitmapFile(variant.bits, picture.data(), 199, 150, 1234)) << variant.bits;
+        EXPECT_TRUE(Read(Path()) == Reference::BitmapFile(variant.bits, picture.data(), 199, 150, 1234))
+            << variant.bits;
         // One row longer than 64 KiB.
         EXPECT_TRUE(Saved(variant, picture, 63000, 1) ==
-                    Oracle::BitmapFile(variant.bits, picture.data(), 63000, 1, size_t{63000} * variant.bits / 8))
+                    Reference::BitmapFile(variant.bits, picture.data(), 63000, 1, size_t{63000} * variant.bits / 8))
             << variant.bits;
     }
 }
@@ -131,7 +132,7 @@ TEST_F(BmpWriter, StridesOfEveryKind) {
     for (const Variant& variant : kVariants) {
         for (const uint32_t stride : {0u, 1u, 3u, 20u, 31u, 64u, 333u}) {
             ASSERT_EQ(variant.writeWithStride(picture.data(), 5, 7, stride, Path().c_str()), UTL_STS_SUCCESS);
-            EXPECT_EQ(Read(Path()), Oracle::BitmapFile(variant.bits, picture.data(), 5, 7, stride))
+            EXPECT_EQ(Read(Path()), Reference::BitmapFile(variant.bits, picture.data(), 5, 7, stride))
                 << variant.bits << " bits, stride " << stride;
         }
     }
@@ -141,13 +142,13 @@ TEST_F(BmpWriter, BytesBetweenRowsAreNotRead) {
     for (const Variant& variant : kVariants) {
         const uint32_t rowBytes = 5 * variant.bits / 8;
         // Two rows 300 bytes apart; the second one ends at a page that may not be read.
-        Oracle::GuardedArena arena(300 + rowBytes);
-        const uint8_t* picture = arena.Block(300 + rowBytes, Oracle::Against::kBack, 0x44);
+        Reference::GuardedArena arena(300 + rowBytes);
+        const uint8_t* picture = arena.Block(300 + rowBytes, Reference::Against::kBack, 0x44);
         ASSERT_EQ(variant.writeWithStride(picture, 5, 2, 300, Path().c_str()), UTL_STS_SUCCESS);
-        EXPECT_EQ(Read(Path()), Oracle::BitmapFile(variant.bits, picture, 5, 2, 300));
-        const uint8_t* front = arena.Block(300 + rowBytes, Oracle::Against::kFront, 0x44);
+        EXPECT_EQ(Read(Path()), Reference::BitmapFile(variant.bits, picture, 5, 2, 300));
+        const uint8_t* front = arena.Block(300 + rowBytes, Reference::Against::kFront, 0x44);
         ASSERT_EQ(variant.writeWithStride(front, 5, 2, 300, Path().c_str()), UTL_STS_SUCCESS);
-        EXPECT_EQ(Read(Path()), Oracle::BitmapFile(variant.bits, front, 5, 2, 300));
+        EXPECT_EQ(Read(Path()), Reference::BitmapFile(variant.bits, front, 5, 2, 300));
     }
 }
 
@@ -265,7 +266,7 @@ TEST_F(BmpWriter, AnExistingFileIsReplacedAsAWhole) {
     Write(Path(), Counting(5000));
     const uint8_t pixel[4] = {1, 2, 3, 4};
     ASSERT_EQ(SaveBmpARGB(pixel, 1, 1, Path().c_str()), UTL_STS_SUCCESS);
-    EXPECT_EQ(Read(Path()), Oracle::BitmapFile(32, pixel, 1, 1, 4));
+    EXPECT_EQ(Read(Path()), Reference::BitmapFile(32, pixel, 1, 1, 4));
 }
 
 TEST_F(BmpWriter, AFullDiskIsNotReported) {

@@ -58,7 +58,7 @@ TEST_F(RwhFile, Mono8ByteForByte) {
 
 TEST_F(RwhFile, RowSizesRoundDown) {
     const Bytes frame = Counting(1000);
-    EXPECT_EQ(Saved(0x01100003, 5, 2, frame), Oracle::RawFile(frame.data(), 0x01100003, 5, 2));
+    EXPECT_EQ(Saved(0x01100003, 5, 2, frame), Reference::RawFile(frame.data(), 0x01100003, 5, 2));
     EXPECT_EQ(Read(Path())[12], 10);
     const Bytes yuv = Saved(0x020C001E, 5, 3, frame);
     EXPECT_EQ(yuv[12], 7);

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "Oracle.h"
+#include "Reference.h"
 
 using Bytes = std::vector<uint8_t>;
 

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// ReverseImg against the slow model for every kernel table: every format and mode, every width around the vector
+// sizes, whole buffers between forbidden pages, every alignment.
+#include "TableTest.h"
+
+namespace {
+
+using Reference::Against;
+
+class Reversal : public TableTest {
+  protected:
+    void Compare(PixelFormat format, uint32_t width, uint32_t height, uint32_t mode, uint8_t fill, Against side) {
+        const bool mirror = (mode & 1) != 0;
+        const bool upsideDown = (mode & 2) != 0;
+        const size_t bytes = Reference::FrameBytes(format, width, height);
+        uint8_t* src = m_source.Block(bytes, side, fill);
+        Reference::FillPattern(src, bytes, bytes, 1, 8, Reference::Pattern::kRandom, uint64_t{width} * 1000 + height);
+        uint8_t* dst = m_destination.Block(bytes, side, fill);
+        std::vector<uint8_t> expected(bytes, fill);
+        Reference::Reverse(expected.data(), src, format, width, height, mirror, upsideDown);
+        ASSERT_EQ(ReverseImg(dst, src, format, width, height, mirror, upsideDown), UTL_STS_SUCCESS);
+        ASSERT_TRUE(m_destination.MarginIsIntact());
+        ASSERT_TRUE(bytes == 0 || std::memcmp(dst, expected.data(), bytes) == 0)
+            << std::hex << format << std::dec << " " << width << " x " << height << " mode " << mode;
+    }
+
+    void CompareAllModes(PixelFormat format, uint32_t width, uint32_t height) {
+        for (uint32_t mode = 0; mode < 4; ++mode) {
+            const bool turn = (width + height) % 2 == 0;
+            Compare(format, width, height, mode, 0x55, turn ? Against::kBack : Against::kFront);
+            Compare(format, width, height, mode, 0xAA, turn ? Against::kFront : Against::kBack);
+        }
+    }
+};
+
+TEST_P(Reversal, EveryWidth) {
+    for (const PixelFormat format : Reference::ReversibleFormats()) {
+        for (uint32_t width = 0; width <= 257; ++width) {
+            for (uint32_t height = 0; height <= 3; ++height) {
+                CompareAllModes(format, width, height);
+            }
+        }
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+TEST_P(Reversal, LargerFrames) {
+    for (const PixelFormat format : Reference::ReversibleFormats()) {
+        for (uint32_t width = 510; width <= 530; ++width) {
+            CompareAllModes(format, width, 5);
+        }
+        CompareAllModes(format, 1920, 37);
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+// One row, whose blocks depend on both addresses, in a source of the exact size.
+TEST_P(Reversal, ShortRowsToEveryAddress) {
+    std::vector<uint8_t> expected;
+    for (const PixelFormat format : Reference::ReversibleFormats()) {
+        for (uint32_t width = 1; width <= 264; width += width < 140 ? 1 : 4) {
+            const size_t bytes = Reference::FrameBytes(format, width, 1);
+            expected.assign(bytes, 0x55);
+            for (const Against side : {Against::kFront, Against::kBack}) {
+                uint8_t* src = m_source.Block(bytes, side, 0);
+                Reference::FillPattern(src, bytes, bytes, 1, 8, Reference::Pattern::kRandom, width);
+                Reference::Reverse(expected.data(), src, format, width, 1, true, false);
+                for (uint32_t offset = 0; offset < 64; ++offset) {
+                    uint8_t* block = m_destination.Block(bytes + offset, Against::kFront, 0x55);
+                    ASSERT_EQ(ReverseImg(block + offset, src, format, width, 1, 1, 0), UTL_STS_SUCCESS);
+                    ASSERT_TRUE(m_destination.MarginIsIntact());
+                    ASSERT_TRUE(std::all_of(block, block + offset, [](uint8_t byte) { return byte == 0x55; }));
+                    ASSERT_EQ(std::memcmp(block + offset, expected.data(), bytes), 0)
+                        << std::hex << format << std::dec << " width " << width << " offset " << offset;
+                }
+            }
+        }
+    }
+}
+
+TEST_P(Reversal, EveryAlignment) {
+    constexpr uint32_t kWidth = 148;
+    constexpr uint32_t kHeight = 3;
+    std::vector<uint8_t> source(kWidth * kHeight * 6 + 64);
+    Reference::FillPattern(source.data(), source.size(), source.size(), 1, 8, Reference::Pattern::kRandom, 7);
+    for (const PixelFormat format : Reference::ReversibleFormats()) {
+        const size_t bytes = Reference::FrameBytes(format, kWidth, kHeight);
+        for (uint32_t offset = 0; offset < 64; ++offset) {
+            for (uint32_t mode = 0; mode < 4; ++mode) {
+                const uint8_t* src = source.data() + (offset * 37 + 5) % 64;
+                std::vector<uint8_t> expected(bytes + 128, 0x55);
+                std::vector<uint8_t> actual = expected;
+                Reference::Reverse(expected.data() + offset, src, format, kWidth, kHeight, (mode & 1) != 0,
+                                   (mode & 2) != 0);
+                ReverseImg(actual.data() + offset, src, format, kWidth, kHeight, (mode & 1) != 0, (mode & 2) != 0);
+                ASSERT_TRUE(actual == expected) << std::hex << format << std::dec << " offset " << offset;
+            }
+        }
+    }
+}
+
+VEXA_FOR_ALL_TABLES(Reversal);
+
+}  // namespace
