@@ -9,7 +9,7 @@
 PACKAGES_BUILD=(cmake ninja-build g++ pkg-config libcli11-dev libpng-dev)
 PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-dev libusb-1.0-0-dev
     libopencv-core-dev libopencv-imgproc-dev libopencv-imgcodecs-dev
-    python3 python3-numpy python3-pytest python3-matplotlib mypy dpkg-dev fakeroot file)
+    python3 python3-numpy python3-pytest python3-clang-14 python3-matplotlib mypy dpkg-dev fakeroot file)
 PACKAGES_DOCS=(doxygen python3)
 PACKAGES_BENCH=(libbenchmark-dev valgrind libyuv-dev libdc1394-dev libswscale-dev libavutil-dev
     libopencv-core-dev libopencv-imgproc-dev libgstreamer1.0-dev gstreamer1.0-plugins-bad python3-matplotlib)
@@ -18,6 +18,7 @@ PACKAGES_PACKAGE=(dpkg-dev fakeroot file lintian python3 python3-numpy)
 PACKAGES_QEMU=(qemu-user)
 PACKAGES_AARCH64=(qemu-user g++-aarch64-linux-gnu googletest)
 PACKAGES_COVERAGE=(gcovr)
+PACKAGES_MUTATE=(python3-clang-14 qemu-user)
 
 # Installs, with apt-get, the packages of the named groups that are not there yet; asks for nothing otherwise.
 require_packages() {

@@ -1,0 +1,6 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+import os
+import sys
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))

@@ -1,0 +1,97 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+"""Which tests concern which folder, those first that notice most in the shortest time.
+
+A test names the targets that it needs built and its command; {build} and {root} stand for the folders of the tree that
+it is run in.
+"""
+from __future__ import annotations
+
+import shutil
+from dataclasses import dataclass, field
+from typing import ClassVar
+
+PYTHON = "/usr/bin/python3"
+
+
+@dataclass(frozen=True)
+class Test:
+    __test__: ClassVar[bool] = False  # to pytest
+
+    name: str
+    targets: tuple[str, ...]
+    command: tuple[str, ...]
+    environment: tuple[tuple[str, str], ...] = field(default=())
+
+
+def program(folder: str, target: str, cases: str = "") -> Test:
+    """A GoogleTest program of tests/FOLDER; the first failed assertion ends it."""
+    only = (f"--gtest_filter={cases}",) if cases else ()
+    return Test(f"{target} {cases}".strip(), (target,),
+                (f"{{build}}/tests/{folder}/{target}", "--gtest_break_on_failure", *only))
+
+
+def emulated(processor: str, test: Test, table: str) -> list[Test]:
+    """The same as a processor that this one is not, where the emulator is there; the table that has to be chosen."""
+    if not shutil.which("qemu-x86_64"):
+        return []
+    return [Test(f"{test.name} as {processor}", test.targets, ("qemu-x86_64", "-cpu", processor, *test.command),
+                 (("VEXACAMUTL_EXPECTED_TABLE", table),))]
+
+
+def on_arm(test: Test) -> Test:
+    return Test(f"{test.name} on ARM", test.targets, ("qemu-aarch64", "-L", "/usr/aarch64-linux-gnu", *test.command))
+
+
+def pytests(folder: str, targets: tuple[str, ...], environment: dict[str, str], *files: str) -> Test:
+    paths = [f"{{root}}/tests/{folder}/{file}" for file in files] or [f"{{root}}/tests/{folder}"]
+    return Test(f"pytest {folder} {' '.join(files)}".strip(), targets,
+                (PYTHON, "-m", "pytest", "-q", "-x", "-p", "no:cacheprovider", *paths),
+                (("PYTHONDONTWRITEBYTECODE", "1"), *environment.items()))
+
+
+def cli(*files: str) -> Test:
+    return pytests("cli", ("vexacamutl", "RefuseAnonymousFiles"),
+                   {"VEXACAMUTL": "{build}/tools/vexacamutl/vexacamutl",
+                    "VEXACAMUTL_REFUSE_ANONYMOUS": "{build}/tests/cli/libRefuseAnonymousFiles.so"}, *files)
+
+
+def package(*files: str) -> Test:
+    return pytests("python", ("VexaCamUtl",), {"VEXACAMUTL_LIBRARY": "{build}/src/libVexaCamUtl_64.so.1",
+                                               "PYTHONPATH": "{root}/python"}, *files)
+
+
+CHOICE = program("kernels", "kernels_test", "ProcessorChoice.*")
+CONVERTERS = [program("kernels", "kernels_test", "*Digests*:ProcessorChoice.*"), program("unit", "unit_convert_test"),
+              program("kernels", "kernels_test", "*EveryAlignment*:*OddAndEmptySizes*:*EveryShift*"),
+              program("kernels", "kernels_test")]
+START_STATE = program("unit", "unit_start_state_test")
+EARLY_CALLER = program("abi", "abi_early_caller_test")
+
+SUITES: dict[str, list[Test]] = {
+    "src/catalogue": [program("unit", "unit_catalogue_test"), START_STATE, EARLY_CALLER,
+                      *emulated("qemu64", EARLY_CALLER, "plain"), *CONVERTERS, program("abi", "abi_test")],
+    "src/convert": [START_STATE, program("unit", "unit_limits_test"), *CONVERTERS],
+    "src/kernels": [program("kernels", "block_start_test"), START_STATE, *emulated("qemu64", CHOICE, "plain"),
+                    *emulated("Nehalem", CHOICE, "sse4.1"), *emulated("Haswell", CHOICE, "avx2"), *CONVERTERS,
+                    program("abi", "abi_test")],
+    "src/imagefile": [program("unit", "unit_limits_test"), program("unit", "unit_imagefile_test"),
+                      program("unit", "unit_rwh_allocation_test"), program("faults", "faults_malloc"),
+                      program("faults", "faults_interposed"), program("faults", "faults_real"),
+                      program("kernels", "kernels_test", "*Reversal*")],
+    "tools": [cli("test_verbs.py"), cli("test_convert.py"), cli("test_mistakes.py", "test_help.py"), cli()],
+    "python/vexacamutl": [package("test_formats.py", "test_arrays.py", "test_files.py"), package()],
+}
+
+# The layer for NEON, cross-built.
+ARM_SUITE = [on_arm(program("kernels", "kernels_test", cases)) for cases in
+             ("*Digests/neon", "*EveryAlignment/neon:*OddAndEmptySizes/neon:*EveryShift/neon", "*/neon")]
+
+
+def folder_of(path: str) -> str:
+    """The folder of SUITES that a file belongs to."""
+    return max((folder for folder in SUITES if path.startswith(folder + "/")), key=len, default="")
+
+
+def suite_of(path: str) -> list[Test]:
+    return ARM_SUITE if "Neon" in path else SUITES[folder_of(path)]
