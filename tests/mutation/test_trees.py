@@ -119,8 +119,19 @@ def test_copying(project, tmp_path):
     assert os.stat(copy / "fake.c").st_mtime_ns == before
 
 
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
+
+
+@pytest.mark.parametrize("below", ["src", "tools", "python/vexacamutl"])
+def test_every_source_has_a_suite(below):
+    for folder, _, names in os.walk(os.path.join(ROOT, below)):
+        for name in names:
+            path = os.path.relpath(os.path.join(folder, name), ROOT)
+            assert not name.endswith((".cpp", ".h", ".inc", ".py")) or folder_of(path), path
+
+
 def test_every_folder_has_tests_that_exist():
-    root = os.path.join(os.path.dirname(__file__), "..", "..")
+    root = ROOT
     for folder, suite in SUITES.items():
         assert os.path.isdir(os.path.join(root, folder)), folder
         assert suite

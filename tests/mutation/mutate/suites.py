@@ -7,10 +7,13 @@ it is run in.
 """
 from __future__ import annotations
 
+import os
+import re
 import shutil
 from dataclasses import dataclass, field
 from typing import ClassVar
 
+HERE = os.path.dirname(os.path.abspath(__file__))
 PYTHON = "/usr/bin/python3"
 
 
@@ -31,12 +34,21 @@ def program(folder: str, target: str, cases: str = "") -> Test:
                 (f"{{build}}/tests/{folder}/{target}", "--gtest_break_on_failure", *only))
 
 
-def emulated(processor: str, test: Test, table: str) -> list[Test]:
-    """The same as a processor that this one is not, where the emulator is there; the table that has to be chosen."""
+def table_of(processor: str) -> str:
+    """The kernel table that an emulated processor has to choose, as tests/processors says it."""
+    with open(os.path.join(HERE, "..", "..", "processors", "CMakeLists.txt"), encoding="ascii") as file:
+        match = re.search(f'"{processor} (\\S+)"', file.read())
+    if match is None:
+        raise LookupError(f"tests/processors names no table for {processor}")
+    return match[1]
+
+
+def emulated(processor: str, test: Test) -> list[Test]:
+    """The same as a processor that this one is not, where the emulator is installed."""
     if not shutil.which("qemu-x86_64"):
         return []
     return [Test(f"{test.name} as {processor}", test.targets, ("qemu-x86_64", "-cpu", processor, *test.command),
-                 (("VEXACAMUTL_EXPECTED_TABLE", table),))]
+                 (("VEXACAMUTL_EXPECTED_TABLE", table_of(processor)),))]
 
 
 def on_arm(test: Test) -> Test:
@@ -68,17 +80,19 @@ CONVERTERS = [program("kernels", "kernels_test", "*Digests*:ProcessorChoice.*"),
 START_STATE = program("unit", "unit_start_state_test")
 EARLY_CALLER = program("abi", "abi_early_caller_test")
 
+IMAGE_FILES = [program("unit", "unit_limits_test"), program("unit", "unit_imagefile_test"),
+               program("unit", "unit_rwh_allocation_test"), program("faults", "faults_malloc"),
+               program("faults", "faults_interposed"), program("faults", "faults_real")]
+
 SUITES: dict[str, list[Test]] = {
+    "src/base": [*IMAGE_FILES[:2], *CONVERTERS, *IMAGE_FILES[2:]],
     "src/catalogue": [program("unit", "unit_catalogue_test"), START_STATE, EARLY_CALLER,
-                      *emulated("qemu64", EARLY_CALLER, "plain"), *CONVERTERS, program("abi", "abi_test")],
+                      *emulated("qemu64", EARLY_CALLER), *CONVERTERS, program("abi", "abi_test")],
     "src/convert": [START_STATE, program("unit", "unit_limits_test"), *CONVERTERS],
-    "src/kernels": [program("kernels", "block_start_test"), START_STATE, *emulated("qemu64", CHOICE, "plain"),
-                    *emulated("Nehalem", CHOICE, "sse4.1"), *emulated("Haswell", CHOICE, "avx2"), *CONVERTERS,
+    "src/kernels": [program("kernels", "block_start_test"), START_STATE, *emulated("qemu64", CHOICE),
+                    *emulated("Nehalem", CHOICE), *emulated("Haswell", CHOICE), *CONVERTERS,
                     program("abi", "abi_test")],
-    "src/imagefile": [program("unit", "unit_limits_test"), program("unit", "unit_imagefile_test"),
-                      program("unit", "unit_rwh_allocation_test"), program("faults", "faults_malloc"),
-                      program("faults", "faults_interposed"), program("faults", "faults_real"),
-                      program("kernels", "kernels_test", "*Reversal*")],
+    "src/imagefile": [*IMAGE_FILES, program("kernels", "kernels_test", "*Revers*")],
     "tools": [cli("test_verbs.py"), cli("test_convert.py"), cli("test_mistakes.py", "test_help.py"), cli()],
     "python/vexacamutl": [package("test_formats.py", "test_arrays.py", "test_files.py"), package()],
 }
