@@ -64,7 +64,7 @@ endif()
 if(VEXACAMUTL_PYTHON_DIR)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/vexacamutl
     DESTINATION ${VEXACAMUTL_PYTHON_DIR} COMPONENT python
-    FILES_MATCHING PATTERN *.py PATTERN py.typed
+    FILES_MATCHING PATTERN *.py PATTERN py.typed PATTERN format_names.txt
     PATTERN __pycache__ EXCLUDE)
 endif()
 

@@ -18,7 +18,7 @@ OSError.
 from __future__ import annotations
 
 from ._arrays import Frame
-from ._converters import CONVERTERS, BayerMode, Converter, converter_for, set_bayer_mode, to_bgr, to_bgra
+from ._converters import CONVERTERS, BayerMode, Converter, converter_for, set_bayer_mode, to_bgr, to_bgra, to_rgb
 from ._files import RawFrame, RwhHeader, load_rwh, load_rwh_header, save_bmp, save_rwh
 from ._formats import (
     FormatLike,
@@ -65,4 +65,5 @@ __all__ = [
     "set_bayer_mode",
     "to_bgr",
     "to_bgra",
+    "to_rgb",
 ]

@@ -3,21 +3,22 @@
 """The converters: each of them by its name, the choice of one for a format, and the two calls that most users need.
 
 A converter reads its own layout, which for three of the YUV converters is not the camera's: ConvYUV422PToBGR reads 5
-bytes for 2 pixels, ConvYUV444PToBGRA and ConvYUV444PToBGR read 4 bytes a pixel. Called by name they ask for just that;
-to_bgra and to_bgr also take the camera's frame and go the way around.
+bytes for 2 pixels, ConvYUV444PToBGRA and ConvYUV444PToBGR read 4 bytes per pixel. Called by name they require just
+that; to_bgra and to_bgr also take the camera's frame and convert it by a detour.
 """
 from __future__ import annotations
 
 import ctypes
 import enum
+import warnings
 from types import MappingProxyType
-from typing import Any, Mapping, Optional
+from typing import Mapping, Optional, Union
 
 import numpy as np
 from numpy.typing import NDArray
 
 from . import _library
-from ._arrays import Frame, check_frame, check_out
+from ._arrays import Frame, base_array, check_frame, check_out
 from ._formats import (
     BYTE,
     WORD,
@@ -31,6 +32,7 @@ from ._formats import (
     pixel_format,
 )
 from ._library import LIBRARY, check_status
+from ._numbers import WORD_LIMIT, flag, integer
 
 
 class BayerMode(enum.IntEnum):
@@ -40,9 +42,40 @@ class BayerMode(enum.IntEnum):
     ACPI = 1
 
 
-def set_bayer_mode(mode: BayerMode) -> None:
-    """Chooses the demosaic for the whole process, for calls that do not name a mode themselves."""
-    check_status("SetBayerConvMode", LIBRARY.SetBayerConvMode(int(mode)))
+ModeLike = Union[BayerMode, int, str]
+
+
+def _bayer_mode(mode: ModeLike) -> BayerMode:
+    """A mode by its member, its number, or its name in any case."""
+    if isinstance(mode, str):
+        try:
+            return BayerMode[mode.upper()]
+        except KeyError:
+            raise ValueError(f"the mode must be 'default' or 'acpi', not {mode!r}") from None
+    return BayerMode(integer(mode, "the mode", 0, 1))
+
+
+def set_bayer_mode(mode: ModeLike) -> None:
+    """Choose the demosaic for the whole process, for calls that do not name a mode themselves.
+
+    Parameters
+    ----------
+    mode : BayerMode, int or str
+        ``"default"`` (bilinear) or ``"acpi"`` (adaptive colour-plane interpolation, 8-bit frames only).
+
+    Raises
+    ------
+    TypeError, ValueError
+        There is no such mode.
+
+    Examples
+    --------
+    >>> vcu.set_bayer_mode("acpi")
+    >>> vcu.converter_for("BayerRG8").name
+    'ConvByrRG8ToBGRAACPI'
+    >>> vcu.set_bayer_mode("default")
+    """
+    check_status("SetBayerConvMode", LIBRARY.SetBayerConvMode(int(_bayer_mode(mode))))
 
 
 def _source_layout(name: str) -> Layout:
@@ -58,26 +91,66 @@ def _source_layout(name: str) -> Layout:
 
 
 class Converter:
-    """One of the library's converters. Call it with a frame, get the picture."""
+    """One of the library's converters: call it with a frame, get the picture.
+
+    Examples
+    --------
+    >>> convert = vcu.converter_for("BayerRG8", "bgr")
+    >>> out = np.empty((480, 640, 3), np.uint8)
+    >>> for frame in np.zeros((2, 480, 640), np.uint8):
+    ...     picture = convert(frame, out=out)
+    """
 
     def __init__(self, name: str) -> None:
-        self.name = name
-        self.source = _source_layout(name)
-        # Mind ConvByrRG8ToBGRACPI, which is BGR followed by ACPI.
-        self.channels = 4 if name.removesuffix("ACPI").endswith("BGRA") else 3
-        self.takes_shift = _library.takes_shift(name)
+        self._name = name
+        self._source = _source_layout(name)
+        # ConvByrRG8ToBGRACPI is BGR followed by ACPI.
+        self._channels = 4 if name.removesuffix("ACPI").endswith("BGRA") else 3
+        self._takes_shift = _library.takes_shift(name)
         self._function = getattr(LIBRARY, name)
 
+    @property
+    def name(self) -> str:
+        """As the library exports it."""
+        return self._name
+
+    @property
+    def source(self) -> Layout:
+        """The layout that the converter reads."""
+        return self._source
+
+    @property
+    def channels(self) -> int:
+        """4 for BGRA, 3 for BGR."""
+        return self._channels
+
+    @property
+    def takes_shift(self) -> bool:
+        """Whether it is a worker, with N in its name, which takes the shift as an argument."""
+        return self._takes_shift
+
     def __repr__(self) -> str:
-        return f"<Converter {self.name}>"
+        return f"<Converter {self._name}>"
 
     def source_bytes(self, width: int, height: int) -> int:
         """Bytes that the frame must hold."""
-        return self.source.frame_bytes(width, height)
+        return self._source.frame_bytes(width, height)
 
     def destination_bytes(self, width: int, height: int) -> int:
         """Bytes that the picture takes."""
-        return width * height * self.channels
+        return integer(width, "the width") * integer(height, "the height") * self._channels
+
+    def _shifts(self, shift: Optional[int]) -> tuple[int, ...]:
+        if self._takes_shift != (shift is not None):
+            raise TypeError(f"{self._name} {'needs the' if self._takes_shift else 'takes no'} argument shift")
+        return () if shift is None else (integer(shift, "shift", 0, 31),)
+
+    def _check_limits(self, width: int, height: int) -> None:
+        # This converter counts bytes where the others count pixels, and its count wraps.
+        if self._name == "ConvBGR8PToBGR" and self.source_bytes(width, height) >= WORD_LIMIT:
+            raise ValueError(f"{self._name} copies less than 4 GiB")
+        if self._name.endswith("ACPI") and (min(width, height) < 4 or width % 2 != 0 or height % 2 != 0):
+            raise ValueError(f"the ACPI mode needs an even width and height of at least 4, not {width}x{height}")
 
     def __call__(
         self,
@@ -88,23 +161,41 @@ class Converter:
         shift: Optional[int] = None,
         out: Optional[NDArray[np.uint8]] = None,
     ) -> NDArray[np.uint8]:
-        """Converts a frame into `out`, or into a new array, of shape (height, width, channels).
+        """Convert a frame.
 
-        frame         an array in the shape of the layout (`source`), or any bytes with width and height given
-        shift         for the workers (N in the name) only: the right shift that brings a sample to 8 bits
+        Parameters
+        ----------
+        frame : array or bytes-like
+            In the shape of `source`, or any bytes with `width` and `height` given.
+        width, height : int, optional
+            In pixels and rows, where the shape does not have them.
+        shift : int, optional
+            For the workers only: the right shift, 0 to 31, that brings a sample to 8 bits.
+        out : ndarray of uint8, optional
+            Receives the picture; not overlapping the frame.
+
+        Returns
+        -------
+        ndarray of uint8
+            `out`, or a new array of shape (height, width, channels).
+
+        Raises
+        ------
+        TypeError, ValueError
+            An array, a size or the shift does not fit; nothing is written.
+
+        Examples
+        --------
+        >>> samples = np.full((2, 2), 0x3210, np.uint16)
+        >>> vcu.CONVERTERS["ConvMonoNToBGR"](samples, shift=8)[0, 0]
+        array([50, 50, 50], dtype=uint8)
         """
-        if self.takes_shift != (shift is not None):
-            raise TypeError(f"{self.name} {'needs the' if self.takes_shift else 'takes no'} argument shift")
-        if shift is not None and not 0 <= shift <= 31:
-            raise ValueError(f"shift has to be 0 to 31, not {shift}")
-        array, width, height = check_frame(frame, self.source, width, height)
-        # This converter counts bytes where the others count pixels, and its count wraps.
-        if self.name == "ConvBGR8PToBGR" and array.nbytes >= 1 << 32:
-            raise ValueError(f"{self.name} copies less than 4 GiB")
-        picture = check_out(out, (height, width, self.channels), BYTE, array)
-        shifts = () if shift is None else (shift,)
-        check_status(self.name, self._function(picture.ctypes.data, array.ctypes.data, width, height, *shifts))
-        return picture
+        shifts = self._shifts(shift)
+        array, width, height = check_frame(frame, self._source, width, height)
+        self._check_limits(width, height)
+        picture = check_out(out, (height, width, self._channels), BYTE, array)
+        check_status(self._name, self._function(picture.ctypes.data, array.ctypes.data, width, height, *shifts))
+        return picture if out is None else out
 
 
 #: All 72 converters by name.
@@ -118,18 +209,22 @@ def _address(name: str) -> int:
 _NAME_AT = {_address(name): name for name in CONVERTERS}
 
 
-def converter_for(
-    format: FormatLike, to: str = "bgra", *, bayer: bool = True, mode: Optional[BayerMode] = None
-) -> Converter:
-    """The converter that serves a format, to keep for a stream of frames.
+def _warn_of_bilinear(format: PixelFormat, stacklevel: int) -> None:
+    warnings.warn(
+        f"{format.name} is demosaiced bilinearly: the ACPI mode serves 8-bit Bayer frames only",
+        UserWarning,
+        stacklevel=stacklevel + 1,
+    )
 
-    to      "bgra" or "bgr"
-    bayer   False shows a Bayer frame as the grey picture of its mosaic
-    mode    the demosaic; None: what set_bayer_mode chose
-    """
+
+def _choose(
+    format: FormatLike, to: str, bayer: bool, mode: Optional[ModeLike], stacklevel: int
+) -> tuple[PixelFormat, Converter]:
+    """What converter_for answers; `stacklevel` is that of the user's call, for warnings."""
     if to not in ("bgra", "bgr"):
-        raise ValueError(f"to has to be 'bgra' or 'bgr', not {to!r}")
-    chosen = pixel_format(format)
+        raise ValueError(f"to must be 'bgra' or 'bgr', not {to!r}")
+    chosen, bayer = pixel_format(format), flag(bayer, "bayer")
+    wanted = None if mode is None else _bayer_mode(mode)
     getter = LIBRARY.GetBGRAConverter if to == "bgra" else LIBRARY.GetBGRConverter
     address = getter(int(chosen), int(bayer))
     if address is None:
@@ -137,11 +232,53 @@ def converter_for(
             f"no converter is selected for {chosen.name}; call CONVERTERS['Conv{chosen.name}PTo{to.upper()}']"
         )
     name = _NAME_AT[address]
-    if mode is not None and "Byr" in name:
-        default = name.removesuffix("ACPI")
-        adaptive = f"{default}ACPI"
-        name = adaptive if BayerMode(mode) == BayerMode.ACPI and adaptive in CONVERTERS else default
-    return CONVERTERS[name]
+    if wanted is not None and "Byr" in name:
+        name = name.removesuffix("ACPI")
+        if wanted == BayerMode.ACPI and f"{name}ACPI" in CONVERTERS:
+            name = f"{name}ACPI"
+        elif wanted == BayerMode.ACPI:
+            _warn_of_bilinear(chosen, stacklevel + 1)
+    return chosen, CONVERTERS[name]
+
+
+def converter_for(
+    format: FormatLike, to: str = "bgra", *, bayer: bool = True, mode: Optional[ModeLike] = None
+) -> Converter:
+    """Choose the converter for a format, to keep for a stream of frames.
+
+    Parameters
+    ----------
+    format : PixelFormat, int or str
+        Of the frames.
+    to : {"bgra", "bgr"}
+        The kind of picture.
+    bayer : bool
+        False shows a Bayer frame as the grey picture of its mosaic.
+    mode : BayerMode, int or str, optional
+        The demosaic, ``"default"`` or ``"acpi"``; None for the one that `set_bayer_mode` chose.
+
+    Returns
+    -------
+    Converter
+
+    Raises
+    ------
+    UnsupportedFormatError
+        The format is unknown or has no converter.
+    TypeError, ValueError
+        An option does not fit.
+
+    Warns
+    -----
+    UserWarning
+        The ACPI mode is named for a Bayer format of 10 or 12 bits, which is demosaiced bilinearly.
+
+    Examples
+    --------
+    >>> vcu.converter_for("BayerRG8", "bgr", mode="acpi")
+    <Converter ConvByrRG8ToBGRACPI>
+    """
+    return _choose(format, to, bayer, mode, stacklevel=2)[1]
 
 
 def _fits(frame: Frame, layout: Layout, width: Optional[int], height: Optional[int]) -> bool:
@@ -152,37 +289,30 @@ def _fits(frame: Frame, layout: Layout, width: Optional[int], height: Optional[i
     return True
 
 
-def _bgr_of_bgra(bgra: NDArray[np.uint8], out: Optional[NDArray[np.uint8]], frame: NDArray[Any]) -> NDArray[np.uint8]:
-    picture = check_out(out, bgra.shape[:2] + (3,), BYTE, frame)
-    picture[...] = bgra[..., :3]
-    return picture
-
-
-def _convert(
+def _run(
+    chosen: PixelFormat,
+    converter: Converter,
     frame: Frame,
-    format: FormatLike,
-    to: str,
     width: Optional[int],
     height: Optional[int],
-    bayer: bool,
-    mode: Optional[BayerMode],
     out: Optional[NDArray[np.uint8]],
 ) -> NDArray[np.uint8]:
-    converter = converter_for(format, to, bayer=bayer, mode=mode)
-    plain = frame_layout(format)
-    fits_converter_only = _fits(frame, converter.source, width, height) and not _fits(frame, plain, width, height)
-    if plain == converter.source or fits_converter_only:
+    """The converter on a camera's frame, by a detour where the converter reads wider groups than cameras send."""
+    sent = frame_layout(chosen)
+    fits_converter_only = _fits(frame, converter.source, width, height) and not _fits(frame, sent, width, height)
+    if sent == converter.source or fits_converter_only:
         return converter(frame, width=width, height=height, out=out)
-    array, width, height = check_frame(frame, plain, width, height)
-    if plain.pixels == 2:
-        bgra = CONVERTERS["ConvYUV422PToBGRA"](array, width=width, height=height)
-        return _bgr_of_bgra(bgra, out, array)
-    # Checked against the camera's frame, before the copy hides an overlap.
+    array, width, height = check_frame(frame, sent, width, height)
+    # Checked against the camera's frame, before a copy hides an overlap.
     picture = check_out(out, (height, width, converter.channels), BYTE, array)
-    spread = np.empty((height, width, 4), np.uint8)
-    spread[..., :3] = array.reshape(height, width, 3)
-    spread[..., 3] = 0
-    return converter(spread, out=picture)
+    if sent.pixels == 2:
+        bgra = CONVERTERS["ConvYUV422PToBGRA"](array, width=width, height=height)
+        picture[...] = bgra[..., :3]
+    else:
+        spread = np.zeros((height, width, 4), np.uint8)
+        spread[..., :3] = array.reshape(height, width, 3)
+        converter(spread, out=picture)
+    return picture if out is None else out
 
 
 def to_bgra(
@@ -192,14 +322,52 @@ def to_bgra(
     width: Optional[int] = None,
     height: Optional[int] = None,
     bayer: bool = True,
-    mode: Optional[BayerMode] = None,
+    mode: Optional[ModeLike] = None,
     out: Optional[NDArray[np.uint8]] = None,
 ) -> NDArray[np.uint8]:
-    """The picture of a frame, shape (height, width, 4): blue, green, red, 255.
+    """Convert a frame to a picture of blue, green, red and 255 per pixel.
 
-    No copy is made of the frame, except that a YUV8_UYV frame of 3 bytes a pixel is spread to 4 first.
+    The frame is not copied, except that a YUV8_UYV frame of 3 bytes per pixel is spread to 4 first.
+
+    Parameters
+    ----------
+    frame : array or bytes-like
+        In the shape of the format's layout, or any bytes with `width` and `height` given.
+    format : PixelFormat, int or str
+        Of the frame.
+    width, height : int, optional
+        In pixels and rows, where the shape does not have them.
+    bayer : bool
+        False shows a Bayer frame as the grey picture of its mosaic.
+    mode : BayerMode, int or str, optional
+        The demosaic, ``"default"`` or ``"acpi"``; None for the one that `set_bayer_mode` chose.
+    out : ndarray of uint8, optional
+        Receives the picture; C-contiguous, not overlapping the frame.
+
+    Returns
+    -------
+    ndarray of uint8
+        `out`, or a new array of shape (height, width, 4).
+
+    Raises
+    ------
+    UnsupportedFormatError
+        The format is unknown or has no converter.
+    TypeError, ValueError
+        An array, a size or an option does not fit; nothing is written.
+
+    Warns
+    -----
+    UserWarning
+        The ACPI mode is named for a Bayer format of 10 or 12 bits, which is demosaiced bilinearly.
+
+    Examples
+    --------
+    >>> vcu.to_bgra(np.array([[0, 128]], np.uint8), "Mono8")
+    array([[[  0,   0,   0, 255],
+            [128, 128, 128, 255]]], dtype=uint8)
     """
-    return _convert(frame, format, "bgra", width, height, bayer, mode, out)
+    return _run(*_choose(format, "bgra", bayer, mode, 2), frame, width, height, out)
 
 
 def to_bgr(
@@ -209,12 +377,82 @@ def to_bgr(
     width: Optional[int] = None,
     height: Optional[int] = None,
     bayer: bool = True,
-    mode: Optional[BayerMode] = None,
+    mode: Optional[ModeLike] = None,
     out: Optional[NDArray[np.uint8]] = None,
 ) -> NDArray[np.uint8]:
-    """The picture of a frame, shape (height, width, 3): blue, green, red.
+    """Convert a frame to a picture of blue, green and red per pixel, as OpenCV wants it.
 
-    No copy is made of the frame, with two exceptions: a YUV422_8_UYVY frame of 4 bytes for 2 pixels goes through BGRA,
-    and a YUV8_UYV frame of 3 bytes a pixel is spread to 4 first.
+    The frame is not copied, with two exceptions: a YUV422_8_UYVY frame goes through BGRA, and a YUV8_UYV frame of 3
+    bytes per pixel is spread to 4 first.
+
+    Parameters
+    ----------
+    frame, format, width, height, bayer, mode, out
+        As in `to_bgra`.
+
+    Returns
+    -------
+    ndarray of uint8
+        `out`, or a new array of shape (height, width, 3).
+
+    Raises
+    ------
+    UnsupportedFormatError, TypeError, ValueError
+        As `to_bgra`.
+
+    Warns
+    -----
+    UserWarning
+        As `to_bgra`.
+
+    Examples
+    --------
+    >>> vcu.to_bgr(bytes([10, 20, 30]), "RGB8", width=1, height=1)
+    array([[[30, 20, 10]]], dtype=uint8)
     """
-    return _convert(frame, format, "bgr", width, height, bayer, mode, out)
+    return _run(*_choose(format, "bgr", bayer, mode, 2), frame, width, height, out)
+
+
+def to_rgb(
+    frame: Frame,
+    format: FormatLike,
+    *,
+    width: Optional[int] = None,
+    height: Optional[int] = None,
+    bayer: bool = True,
+    mode: Optional[ModeLike] = None,
+    out: Optional[NDArray[np.uint8]] = None,
+) -> NDArray[np.uint8]:
+    """Convert a frame to a picture of red, green and blue per pixel, as Matplotlib and Pillow want it.
+
+    The picture is made as `to_bgr` makes it; then red and blue are exchanged in place.
+
+    Parameters
+    ----------
+    frame, format, width, height, bayer, mode, out
+        As in `to_bgra`.
+
+    Returns
+    -------
+    ndarray of uint8
+        `out`, or a new array of shape (height, width, 3).
+
+    Raises
+    ------
+    UnsupportedFormatError, TypeError, ValueError
+        As `to_bgra`.
+
+    Warns
+    -----
+    UserWarning
+        As `to_bgra`.
+
+    Examples
+    --------
+    >>> vcu.to_rgb(bytes([10, 20, 30]), "RGB8", width=1, height=1)
+    array([[[10, 20, 30]]], dtype=uint8)
+    """
+    picture = _run(*_choose(format, "bgr", bayer, mode, 2), frame, width, height, out)
+    pixels = base_array(picture)
+    pixels[..., ::2] = pixels[..., ::-2].copy()
+    return picture

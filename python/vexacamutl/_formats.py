@@ -7,7 +7,6 @@ formats that share chroma have groups of two and four.
 """
 from __future__ import annotations
 
-import difflib
 import enum
 from dataclasses import dataclass
 from typing import Any, Union
@@ -15,6 +14,8 @@ from typing import Any, Union
 import numpy as np
 
 from ._library import LIBRARY
+from ._names import FormatName, find_code, find_name, nearest_names
+from ._numbers import integer
 
 
 class UnsupportedFormatError(ValueError):
@@ -62,58 +63,187 @@ class PixelFormat(enum.IntEnum):
 
     @property
     def is_bayer(self) -> bool:
+        """True for the twelve Bayer mosaics."""
         return is_bayer(self)
 
     @property
     def is_monochromic(self) -> bool:
-        """True for the grey formats and, mind, for the three formats that the library does not catalogue."""
+        """True for the grey formats, and for the three formats that the library does not catalogue."""
         return is_monochromic(self)
 
 
 FormatLike = Union[PixelFormat, int, str]
 
 
-def pixel_format(value: FormatLike) -> PixelFormat:
-    """The format that a code, a name ("BayerRG8") or a code in a string ("0x01080009") stands for."""
-    if isinstance(value, str):
-        if value in PixelFormat.__members__:
-            return PixelFormat[value]
-        try:
-            code = int(value, 0)
-        except ValueError:
-            nearest = difflib.get_close_matches(value, PixelFormat.__members__, n=3)
-            hint = f"; did you mean {' or '.join(nearest)}?" if nearest else ""
-            raise UnsupportedFormatError(f"unknown pixel format {value!r}{hint}") from None
-    else:
-        code = int(value)
+def _not_served(row: FormatName) -> UnsupportedFormatError:
+    if row.layout == "packed":
+        return UnsupportedFormatError(
+            f"frames of {row.name} are packed: unpack them to 16-bit words first (vexacamutl unpack)"
+        )
+    return UnsupportedFormatError(f"{row.name} is not served (did you mean YUV422_8_UYVY?)")
+
+
+def _code_of_name(text: str) -> int:
+    """A hex code, a decimal code, or a name as cameras and other programs write it."""
     try:
-        return PixelFormat(code)
+        code = int(text, 0)
     except ValueError:
-        raise UnsupportedFormatError(f"unknown pixel format {code:#010x}") from None
+        row = find_name(text)
+    else:
+        return integer(code, "a pixel format")
+    if row is not None:
+        return row.code
+    first, second, third = nearest_names(text)
+    raise UnsupportedFormatError(f"unknown pixel format {text!r}; did you mean {first}, {second} or {third}?")
 
 
 def _code(value: FormatLike) -> int:
-    return int(pixel_format(value)) if isinstance(value, str) else int(value)
+    if isinstance(value, str):
+        return _code_of_name(value)
+    return integer(value, "a pixel format")
 
 
-def bits_per_pixel(value: FormatLike) -> int:
-    """Bits that one pixel takes in a frame: bits 16 to 23 of the code, for any code."""
-    return int(LIBRARY.BitPerPixel(_code(value)))
+def pixel_format(format: FormatLike) -> PixelFormat:
+    """Find a pixel format by its name or its code.
+
+    Parameters
+    ----------
+    format : PixelFormat, int or str
+        A code; a name (``"BayerRG8"``) or an alias (``"rggb"``), in which case, ``_``, ``-`` and ``.`` do not matter;
+        or a code in a string (``"0x01080009"``). `vexacamutl formats --aliases` lists the same names.
+
+    Returns
+    -------
+    PixelFormat
+
+    Raises
+    ------
+    UnsupportedFormatError
+        The format is unknown, or its frames have to be unpacked first.
+    TypeError
+        It is neither a number nor a string.
+
+    Examples
+    --------
+    >>> vcu.pixel_format("bayer_rggb8").name
+    'BayerRG8'
+    >>> vcu.pixel_format("rg8")
+    Traceback (most recent call last):
+    vexacamutl._formats.UnsupportedFormatError: unknown pixel format 'rg8'; did you mean BayerRG8, RGB8 or Mono8?
+    """
+    code = _code(format)
+    try:
+        return PixelFormat(code)
+    except ValueError:
+        row = find_code(code)
+    if row is not None:
+        raise _not_served(row)
+    raise UnsupportedFormatError(f"unknown pixel format {code:#010x}")
 
 
-def data_depth(value: FormatLike) -> int:
-    """Significant bits per sample, 0 for a code that is not catalogued."""
-    return int(LIBRARY.DataDepth(_code(value)))
+def bits_per_pixel(format: FormatLike) -> int:
+    """Bits that one pixel takes in a frame: bits 16 to 23 of the code, for any code.
+
+    Parameters
+    ----------
+    format : PixelFormat, int or str
+
+    Returns
+    -------
+    int
+
+    Raises
+    ------
+    UnsupportedFormatError
+        A string names no format.
+    TypeError, ValueError
+        A number that is not a 32-bit code.
+
+    Examples
+    --------
+    >>> vcu.bits_per_pixel("Mono10")
+    16
+    """
+    return int(LIBRARY.BitPerPixel(_code(format)))
 
 
-def is_monochromic(value: FormatLike) -> bool:
-    """True for the grey formats and for every code that is not catalogued."""
-    return bool(LIBRARY.IsMonochromic(_code(value)))
+def data_depth(format: FormatLike) -> int:
+    """Significant bits per sample.
+
+    Parameters
+    ----------
+    format : PixelFormat, int or str
+
+    Returns
+    -------
+    int
+        0 for a code that the library does not catalogue: RGB10, RGB12, BGR12 and unknown codes.
+
+    Raises
+    ------
+    UnsupportedFormatError
+        A string names no format.
+    TypeError, ValueError
+        A number that is not a 32-bit code.
+
+    Examples
+    --------
+    >>> vcu.data_depth("BayerGR12")
+    12
+    """
+    return int(LIBRARY.DataDepth(_code(format)))
 
 
-def is_bayer(value: FormatLike) -> bool:
-    """True for the twelve Bayer formats."""
-    return bool(LIBRARY.IsPixelBayer(_code(value)))
+def is_monochromic(format: FormatLike) -> bool:
+    """Whether a format is grey; True for every code that the library does not catalogue as well.
+
+    Parameters
+    ----------
+    format : PixelFormat, int or str
+
+    Returns
+    -------
+    bool
+
+    Raises
+    ------
+    UnsupportedFormatError
+        A string names no format.
+    TypeError, ValueError
+        A number that is not a 32-bit code.
+
+    Examples
+    --------
+    >>> vcu.is_monochromic("Mono12"), vcu.is_monochromic("RGB8"), vcu.is_monochromic(0)
+    (True, False, True)
+    """
+    return bool(LIBRARY.IsMonochromic(_code(format)))
+
+
+def is_bayer(format: FormatLike) -> bool:
+    """Whether a format is one of the library's twelve Bayer mosaics.
+
+    Parameters
+    ----------
+    format : PixelFormat, int or str
+
+    Returns
+    -------
+    bool
+
+    Raises
+    ------
+    UnsupportedFormatError
+        A string names no format.
+    TypeError, ValueError
+        A number that is not a 32-bit code.
+
+    Examples
+    --------
+    >>> vcu.is_bayer("BayerBG10"), vcu.is_bayer("Mono8")
+    (True, False)
+    """
+    return bool(LIBRARY.IsPixelBayer(_code(format)))
 
 
 BYTE: np.dtype[Any] = np.dtype(np.uint8)
@@ -122,7 +252,15 @@ WORD: np.dtype[Any] = np.dtype("<u2")
 
 @dataclass(frozen=True)
 class Layout:
-    """`samples` values of type `dtype` hold a group of `pixels` pixels; groups and rows follow without gaps."""
+    """How a frame lies in memory.
+
+    `samples` values of type `dtype` hold a group of `pixels` pixels; groups and rows follow without gaps.
+
+    Examples
+    --------
+    >>> vcu.frame_layout("YUV422_8_UYVY").shape(width=640, height=480)
+    (480, 320, 4)
+    """
 
     dtype: np.dtype[Any]
     pixels: int
@@ -130,20 +268,22 @@ class Layout:
 
     @property
     def group_bytes(self) -> int:
+        """Bytes of one group."""
         return self.samples * self.dtype.itemsize
 
     def frame_bytes(self, width: int, height: int) -> int:
         """Bytes of a frame whose pixels fill whole groups."""
-        return width * height // self.pixels * self.group_bytes
+        return integer(width, "the width") * integer(height, "the height") // self.pixels * self.group_bytes
 
     def shape(self, width: int, height: int) -> tuple[int, ...]:
         """The shape of an array that shows the layout; its rows have to be whole groups."""
+        width, height = integer(width, "the width"), integer(height, "the height")
         if self.samples == 1:
             return (height, width)
         return (height, width // self.pixels, self.samples)
 
 
-# The three layouts that sources of converters have and frames of cameras have not: one byte more than the format.
+# Two layouts that converters read and cameras do not send: one byte more per group than the format.
 YUV422_IN_5_BYTES = Layout(BYTE, 2, 5)
 YUV444_IN_4_BYTES = Layout(BYTE, 1, 4)
 
@@ -154,10 +294,30 @@ _YUV_LAYOUTS = {
 }
 
 
-def frame_layout(value: FormatLike) -> Layout:
-    """How a camera's frame of this format lies in memory."""
-    format_ = pixel_format(value)
-    if format_ in _YUV_LAYOUTS:
-        return _YUV_LAYOUTS[format_]
-    dtype = BYTE if format_.name.endswith("8") else WORD
-    return Layout(dtype, 1, format_.bits_per_pixel // 8 // dtype.itemsize)
+def frame_layout(format: FormatLike) -> Layout:
+    """How a camera's frame of a format lies in memory.
+
+    Parameters
+    ----------
+    format : PixelFormat, int or str
+
+    Returns
+    -------
+    Layout
+
+    Raises
+    ------
+    UnsupportedFormatError
+        The format is unknown, or its frames have to be unpacked first.
+
+    Examples
+    --------
+    >>> layout = vcu.frame_layout("BayerRG12")
+    >>> layout.dtype, layout.frame_bytes(1920, 1080)
+    (dtype('uint16'), 4147200)
+    """
+    chosen = pixel_format(format)
+    if chosen in _YUV_LAYOUTS:
+        return _YUV_LAYOUTS[chosen]
+    dtype = BYTE if chosen.name.endswith("8") else WORD
+    return Layout(dtype, 1, chosen.bits_per_pixel // 8 // dtype.itemsize)

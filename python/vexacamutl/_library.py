@@ -40,11 +40,16 @@ _STATUS_TEXTS = {
 
 
 class StatusError(RuntimeError):
-    """A call of the library came back with a status other than 0; the number is in `status`."""
+    """A call of the library returned a status other than 0; the number is in `status`."""
 
     def __init__(self, function: str, status: int) -> None:
         super().__init__(f"{function}: {_STATUS_TEXTS.get(status, 'unknown status')} (status {status:#x})")
+        self.function = function
         self.status = status
+
+    def __reduce__(self) -> tuple[type[StatusError], tuple[str, int]]:
+        """Pickled by what it is made of, as process pools send exceptions."""
+        return type(self), (self.function, self.status)
 
 
 def check_status(function: str, status: int) -> None:
@@ -126,7 +131,9 @@ def _load() -> ctypes.CDLL:
     try:
         _declare(library)
     except AttributeError as error:
-        raise ImportError(f"{library._name} is not a version of the library that this package can use: {error}") from error
+        raise ImportError(
+            f"{library._name} is not a version of the library that this package can use: {error}"
+        ) from error
     check_status("PrepareLUT", library.PrepareLUT())
     return library
 

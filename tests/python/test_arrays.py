@@ -14,11 +14,11 @@ FRAME = np.zeros((4, 6), np.uint8)
 @pytest.mark.parametrize(
     "frame, format, error, text",
     [
-        (FRAME.astype(np.uint16), "Mono8", TypeError, r"dtype <u2; expected is \|u1"),
-        (FRAME.astype(np.int8), "Mono8", TypeError, r"dtype \|i1"),
-        (FRAME, "Mono12", TypeError, r"dtype \|u1; expected is <u2"),
-        (FRAME.astype(">u2"), "BayerRG12", TypeError, r"dtype >u2; expected is <u2"),
-        (FRAME.astype(np.float32), "BayerRG8", TypeError, r"dtype <f4"),
+        (FRAME.astype(np.uint16), "Mono8", TypeError, "dtype uint16; expected is uint8"),
+        (FRAME.astype(np.int8), "Mono8", TypeError, "dtype int8; expected is uint8"),
+        (FRAME, "Mono12", TypeError, "dtype uint8; expected is uint16"),
+        (FRAME.astype(">u2"), "BayerRG12", TypeError, "dtype big-endian uint16; expected is uint16"),
+        (FRAME.astype(np.float32), "BayerRG8", TypeError, "dtype float32"),
         (FRAME[:, ::2], "Mono8", ValueError, r"not C-contiguous; pass numpy.ascontiguousarray"),
         (FRAME[:, 1:], "BayerRG8", ValueError, r"not C-contiguous"),
         (FRAME.T, "Mono8", ValueError, r"not C-contiguous"),
@@ -46,14 +46,14 @@ def test_frames_that_do_not_fit(convert, frame, format, error, text):
     [
         (23, "Mono8", 6, 4, "holds 23 bytes; 6 x 4 pixels take 24 "),
         (25, "Mono8", 6, 4, "holds 25 bytes; 6 x 4 pixels take 24 "),
-        (24, "Mono10", 6, 4, r"take 48 \(2 bytes a pixel\)"),
+        (24, "Mono10", 6, 4, r"take 48 \(2 bytes per pixel\)"),
         (36, "YUV411_8_UYYVYY", 6, 3, "18 pixels|6 x 3 pixels do not fill whole groups of 4"),
         (47, "YUV422_8_UYVY", 6, 4, r"take 48 \(4 bytes for 2 pixels\)"),
         (59, "YUV422_8_UYVY", 6, 4, r"take 48 \(4 bytes for 2 pixels\)"),
-        (71, "YUV8_UYV", 6, 4, r"take 72 \(3 bytes a pixel\)"),
-        (16, "Mono8", -4, -4, "no size"),
-        (0, "Mono8", 1 << 32, 0, "no size"),
-        (0, "Mono8", 1 << 16, 1 << 16, "no size"),
+        (71, "YUV8_UYV", 6, 4, r"take 72 \(3 bytes per pixel\)"),
+        (16, "Mono8", -4, -4, "the width must be 0 to 4294967295, not -4"),
+        (0, "Mono8", 1 << 32, 0, "the width must be 0 to 4294967295, not 4294967296"),
+        (0, "Mono8", 1 << 16, 1 << 16, r"less than 2\^32 pixels"),
     ],
 )
 def test_sizes_that_do_not_fit(size, format, width, height, text):
@@ -63,11 +63,11 @@ def test_sizes_that_do_not_fit(size, format, width, height, text):
 
 
 def test_converters_ask_for_the_bytes_that_they_read():
-    """5 bytes for 2 pixels, 4 bytes a pixel: a plain frame is refused by name, as the library would read on."""
+    """5 bytes for 2 pixels, 4 bytes per pixel: a plain frame is refused by name, as the library would read on."""
     with pytest.raises(ValueError, match=r"holds 48 bytes; 6 x 4 pixels take 60 \(5 bytes for 2 pixels\)"):
         vcu.CONVERTERS["ConvYUV422PToBGR"](bytes(48), width=6, height=4)
     for name in ("ConvYUV444PToBGR", "ConvYUV444PToBGRA"):
-        with pytest.raises(ValueError, match=r"holds 72 bytes; 6 x 4 pixels take 96 \(4 bytes a pixel\)"):
+        with pytest.raises(ValueError, match=r"holds 72 bytes; 6 x 4 pixels take 96 \(4 bytes per pixel\)"):
             vcu.CONVERTERS[name](bytes(72), width=6, height=4)
 
 
@@ -88,7 +88,7 @@ def read_only():
     "out, error, text",
     [
         (bytearray(96), TypeError, "NumPy array"),
-        (np.zeros((4, 6, 4), np.int8), TypeError, r"dtype \|i1; expected is \|u1"),
+        (np.zeros((4, 6, 4), np.int8), TypeError, "dtype int8; expected is uint8"),
         (np.zeros((4, 6, 3), np.uint8), ValueError, r"shape \(4, 6, 3\); expected is \(4, 6, 4\)"),
         (np.zeros(96, np.uint8), ValueError, "shape"),
         (read_only(), ValueError, "read-only"),
@@ -126,8 +126,8 @@ def test_shift_belongs_to_the_workers():
 
 
 def test_unknown_layout_of_the_picture():
-    with pytest.raises(ValueError, match="'bgra' or 'bgr', not 'rgb'"):
-        vcu.converter_for("Mono8", "rgb")
+    with pytest.raises(ValueError, match="'bgra' or 'bgr', not 'yuv'"):
+        vcu.converter_for("Mono8", "yuv")
 
 
 def test_nothing_is_written_when_refused():

@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import ctypes
 import re
+import tracemalloc
 
 import numpy as np
 import pytest
@@ -210,8 +211,72 @@ def test_empty_pictures():
     assert vcu.to_bgr(b"", "BayerRG8", width=0, height=6).shape == (6, 0, 3)
 
 
-def test_pixels_that_stay_as_they_were_are_zero(random):
-    """Of an odd height the adaptive demosaic leaves the last row alone."""
-    frame = samples(random, "8", (7, 8))
-    picture = vcu.to_bgr(frame, "BayerRG8", mode=vcu.BayerMode.ACPI)
-    assert picture[5].any() and not picture[6].any()
+@pytest.mark.parametrize("width, height", [(8, 7), (7, 8), (2, 8), (8, 2), (0, 4)])
+def test_adaptive_demosaic_of_sizes_that_it_does_not_serve(width, height):
+    with pytest.raises(ValueError, match=f"even width and height of at least 4, not {width}x{height}"):
+        vcu.to_bgr(np.zeros((height, width), np.uint8), "BayerRG8", mode="acpi")
+    assert vcu.to_bgr(np.zeros((height, width), np.uint8), "BayerRG8").shape == (height, width, 3)
+
+
+@pytest.mark.parametrize("to_picture", [vcu.to_bgra, vcu.to_bgr, vcu.to_rgb, vcu.converter_for])
+def test_adaptive_demosaic_of_words_warns(to_picture):
+    arguments = () if to_picture is vcu.converter_for else (np.zeros((4, 4), np.uint16),)
+    with pytest.warns(UserWarning, match="BayerRG12 is demosaiced bilinearly: the ACPI mode serves 8-bit") as caught:
+        to_picture(*arguments, "BayerRG12", mode="acpi")
+    assert [warning.filename for warning in caught] == [__file__]
+
+
+def test_no_warning_where_the_mode_has_no_meaning(recwarn):
+    vcu.to_bgr(np.zeros((4, 4), np.uint16), "BayerRG12", mode="default")
+    vcu.to_bgr(np.zeros((4, 4), np.uint16), "BayerRG12", mode="acpi", bayer=False)
+    vcu.to_bgr(np.zeros((4, 4), np.uint16), "Mono12", mode="acpi")
+    vcu.to_bgr(np.zeros((4, 4), np.uint8), "BayerRG8", mode="acpi")
+    assert not recwarn.list
+
+
+@pytest.mark.parametrize("mode", ["acpi", "ACPI", vcu.BayerMode.ACPI, 1, np.uint8(1)])
+def test_ways_to_name_a_mode(mode):
+    assert vcu.converter_for("BayerRG8", "bgr", mode=mode).name == "ConvByrRG8ToBGRACPI"
+
+
+def test_a_mode_named_in_a_call_stays_in_that_call(random):
+    frame = samples(random, "8", (8, 8))
+    bilinear = expected.bilinear(frame, "RG", 0)
+    assert (vcu.to_bgr(frame, "BayerRG8", mode="acpi") != bilinear).any()
+    np.testing.assert_array_equal(vcu.to_bgr(frame, "BayerRG8"), bilinear)
+    vcu.converter_for("BayerRG8", "bgr", mode="acpi")
+    np.testing.assert_array_equal(vcu.to_bgr(frame, "BayerRG8"), bilinear)
+
+
+def test_rgb_is_bgr_in_the_other_order(random):
+    out = np.empty((8, 12, 3), np.uint8)
+    for format in vcu.PixelFormat:
+        if format.name not in ("RGB10", "RGB12"):
+            layout = vcu.frame_layout(format)
+            frame = random.integers(0, 256, layout.frame_bytes(12, 8), np.uint8)
+            bgr = vcu.to_bgr(frame, format, width=12, height=8)
+            np.testing.assert_array_equal(vcu.to_rgb(frame, format, width=12, height=8), bgr[..., ::-1])
+            assert vcu.to_rgb(frame, format, width=12, height=8, out=out) is out
+            np.testing.assert_array_equal(out, bgr[..., ::-1])
+
+
+NOT_COPIED = [f for f in vcu.PixelFormat if f.name not in ("RGB10", "RGB12", "YUV8_UYV")]
+
+
+@pytest.mark.parametrize(
+    "convert, format",
+    [(vcu.to_bgra, f) for f in NOT_COPIED] + [(vcu.to_bgr, f) for f in NOT_COPIED if f.name != "YUV422_8_UYVY"],
+)
+def test_frames_are_not_copied(convert, format):
+    """NumPy reports its allocations to tracemalloc: beside the picture there is none of a frame's size."""
+    layout = vcu.frame_layout(format)
+    frame = np.zeros(layout.shape(640, 480), layout.dtype)
+    out = np.empty((480, 640, 4 if convert is vcu.to_bgra else 3), np.uint8)
+    convert(frame, format, out=out)
+    tracemalloc.start()
+    try:
+        convert(frame, format, out=out)
+        peak = tracemalloc.get_traced_memory()[1]
+    finally:
+        tracemalloc.stop()
+    assert peak < 50_000, peak

@@ -31,7 +31,7 @@ def test_code_of_the_page(random, tmp_path, monkeypatch, capsys):
 
 def test_table_of_shapes():
     """Each shape of the table converts, with its type."""
-    rows = re.findall(r"^\| (.*?) \| `(uint8|<u2)` \| (.*?) \|$", PAGE.read_text(encoding="ascii"), re.MULTILINE)
+    rows = re.findall(r"^\| (.*?) \| `(uint8|uint16)` \| (.*?) \|$", PAGE.read_text(encoding="ascii"), re.MULTILINE)
     assert len(rows) == 7
     for names, dtype, shapes in rows:
         name = re.match(r"(Mono|RGB|BGR|YUV)\w+", names).group(0)

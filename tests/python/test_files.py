@@ -126,7 +126,7 @@ def test_files_without_a_header(tmp_path, size):
     path = tmp_path / "a.rwh"
     path.write_bytes(bytes(size))
     for load in (vcu.load_rwh, vcu.load_rwh_header):
-        with pytest.raises(ValueError, match=f"{size} bytes are no header"):
+        with pytest.raises(ValueError, match=f"{size} bytes are too few for a header"):
             load(path)
 
 

@@ -32,7 +32,11 @@ def test_queries_of_unknown_codes():
     assert vcu.is_bayer(0) is False
 
 
-@pytest.mark.parametrize("same", ["BayerRG8", "0x01080009", 0x01080009, PixelFormat.BayerRG8, "17301513"])
+@pytest.mark.parametrize(
+    "same",
+    ["BayerRG8", "0x01080009", "0X1080009", 0x01080009, PixelFormat.BayerRG8, "17301513", "bayerrg8", "BAYER_RG8",
+     "Bayer-RG.8", "rggb", "SRGGB8", "bayer_rggb8"],
+)
 def test_ways_to_name_a_format(same):
     assert vcu.pixel_format(same) is PixelFormat.BayerRG8
 
@@ -41,8 +45,14 @@ def test_ways_to_name_a_format(same):
     "value, text",
     [
         ("BayerGR9", "did you mean BayerGR8"),
-        ("mono8", "did you mean Mono8"),
-        ("?", "unknown pixel format '[?]'$"),
+        ("rg8", "did you mean BayerRG8, RGB8 or "),
+        ("rg12", "did you mean BayerRG12, BayerRG12p or BayerRG12Packed[?]"),
+        ("mnoo8", "did you mean Mono8, "),
+        ("BayerRG12p", "frames of BayerRG12p are packed: unpack them to 16-bit words first"),
+        ("mono_10_packed", "frames of Mono10Packed are packed"),
+        (0x010C0059, "frames of BayerRG12p are packed"),
+        ("yuyv", "YUV422_8 is not served"),
+        ("YUY2", "YUV422_8 is not served"),
         (0x12345678, "unknown pixel format 0x12345678"),
         ("0x1", "unknown pixel format 0x00000001"),
     ],
