@@ -20,6 +20,7 @@ namespace {
 using enum Kind;
 using enum Packing;
 
+// python/vexacamutl/format_names.txt has the same names; the tests compare the two.
 constexpr FormatInfo kFormats[] = {
     {"Mono8", PIXEL_FORMAT_MONO8, kMono, 8, "gray8 grey8 gray grey y8 y800 luma8"},
     {"Mono10", PIXEL_FORMAT_MONO10, kMono, 10, "gray10 grey10 gray10le y10"},
@@ -68,6 +69,11 @@ constexpr FormatInfo kFormats[] = {
     {"BayerBG12Packed", 0x010C002D, kBayer, 12, "", kPairIn3Bytes, PIXEL_FORMAT_BAYER_BG12},
 };
 
+/// Formats that cameras send and nothing here converts.
+constexpr FormatInfo kUnserved[] = {
+    {"YUV422_8", 0x02100032, kYuv, 8, "yuyv yuy2 yuyv422 yuv422_8_yuyv"},
+};
+
 /// Lower-case letters and digits only.
 std::string Normalised(std::string_view text) {
     std::string result;
@@ -90,6 +96,16 @@ std::vector<std::string> SpellingsOf(const FormatInfo& format) {
     return spellings;
 }
 
+const FormatInfo* FindSpelling(std::span<const FormatInfo> formats, const std::string& wanted) {
+    for (const FormatInfo& format : formats) {
+        const std::vector<std::string> spellings = SpellingsOf(format);
+        if (std::find(spellings.begin(), spellings.end(), wanted) != spellings.end()) {
+            return &format;
+        }
+    }
+    return nullptr;
+}
+
 /// How many letters have to be changed, added, left out or exchanged with their neighbour to get from one to the other.
 size_t EditDistance(const std::string& a, const std::string& b) {
     std::vector<size_t> before(b.size() + 1);
@@ -110,15 +126,24 @@ size_t EditDistance(const std::string& a, const std::string& b) {
     return above[b.size()];
 }
 
+/// 0 for a name that contains the text; two letters are part of too many names.
+size_t Distance(const std::string& wanted, const FormatInfo& format) {
+    static constexpr size_t kShortestPart = 3;
+    if (wanted.size() >= kShortestPart && Normalised(format.name).find(wanted) != std::string::npos) {
+        return 0;
+    }
+    size_t nearest = SIZE_MAX;
+    for (const std::string& spelling : SpellingsOf(format)) {
+        nearest = std::min(nearest, EditDistance(wanted, spelling));
+    }
+    return nearest;
+}
+
 std::string NearestNames(const std::string& wanted) {
     static constexpr size_t kNames = 3;
     std::vector<std::pair<size_t, std::string_view>> byDistance;
     for (const FormatInfo& format : kFormats) {
-        size_t nearest = SIZE_MAX;
-        for (const std::string& spelling : SpellingsOf(format)) {
-            nearest = std::min(nearest, EditDistance(wanted, spelling));
-        }
-        byDistance.emplace_back(nearest, format.name);
+        byDistance.emplace_back(Distance(wanted, format), format.name);
     }
     std::stable_sort(byDistance.begin(), byDistance.end(), [](auto& a, auto& b) { return a.first < b.first; });
     std::string names(byDistance[0].second);
@@ -150,11 +175,12 @@ const FormatInfo& FormatNamed(std::string_view text) {
         return FormatOfHexCode(text);
     }
     const std::string wanted = Normalised(text);
-    for (const FormatInfo& format : kFormats) {
-        const std::vector<std::string> spellings = SpellingsOf(format);
-        if (std::find(spellings.begin(), spellings.end(), wanted) != spellings.end()) {
-            return format;
-        }
+    if (const FormatInfo* format = FindSpelling(kFormats, wanted)) {
+        return *format;
+    }
+    if (const FormatInfo* format = FindSpelling(kUnserved, wanted)) {
+        throw Failure(ExitCode::kUnsupported,
+                      std::string(format->name) + " is not served (did you mean YUV422_8_UYVY?)");
     }
     throw Failure(ExitCode::kUsage, "unknown pixel format '" + std::string(text) + "'; did you mean " +
                                         NearestNames(wanted) + "? (see: vexacamutl formats)");

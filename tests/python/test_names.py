@@ -1,0 +1,94 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+"""The shell tool and the package understand the same names, and answer a wrong one with the same words."""
+from __future__ import annotations
+
+import os
+import re
+import subprocess
+
+import numpy as np
+import pytest
+
+import vexacamutl as vcu
+from vexacamutl._names import FORMAT_NAMES, normalised
+
+TOOL = os.environ.get("VEXACAMUTL")
+SERVED = [row for row in FORMAT_NAMES if row.layout != "none"]
+
+needs_tool = pytest.mark.skipif(not TOOL, reason="VEXACAMUTL does not name the tool")
+
+
+def run(*arguments: str) -> subprocess.CompletedProcess[str]:
+    return subprocess.run([TOOL, *arguments], capture_output=True, text=True, timeout=60, check=False)
+
+
+@needs_tool
+def test_the_tool_has_the_same_spellings():
+    lines = [line.split() for line in run("formats", "--aliases").stdout.splitlines()]
+    assert [(name, tuple(aliases)) for name, *aliases in lines] == [(row.name, row.aliases) for row in SERVED]
+
+
+@needs_tool
+def test_the_tool_has_the_same_codes_and_layouts():
+    table = re.findall(r"^(\w+) +(0x[0-9A-F]{8}) .* (\S+) +\S+$", run("formats").stdout, re.MULTILINE)
+    assert [(name, int(code, 16), read == "-") for name, code, read in table] == [
+        (row.name, row.code, row.layout == "packed") for row in SERVED
+    ]
+
+
+@needs_tool
+def test_every_spelling_means_the_same_format():
+    spellings = [spelling for row in SERVED for spelling in (row.name, row.name.upper(), *row.aliases)]
+    answers = run("formats", "--names", *spellings).stdout.split()
+    assert answers == [row.name for row in SERVED for _ in range(2 + len(row.aliases))]
+    for spelling, name in zip(spellings, answers):
+        if name in vcu.PixelFormat.__members__:
+            assert vcu.pixel_format(spelling).name == name
+        else:
+            with pytest.raises(vcu.UnsupportedFormatError, match=f"^frames of {name} are packed"):
+                vcu.pixel_format(spelling)
+
+
+def test_spellings_are_unique():
+    spellings = [normalised(spelling) for row in FORMAT_NAMES for spelling in (row.name, *row.aliases)]
+    assert len(set(spellings)) == len(spellings)
+    assert len({row.code for row in FORMAT_NAMES}) == len(FORMAT_NAMES)
+    assert {row.name: row.code for row in FORMAT_NAMES if row.layout == "words"} == dict(vcu.PixelFormat.__members__)
+
+
+@needs_tool
+@pytest.mark.parametrize(
+    "word", ["rg8", "rg12", "RGB9", "bayer", "uyvy42", "BayreRG8", "mnoo8", "x", "?", "rggb11", "12p", "yuv", "YUYV"]
+)
+def test_wrong_names_get_the_same_answer(word):
+    told = run("formats", word).stderr
+    with pytest.raises(vcu.UnsupportedFormatError) as raised:
+        vcu.pixel_format(word)
+    assert told.removeprefix("vexacamutl: ").split(" (see: ")[0].rstrip("\n") == str(raised.value)
+
+
+def test_parts_of_a_name_propose_it_first():
+    with pytest.raises(vcu.UnsupportedFormatError, match="did you mean BayerRG8, "):
+        vcu.pixel_format("rg8")
+
+
+@needs_tool
+@pytest.mark.parametrize("width, height", [(8, 7), (7, 8), (2, 8), (8, 2), (8, 8), (4, 4)])
+def test_adaptive_demosaic_serves_the_same_sizes(tmp_path, width, height):
+    frame = np.arange(width * height, dtype=np.uint8).reshape(height, width)
+    frame.tofile(tmp_path / "a.raw")
+    options = ["-f", "BayerRG8", "-s", f"{width}x{height}", "-b", "acpi", "--to", "bgr"]
+    done = run("convert", *options, str(tmp_path / "a.raw"), str(tmp_path / "a.bgr"))
+    try:
+        picture = vcu.to_bgr(frame, "BayerRG8", mode="acpi")
+    except ValueError as error:
+        assert str(error) in done.stderr and done.returncode != 0
+    else:
+        assert done.returncode == 0 and (tmp_path / "a.bgr").read_bytes() == picture.tobytes()
+
+
+@needs_tool
+def test_modes_have_the_same_names():
+    told = re.search(r"--bayer-mode TEXT:\{(.*?)\}", run("convert", "--help").stdout)
+    assert told is not None and told.group(1).split(",") == [mode.name.lower() for mode in vcu.BayerMode]
