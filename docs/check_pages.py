@@ -3,8 +3,8 @@
 # Copyright (c) the Vexa camera utility library authors
 #
 # Keeps the project's Markdown true where a program can: every relative link leads to a file, every function of the
-# library that is named exists, every block of C code compiles without a warning against the public header, and so
-# does the header's own first program.
+# library that is named exists, every block of C code compiles without a warning against the public header, the header
+# and README.md print the first program as examples/c has it, and the header's table names every converter once.
 #
 #   python3 docs/check_pages.py [--compiler cc]
 """Checks the pages of the documentation."""
@@ -23,6 +23,7 @@ NAME = re.compile(r"\b(Conv(?:Mono|RGB|BGR|YUV|Byr)\w+|SaveBmp\w+|(?:UTL_STS|PIX
                   r"(?!\.\.\.)")
 # The names that the page on adding a converter invents.
 INVENTED = {"ConvRGBA8PToBGRA", "ConvRGBA8PToBGR", "PIXEL_FORMAT_RGBA8"}
+FIRST_SOURCE = ROOT / "examples" / "c" / "first_picture.c"
 FIRST_PROGRAM = re.compile(r"^ \* ## A first program\n \*\n((?: \*(?:     .*)?\n)+)", re.MULTILINE)
 FLAGS = ["-std=c99", "-pedantic", "-Wall", "-Wextra", "-Wconversion", "-Wshadow", "-Werror", "-Wno-unused-function",
          "-fsyntax-only", "-x", "c", "-"]
@@ -42,10 +43,24 @@ def compile_block(compiler, code):
     return result.stderr if result.returncode != 0 else ""
 
 
-def first_program():
-    """The example in the header's opening comment."""
-    match = FIRST_PROGRAM.search(HEADER.read_text(encoding="ascii"))
-    return "\n".join(line[7:] for line in match[1].splitlines())
+def first_program_problems():
+    """Both printed copies of the first program against the example that the tests build and run."""
+    source = FIRST_SOURCE.read_text(encoding="ascii").partition(" */\n")[2]
+    in_header = FIRST_PROGRAM.search(HEADER.read_text(encoding="ascii"))[1]
+    printed = {HEADER: "".join(f"{line[7:]}\n" for line in in_header.splitlines()).rstrip("\n") + "\n",
+               ROOT / "README.md": CODE.search((ROOT / "README.md").read_text(encoding="ascii"))[1]}
+    return [f"{page.relative_to(ROOT)}: the first program differs from {FIRST_SOURCE.relative_to(ROOT)}"
+            for page, code in printed.items() if code != source]
+
+
+def table_problems():
+    """The header's table of formats and functions against its declarations."""
+    text = HEADER.read_text(encoding="ascii")
+    listed = re.findall(r"^ \*     \(?\w+\)?(?:, ACPI)? +(Conv\w+)(?: \*)? +(Conv\w+)(?: \*)?$", text, re.MULTILINE)
+    names = sorted(name for row in listed for name in row)
+    declared = sorted(set(re.findall(r"^VEXACAMUTL_API UtlStatus (Conv\w+To\w+)\(", text, re.MULTILINE)))
+    return [] if names == declared else [f"include/VexaCamUtl.h: the table of functions differs from the declarations: "
+                                         f"{sorted(set(names) ^ set(declared)) or 'a name stands twice'}"]
 
 
 def main():
@@ -54,10 +69,8 @@ def main():
     parser.add_argument("--compiler", default="cc")
     arguments = parser.parse_args()
     declared = set(NAME.findall(HEADER.read_text(encoding="ascii")))
-    problems = []
-    blocks = 1
-    if complaint := compile_block(arguments.compiler, first_program()):
-        problems.append(f"include/VexaCamUtl.h: the first program does not compile\n{complaint}")
+    problems = first_program_problems() + table_problems()
+    blocks = 0
     for page in pages():
         name = page.relative_to(ROOT)
         text = page.read_text(encoding="utf-8")

@@ -3,6 +3,7 @@
 # Copyright (c) the Vexa camera utility library authors
 """Gives the examples something to convert and looks at what they made of it; needs nothing but Python.
 
+    check.py ramps FILE.ppm               the first program's picture: red grows to the right, blue downwards
     check.py frame FILE.rwh               a BayerRG8 frame of six bars of one colour each
     check.py lie FILE.rwh                 a header that promises more than its rows hold
     check.py bars FILE.ppm|FILE.png       the picture of that frame: inside a bar every pixel has the bar's colour
@@ -78,6 +79,16 @@ def expect_bars(picture, bars):
             assert found == bars[x // BAR], f"pixel ({x}, {y}) is {found}, not {bars[x // BAR]}"
 
 
+def ramps(path):
+    width, height, channels, pixels = read_picture(path)
+    assert (width, height, len(pixels)) == (640, 480, 640 * 480 * channels), f"size {width} x {height}"
+    for y in range(height):
+        for x in range(width):
+            found = pixels[(y * width + x) * channels :][:3]
+            expected = (255 * x / width, 96, 255 * y / height)
+            assert all(abs(f - e) < 2 for f, e in zip(found, expected)), f"pixel ({x}, {y}) is {tuple(found)}"
+
+
 def frame(path):
     with open(path, "wb") as file:
         file.write(struct.pack("<4I", RG8, WIDTH, HEIGHT, WIDTH) + mosaic(BARS))
@@ -126,5 +137,5 @@ def mosaic_of_picture(picture_path, frame_path):
 
 
 if __name__ == "__main__":
-    commands = {"frame": frame, "lie": lie, "bars": bars, "stream": stream, "refuses": refuses, "mosaic": mosaic_of_picture}
+    commands = {"ramps": ramps, "frame": frame, "lie": lie, "bars": bars, "stream": stream, "refuses": refuses, "mosaic": mosaic_of_picture}
     commands[sys.argv[1]](*sys.argv[2:])

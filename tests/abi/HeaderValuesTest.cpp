@@ -90,6 +90,8 @@ TEST(Header, TypesAreWhatOtherLanguagesTakeThemFor) {
     EXPECT_TRUE((std::is_same_v<UtlStatus, uint32_t>));
     EXPECT_TRUE((std::is_same_v<BayerConvMode, uint32_t>));
     EXPECT_TRUE((std::is_same_v<ConvDstFormat, uint32_t>));
+    EXPECT_TRUE((std::is_same_v<decltype(&ConvMono10ToBGR), ConverterFunc>));
+    EXPECT_TRUE((std::is_same_v<decltype(&ConvMonoNToBGR), ConverterNFunc>));
 }
 
 }  // namespace

@@ -6,13 +6,14 @@
  */
 #include <VexaCamUtl.h>
 
-UtlStatus convert_with_getter(void* dst, const void* src, uint32_t width, uint32_t height);
+UtlStatus convert_with_getter(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
 
-UtlStatus convert_with_getter(void* dst, const void* src, uint32_t width, uint32_t height) {
+UtlStatus convert_with_getter(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift) {
     ConverterFunc converter = GetBGRAConverter(PIXEL_FORMAT_BAYER_RG8, 1);
+    ConverterNFunc worker = ConvByrRGNToBGRA;
     if (SetBayerConvMode(BAYER_CONV_MODE_ACPI) != UTL_STS_SUCCESS || converter == 0)
         return UTL_STS_INVALID_PARAMETER;
     if (BitPerPixel(PIXEL_FORMAT_YUV411_8_UYYVYY) != 12 || IsPixelBayer(PIXEL_FORMAT_RGB8))
         return ConvImage(CONV_DST_BGR, PIXEL_FORMAT_MONO8, 0, dst, src, width, height);
-    return converter(dst, src, width, height);
+    return shift == 0 ? converter(dst, src, width, height) : worker(dst, src, width, height, shift);
 }
