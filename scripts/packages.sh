@@ -19,6 +19,7 @@ PACKAGES_QEMU=(qemu-user)
 PACKAGES_AARCH64=(qemu-user g++-aarch64-linux-gnu googletest)
 PACKAGES_COVERAGE=(gcovr)
 PACKAGES_MUTATE=(python3-clang-14 qemu-user)
+PACKAGES_PROOFS=(python3 python3-pytest python3-z3)
 
 # Installs, with apt-get, the packages of the named groups that are not there yet; asks for nothing otherwise.
 require_packages() {
