@@ -1,12 +1,14 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
 #
-# What `cmake --install` puts where, in four components:
+# What `cmake --install` puts where, in six components:
 #
-#   library      libVexaCamUtl_64.so.1
-#   development  the link libVexaCamUtl_64.so, the header, the CMake package, vexacamutl.pc
-#   tool         the program vexacamutl with its man page and completions (installed by its own folder)
-#   python       the Python package, which needs no build
+#   library             libVexaCamUtl_64.so.1
+#   development         the link libVexaCamUtl_64.so, the header, the CMake package, vexacamutl.pc
+#   frames              libVexaCamFrames.so.0
+#   frames_development  its link, header and manual page, its part of the CMake package, vexacamframes.pc
+#   tool                the program vexacamutl with its man page and completions (installed by its own folder)
+#   python              the Python package, which needs no build
 #
 # Every path inside the installed files is relative to the file itself, so that the tree may be moved afterwards.
 include(CMakePackageConfigHelpers)
@@ -20,7 +22,17 @@ install(TARGETS VexaCamUtl
 install(FILES ${PROJECT_SOURCE_DIR}/include/VexaCamUtl.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
-# find_package(VexaCamUtl 1 CONFIG)
+install(TARGETS VexaCamFrames
+  EXPORT VexaCamFramesTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT frames NAMELINK_COMPONENT frames_development
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/include/VexaCamFrames.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT frames_development)
+
+# find_package(VexaCamUtl 1 CONFIG), with COMPONENTS Frames where the frames layer is wanted
+install(EXPORT VexaCamFramesTargets
+  NAMESPACE VexaCamUtl::
+  DESTINATION ${cmake_package_dir} COMPONENT frames_development)
 install(EXPORT VexaCamUtlTargets
   NAMESPACE VexaCamUtl::
   DESTINATION ${cmake_package_dir} COMPONENT development)
@@ -53,9 +65,15 @@ string(REGEX REPLACE "/$" "" PKGCONFIG_TO_PREFIX ${PKGCONFIG_TO_PREFIX})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/vexacamutl.pc.in ${PROJECT_BINARY_DIR}/vexacamutl.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vexacamutl.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/vexacamframes.pc.in ${PROJECT_BINARY_DIR}/vexacamframes.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/vexacamframes.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT frames_development)
 
 
-# The program finds the library of its own tree, wherever that is; in /usr the loader does.
+# The program and the frames layer find the library of their own tree, wherever that is; in /usr the loader does.
+if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set_target_properties(VexaCamFrames PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
 if(TARGET vexacamutl AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   file(RELATIVE_PATH to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set_target_properties(vexacamutl PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")

@@ -11,7 +11,7 @@ set(CPACK_PACKAGE_CONTACT "The Vexa camera utility library authors <authors@vexa
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL library development)
+set(CPACK_COMPONENTS_ALL library development frames frames_development)
 if(VEXACAMUTL_BUILD_TOOL)
   list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
@@ -24,11 +24,15 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 # A shared library's package is named after its SONAME: libVexaCamUtl_64.so.1.
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libvexacamutl-64-${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvexacamutl-dev)
+set(CPACK_DEBIAN_FRAMES_PACKAGE_NAME libvexacamframes0)
+set(CPACK_DEBIAN_FRAMES_DEVELOPMENT_PACKAGE_NAME libvexacamframes-dev)
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vexacamutl-tools)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-vexacamutl)
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_FRAMES_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_FRAMES_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
@@ -48,6 +52,16 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "raw camera frames to BGRA and BGR pict
 ${description}
 .
 This package holds the header and the files for CMake and pkg-config.")
+set(CPACK_DEBIAN_FRAMES_DESCRIPTION "camera buffers as they arrive to pictures (library)
+${description}
+.
+This package holds the frames layer over it: packed 10 and 12 bits, padded rows,
+trailing data, black level, white balance and tone.")
+set(CPACK_DEBIAN_FRAMES_DEVELOPMENT_DESCRIPTION "camera buffers as they arrive to pictures (development)
+${description}
+.
+This package holds the headers and the files for CMake and pkg-config of the
+frames layer, and its manual page.")
 set(CPACK_DEBIAN_TOOL_DESCRIPTION "raw camera frames to BGRA and BGR pictures (program)
 ${description}
 .
@@ -61,8 +75,12 @@ This package holds the Python package vexacamutl, which works on NumPy arrays.")
 set(library_package ${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
+set(CPACK_DEBIAN_FRAMES_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src ${PROJECT_BINARY_DIR}/frames)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_FRAMES_PACKAGE_DEPENDS "${library_package} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_FRAMES_DEVELOPMENT_PACKAGE_DEPENDS
+  "libvexacamframes0 (= ${PROJECT_VERSION}), libvexacamutl-dev (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library_package} (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
   "python3 (>= 3.9), python3-numpy, ${library_package} (>= ${PROJECT_VERSION})")
@@ -71,10 +89,17 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
 # version that brought it; shlibs is the coarse answer for tools that don't read symbols.
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/packaging/shlibs
   CONTENT "libVexaCamUtl_64 @PROJECT_VERSION_MAJOR@ @library_package@ (>= @PROJECT_VERSION@)\n" @ONLY)
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/packaging/frames/shlibs
+  CONTENT "libVexaCamFrames 0 libvexacamframes0 (>= @PROJECT_VERSION@)\n" @ONLY)
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/packaging/triggers CONTENT "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA
   ${PROJECT_SOURCE_DIR}/packaging/symbols
   ${PROJECT_BINARY_DIR}/packaging/shlibs
+  ${PROJECT_BINARY_DIR}/packaging/triggers)
+
+set(CPACK_DEBIAN_FRAMES_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_SOURCE_DIR}/packaging/frames/symbols
+  ${PROJECT_BINARY_DIR}/packaging/frames/shlibs
   ${PROJECT_BINARY_DIR}/packaging/triggers)
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA

@@ -105,8 +105,9 @@
  * Grey of Mono and Bayer is the sample itself, the mosaic as it is. GREY8 is
  * its 8 high bits, GREY16 the whole sample scaled so that the largest value
  * of its depth d becomes 65535, without loss: (s << (16 - d)) | (s >> (2d - 16)).
- * Grey of colour and YUV is Y = (77 R + 150 G + 29 B + 128) >> 8 of the BGR
- * picture; as GREY16 257 Y.
+ * With levels it is the 8-bit sample that they give, as GREY16 257 times that.
+ * Grey of packed colour is Y = (77 R + 150 G + 29 B + 128) >> 8 of the BGR
+ * picture, grey of YUV its Y; as GREY16 257 Y.
  *
  * Limited-range YUV (layout.range) is brought to full range before it is
  * converted, each value rounded and saturated:

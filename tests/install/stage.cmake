@@ -11,6 +11,11 @@ file(RENAME ${first} ${STAGE})
 
 foreach(file
     include/VexaCamUtl.h
+    include/VexaCamFrames.h
+    ${LIBDIR}/libVexaCamFrames.so
+    ${LIBDIR}/libVexaCamFrames.so.0
+    ${LIBDIR}/cmake/VexaCamUtl/VexaCamFramesTargets.cmake
+    ${LIBDIR}/pkgconfig/vexacamframes.pc
     ${LIBDIR}/libVexaCamUtl_64.so
     ${LIBDIR}/libVexaCamUtl_64.so.1
     ${LIBDIR}/cmake/VexaCamUtl/VexaCamUtlConfig.cmake

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// The seam between the frames layer and the instruction sets: one struct of functions per instruction set, as
+// kernels/KernelTable.h of the converters. The scalar table is complete and defines every byte.
+//
+// What holds for every kernel: it reads and writes only the bytes that its comment names, requires no alignment, keeps
+// no state, and is a no-op for a count of 0.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace VexaFrames {
+
+/// Whole groups of a packed layout to little-endian 16-bit words. Reads groups * 5 bytes and writes groups * 8 (10p,
+/// 10CSI2), or reads groups * 3 and writes groups * 4 (the others).
+using UnpackGroups = void (*)(uint8_t* words, const uint8_t* packed, size_t groups);
+
+/// From src to dst, as many units; the sizes of a unit are the kernel's.
+using Rearrange = void (*)(uint8_t* dst, const uint8_t* src, size_t count);
+
+/// Words to bytes: the low 8 bits of word >> shift, 0 <= shift < 16.
+using ReduceWords = void (*)(uint8_t* bytes, const uint8_t* words, size_t count, uint32_t shift);
+
+/// Exchanges the first and third byte of each pixel in place.
+using ExchangeColours = void (*)(uint8_t* pixels, size_t count);
+
+struct FrameKernels {
+    const char* name;
+
+    UnpackGroups unpack[7];  ///< by VCF_PACKING_...; [0] is null
+    ReduceWords reduce;
+    Rearrange swapBytes;    ///< pairs of bytes, exchanged: YUYV to UYVY
+    Rearrange spread3To4;   ///< U Y V to U Y V 0
+    Rearrange spread4To5;   ///< U Y V Y to U Y V Y 0
+    ExchangeColours exchange3;
+    ExchangeColours exchange4;
+};
+
+extern const FrameKernels kScalarFrameKernels;
+
+/// The kernels in use. Tests replace them.
+extern const FrameKernels* s_frameKernels;
+
+}  // namespace VexaFrames

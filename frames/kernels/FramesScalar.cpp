@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// The scalar table.
+#include "kernels/FramesScalar.h"
+
+namespace VexaFrames {
+
+namespace {
+
+template <uint32_t packing>
+void Unpack(uint8_t* words, const uint8_t* packed, size_t groups) {
+    UnpackSamples<packing>(words, packed, 0, groups * kGroupPixels<packing>);
+}
+
+void Reduce(uint8_t* bytes, const uint8_t* words, size_t count, uint32_t shift) {
+    for (size_t i = 0; i < count; ++i) {
+        bytes[i] = static_cast<uint8_t>(LoadWord(words + 2 * i) >> shift);
+    }
+}
+
+void SwapBytes(uint8_t* dst, const uint8_t* src, size_t pairs) {
+    for (size_t i = 0; i < pairs; ++i) {
+        const uint8_t first = src[2 * i];
+        dst[2 * i] = src[2 * i + 1];
+        dst[2 * i + 1] = first;
+    }
+}
+
+template <size_t from, size_t to>
+void Spread(uint8_t* dst, const uint8_t* src, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        for (size_t k = 0; k < to; ++k) {
+            dst[to * i + k] = k < from ? src[from * i + k] : 0;
+        }
+    }
+}
+
+template <size_t bytes>
+void Exchange(uint8_t* pixels, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        const uint8_t first = pixels[bytes * i];
+        pixels[bytes * i] = pixels[bytes * i + 2];
+        pixels[bytes * i + 2] = first;
+    }
+}
+
+}  // namespace
+
+constinit const FrameKernels kScalarFrameKernels = {
+    "scalar",
+    {nullptr, Unpack<VCF_PACKING_10P>, Unpack<VCF_PACKING_12P>, Unpack<VCF_PACKING_10PACKED>,
+     Unpack<VCF_PACKING_12PACKED>, Unpack<VCF_PACKING_10CSI2>, Unpack<VCF_PACKING_12CSI2>},
+    Reduce,
+    SwapBytes,
+    Spread<3, 4>,
+    Spread<4, 5>,
+    Exchange<3>,
+    Exchange<4>,
+};
+
+constinit const FrameKernels* s_frameKernels = &kScalarFrameKernels;
+
+}  // namespace VexaFrames
