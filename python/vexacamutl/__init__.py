@@ -32,7 +32,7 @@ from ._formats import (
     is_monochromic,
     pixel_format,
 )
-from ._library import StatusError
+from ._library import LibraryInfo, StatusError, library_info
 from ._reversal import reverse, reversed_format
 
 __version__ = "1.0.0"
@@ -44,6 +44,7 @@ __all__ = [
     "FormatLike",
     "Frame",
     "Layout",
+    "LibraryInfo",
     "PixelFormat",
     "RawFrame",
     "RwhHeader",
@@ -55,6 +56,7 @@ __all__ = [
     "frame_layout",
     "is_bayer",
     "is_monochromic",
+    "library_info",
     "load_rwh",
     "load_rwh_header",
     "pixel_format",

@@ -1,12 +1,16 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
-"""Finds libVexaCamUtl_64.so.1, declares its functions, prepares its tables.
+"""Finds libVexaCamUtl_64.so.1, checks that it is the right one, declares its functions, prepares its tables.
 
 The library is looked for in this order; the first that is there is taken:
 
 1. the file that the environment variable VEXACAMUTL_LIBRARY names (and nothing else, when it is set),
 2. libVexaCamUtl_64.so.1 in the folder of this package, or in the lib folder of the tree that it was installed into,
 3. libVexaCamUtl_64.so.1 as the loader finds it: LD_LIBRARY_PATH, ldconfig's cache, /usr/lib.
+
+Its SONAME must be the name that this package was written for. A package that brings its own library (a wheel) has the
+build id of each in libraries.txt, and a library in its folder must be that very build. Elsewhere any build of the SONAME
+is good: it may be newer.
 
 ctypes.CDLL lets go of the interpreter's lock during every call, so other threads run meanwhile.
 """
@@ -16,10 +20,13 @@ import ctypes
 import os
 import sysconfig
 from pathlib import Path
-from typing import Any
+from typing import Any, NamedTuple, Optional
+
+from ._elf import identity
 
 FILE_NAME = "libVexaCamUtl_64.so.1"
 ENVIRONMENT_VARIABLE = "VEXACAMUTL_LIBRARY"
+PACKAGE = Path(__file__).resolve().parent
 
 SUCCESS = 0
 INVALID_PARAMETER = 13
@@ -101,41 +108,113 @@ def _declare(library: ctypes.CDLL) -> None:
         function.argtypes = arguments
 
 
-def _candidates() -> list[str]:
-    named = os.environ.get(ENVIRONMENT_VARIABLE)
+class LibraryInfo(NamedTuple):
+    """A shared library that this process uses."""
+
+    #: The name that programs are linked with; it carries the version of the interface.
+    soname: Optional[str]
+    #: The file, with links resolved.
+    path: str
+    #: Differs between any two builds that differ.
+    build_id: Optional[str]
+
+
+class _SymbolInfo(ctypes.Structure):
+    _fields_ = [
+        ("dli_fname", ctypes.c_char_p),
+        ("dli_fbase", ctypes.c_void_p),
+        ("dli_sname", ctypes.c_char_p),
+        ("dli_saddr", ctypes.c_void_p),
+    ]
+
+
+def info_of(library: ctypes.CDLL, function: str) -> LibraryInfo:
+    """Where a loaded library comes from, told by the address of one of its functions."""
+    found = _SymbolInfo()
+    symbols = ctypes.CDLL(None)
+    symbols.dladdr.argtypes = [ctypes.c_void_p, ctypes.POINTER(_SymbolInfo)]
+    if symbols.dladdr(ctypes.cast(getattr(library, function), ctypes.c_void_p), ctypes.byref(found)) == 0:
+        raise ImportError(f"the loader does not know where {library._name} is")
+    path = os.path.realpath(os.fsdecode(found.dli_fname))
+    soname, build_id = identity(path)
+    return LibraryInfo(soname, path, build_id)
+
+
+def _made_with(name: str) -> Optional[str]:
+    """The build id that the package says its own library has."""
+    try:
+        lines = (PACKAGE / "libraries.txt").read_text(encoding="ascii").splitlines()
+    except FileNotFoundError:
+        return None
+    return dict(line.split() for line in lines).get(name)
+
+
+def check_identity(info: LibraryInfo, name: str) -> None:
+    """An ImportError for a library of another SONAME, and for another build in the package's own folder."""
+    if info.soname is not None and info.soname != name:
+        raise ImportError(f"{info.path} is {info.soname}; this package needs {name}")
+    wanted = _made_with(name)
+    if wanted is not None and Path(info.path).parent == PACKAGE and info.build_id != wanted:
+        raise ImportError(
+            f"{info.path} is not the build that this package was made with (build id {info.build_id}, expected "
+            f"{wanted}): install the package again"
+        )
+
+
+def candidates(name: str, variable: str) -> list[str]:
+    """What to try for a library, in this order."""
+    named = os.environ.get(variable)
     if named:
         return [named]
-    package = Path(__file__).resolve().parent
-    folders = [package]
+    folders = [PACKAGE]
     # PREFIX/lib/python3/dist-packages/vexacamutl
-    if len(package.parents) > 2 and package.parents[2].name == "lib":
-        folders += [package.parents[2], package.parents[2] / (sysconfig.get_config_var("MULTIARCH") or "")]
-    return [str(folder / FILE_NAME) for folder in folders if (folder / FILE_NAME).exists()] + [FILE_NAME]
+    if len(PACKAGE.parents) > 2 and PACKAGE.parents[2].name == "lib":
+        folders += [PACKAGE.parents[2], PACKAGE.parents[2] / (sysconfig.get_config_var("MULTIARCH") or "")]
+    return [str(folder / name) for folder in folders if (folder / name).exists()] + [name]
 
 
-def _open() -> ctypes.CDLL:
+def open_library(paths: list[str], name: str, variable: str) -> ctypes.CDLL:
+    """The first of the paths that can be loaded."""
     reasons = []
-    for candidate in _candidates():
+    for path in paths:
         try:
-            return ctypes.CDLL(candidate, use_errno=True)
+            return ctypes.CDLL(path, use_errno=True)
         except OSError as error:
             reasons.append(str(error))
     raise ImportError(
-        f"{FILE_NAME} was not found: {'; '.join(reasons)}. Install the library (and run ldconfig), or set "
-        f"{ENVIRONMENT_VARIABLE} to its full path"
+        f"{name} was not found: {'; '.join(reasons)}. Install the library (and run ldconfig), or set {variable} to its "
+        "full path"
     )
 
 
-def _load() -> ctypes.CDLL:
-    library = _open()
+def _load() -> tuple[ctypes.CDLL, LibraryInfo]:
+    library = open_library(candidates(FILE_NAME, ENVIRONMENT_VARIABLE), FILE_NAME, ENVIRONMENT_VARIABLE)
     try:
+        info = info_of(library, "BitPerPixel")
+        check_identity(info, FILE_NAME)
         _declare(library)
     except AttributeError as error:
         raise ImportError(
             f"{library._name} is not a version of the library that this package can use: {error}"
         ) from error
     check_status("PrepareLUT", library.PrepareLUT())
-    return library
+    return library, info
 
 
-LIBRARY = _load()
+LIBRARY, _INFO = _load()
+
+
+def library_info() -> LibraryInfo:
+    """Tell which shared library the package calls.
+
+    Returns
+    -------
+    LibraryInfo
+        SONAME, file and build id. The version of the package is ``vexacamutl.__version__``.
+
+    Examples
+    --------
+    >>> vcu.library_info().soname
+    'libVexaCamUtl_64.so.1'
+    """
+    return _INFO

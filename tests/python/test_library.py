@@ -13,6 +13,7 @@ from pathlib import Path
 import pytest
 
 import vexacamutl
+from vexacamutl._elf import identity
 from vexacamutl._library import FILE_NAME, LIBRARY
 
 PACKAGE = Path(vexacamutl.__file__).parent
@@ -67,6 +68,70 @@ def test_by_the_loader(tmp_path):
 def test_a_library_of_another_kind():
     result = run(PRINT_LIBRARY, PACKAGE.parent, VEXACAMUTL_LIBRARY="libc.so.6")
     assert result.returncode != 0 and "ImportError" in result.stderr and "BitPerPixel" in result.stderr
+
+
+def with_soname(library: Path, old: bytes, new: bytes) -> None:
+    """Renames the library in the file itself, to a name of the same length."""
+    data = library.read_bytes()
+    assert len(old) == len(new) and data.count(old + b"\0") >= 1
+    library.write_bytes(data.replace(old + b"\0", new + b"\0"))
+
+
+def test_a_library_of_another_soname(tmp_path):
+    """It has every function, but its number promises another interface."""
+    other = tmp_path / FILE_NAME
+    shutil.copy(BUILT, other)
+    with_soname(other, b"libVexaCamUtl_64.so.1", b"libVexaCamUtl_64.so.2")
+    result = run(PRINT_LIBRARY, PACKAGE.parent, VEXACAMUTL_LIBRARY=str(other))
+    assert result.returncode != 0
+    assert f"ImportError: {other} is libVexaCamUtl_64.so.2; this package needs {FILE_NAME}" in result.stderr
+
+
+def test_another_build_in_the_package(tmp_path):
+    """A package that brings its library knows which build it is; a library elsewhere may be any build."""
+    package = tmp_path / "vexacamutl"
+    shutil.copytree(PACKAGE, package)
+    shutil.copy(BUILT, package / FILE_NAME)
+    build_id = identity(BUILT).build_id
+    (package / "libraries.txt").write_text(f"{FILE_NAME} {build_id}\n")
+    assert run(PRINT_LIBRARY, tmp_path).stdout.strip() == str(package / FILE_NAME)
+    (package / "libraries.txt").write_text(f"{FILE_NAME} {'0' * 40}\n")
+    result = run(PRINT_LIBRARY, tmp_path)
+    assert result.returncode != 0
+    assert f"{package / FILE_NAME} is not the build that this package was made with" in result.stderr
+    assert f"(build id {build_id}, expected {'0' * 40}): install the package again" in result.stderr
+    assert run(PRINT_LIBRARY, tmp_path, VEXACAMUTL_LIBRARY=BUILT).stdout.strip() == BUILT
+
+
+def test_which_library_it_is():
+    info = vexacamutl.library_info()
+    assert info.soname == FILE_NAME and info.path == os.path.realpath(BUILT)
+    said = subprocess.run(["readelf", "-n", BUILT], capture_output=True, text=True, check=True).stdout
+    assert info.build_id is not None and f"Build ID: {info.build_id}" in said
+
+
+@pytest.mark.parametrize(
+    "content", [b"", b"\x7fELF\x01\x01", b"\x7fELF\x02\x01", b"\x7fELF\x02\x01" + b"\xff" * 100, None]
+)
+def test_files_without_an_identity(tmp_path, content):
+    if content is not None:
+        (tmp_path / "file").write_bytes(content)
+    assert identity(str(tmp_path / "file")) == (None, None)
+
+
+def test_identities_of_cut_libraries(tmp_path):
+    """Wherever the file ends, it is an answer and not an exception."""
+    data = Path(BUILT).read_bytes()
+    for size in [*range(0, 2048, 7), *range(2048, len(data), 40009)]:
+        (tmp_path / "cut").write_bytes(data[:size])
+        assert identity(str(tmp_path / "cut")).soname in (None, FILE_NAME)
+
+
+def test_an_object_without_a_name(tmp_path):
+    """A program has a build id and no SONAME."""
+    said = identity(os.path.realpath(sys.executable))
+    assert said.soname is None
+    assert identity(os.path.realpath("/bin/sh")).build_id
 
 
 def test_the_lock_is_free_during_a_call(tmp_path):
