@@ -19,6 +19,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 HEADER = ROOT / "include" / "VexaCamUtl.h"
 LINK = re.compile(r"!?\[[^\]]*\]\(([^)#\s]+)[^)]*\)")
 CODE = re.compile(r"^```c\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+SPAN = re.compile(r"`([^`]+)`")
 NAME = re.compile(r"\b(Conv(?:Mono|RGB|BGR|YUV|Byr)\w+|SaveBmp\w+|(?:UTL_STS|PIXEL_FORMAT|BAYER_CONV|CONV_DST)_\w+)\b"
                   r"(?!\.\.\.)")
 # The names that the page on adding a converter invents.
@@ -79,6 +80,9 @@ def main():
         for target in LINK.findall(re.sub(r"```.*?```", "", text, flags=re.DOTALL)):
             if not re.match(r"[a-z]+:", target) and not (page.parent / target).exists():
                 problems.append(f"{name}: link to {target}, which does not exist")
+        if page.parent == ROOT / "docs" or page == ROOT / "README.md":
+            problems += [f"{name}: Doxygen ends the code span `{span}` at its apostrophe"
+                         for span in SPAN.findall(re.sub(r"```.*?```", "", text, flags=re.DOTALL)) if "'" in span]
         for unknown in sorted(set(NAME.findall(text)) - declared - INVENTED):
             problems.append(f"{name}: {unknown} is not in the header")
         for code in CODE.findall(text):
