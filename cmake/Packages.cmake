@@ -37,13 +37,13 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 
-# The first line is the synopsis; the rest is the same story for all, then what this package holds. A summary of the
-# whole project would be put in front of each, so there is none.
+# The first line is the synopsis, then follow the text that all packages share and the contents of this one. CPack would
+# put a summary of the project in front of each description, so the summary is empty.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(description
-"The library turns the raw frame of an industrial camera (grey, Bayer mosaic,
-packed RGB or BGR, YUV) into a BGRA or BGR picture, saves pictures and raw
-frames, mirrors raw frames and answers questions about pixel formats.")
+"The library converts raw frames of industrial cameras (grey, Bayer mosaic,
+packed RGB or BGR, YUV) into BGRA or BGR pictures, saves pictures and raw
+frames, mirrors raw frames and answers queries about pixel formats.")
 set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "raw camera frames to BGRA and BGR pictures (library)
 ${description}
 .
@@ -52,20 +52,20 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "raw camera frames to BGRA and BGR pict
 ${description}
 .
 This package holds the header and the files for CMake and pkg-config.")
-set(CPACK_DEBIAN_FRAMES_DESCRIPTION "camera buffers as they arrive to pictures (library)
+set(CPACK_DEBIAN_FRAMES_DESCRIPTION "camera buffers to BGRA and BGR pictures (library)
 ${description}
 .
 This package holds the frames layer over it: packed 10 and 12 bits, padded rows,
 trailing data, black level, white balance and tone.")
-set(CPACK_DEBIAN_FRAMES_DEVELOPMENT_DESCRIPTION "camera buffers as they arrive to pictures (development)
+set(CPACK_DEBIAN_FRAMES_DEVELOPMENT_DESCRIPTION "camera buffers to BGRA and BGR pictures (development)
 ${description}
 .
 This package holds the headers and the files for CMake and pkg-config of the
 frames layer, and its manual page.")
-set(CPACK_DEBIAN_TOOL_DESCRIPTION "raw camera frames to BGRA and BGR pictures (program)
+set(CPACK_DEBIAN_TOOL_DESCRIPTION "raw camera frames to BGRA and BGR pictures (tool)
 ${description}
 .
-This package holds the program vexacamutl, which does all this from a shell.")
+This package holds the tool vexacamutl, which does this from a shell.")
 set(CPACK_DEBIAN_PYTHON_DESCRIPTION "raw camera frames to BGRA and BGR pictures (Python 3)
 ${description}
 .

@@ -67,7 +67,7 @@ def grey(name, depth):
     samples = [(f"Y{i}", "Y") for i in range(6)]
     cells = samples if depth == 8 else as_words(samples)
     size = 1 if depth == 8 else 2
-    return layout(f"{name}: {size} byte{'s' if size > 1 else ''} a pixel", cells,
+    return layout(f"{name}: {size} byte{'s' if size > 1 else ''} per pixel", cells,
                   [(size, f"pixel {i}" if size > 1 else f"px {i}") for i in range(6)], depth)
 
 
@@ -76,7 +76,7 @@ def packed(name, depth):
     samples = [(f"{colour}{i}", colour) for i in range(2) for colour in name[:3]]
     cells = samples if depth == 8 else as_words(samples)
     size = 3 if depth == 8 else 6
-    return layout(f"{name}: {size} bytes a pixel", cells, [(size, f"pixel {i}") for i in range(2)], depth)
+    return layout(f"{name}: {size} bytes per pixel", cells, [(size, f"pixel {i}") for i in range(2)], depth)
 
 
 def chroma_group(title, letters, pixels, note=""):
@@ -116,7 +116,7 @@ def phase_rows(phase):
 def bayer(depth):
     """All four phases of one depth, and the first row of one of them in memory."""
     size = 1 if depth == 8 else 2
-    title = f"BayerGR{depth}, BayerRG{depth}, BayerGB{depth}, BayerBG{depth}: {size} byte{'s' * (size - 1)} a pixel"
+    title = f"BayerGR{depth}, BayerRG{depth}, BayerGB{depth}, BayerBG{depth}: {size} byte{'s' * (size - 1)} per pixel"
     canvas = Canvas()
     canvas.text(LEFT, 22, title, 15, bold=True)
     for i, phase in enumerate(("GR", "RG", "GB", "BG")):
@@ -138,7 +138,7 @@ def bayer(depth):
 def picture_out(name):
     """What the converters write."""
     cells = [("255" if channel == "A" else f"{channel}{i}", channel) for i in range(3) for channel in name]
-    return layout(f"{name}: {len(name)} bytes a pixel, as the converters write it", cells,
+    return layout(f"{name}: {len(name)} bytes per pixel, as the converters write it", cells,
                   [(len(name), f"pixel {i}") for i in range(3)])
 
 
@@ -170,9 +170,9 @@ def drawings():
         "YUV422_8_UYVY: 4 bytes for 2 pixels (ConvYUV422PToBGRA reads this)", "UYVY", 2)
     result["layout-YUV422-to-BGR"] = chroma_group(
         "ConvYUV422PToBGR: 5 bytes for 2 pixels", "UYVY-", 2, "The fifth byte of each group is skipped.")
-    result["layout-YUV8_UYV"] = chroma_group("YUV8_UYV: 3 bytes a pixel, as the code says", "UYV", 1)
+    result["layout-YUV8_UYV"] = chroma_group("YUV8_UYV: 3 bytes per pixel, as the code says", "UYV", 1)
     result["layout-YUV444-converters"] = chroma_group(
-        "ConvYUV444PToBGRA, ConvYUV444PToBGR: 4 bytes a pixel", "UYV-", 1,
+        "ConvYUV444PToBGRA, ConvYUV444PToBGR: 4 bytes per pixel", "UYV-", 1,
         "The fourth byte of each pixel is skipped.")
     result["layout-BGRA"] = picture_out("BGRA")
     result["layout-BGR"] = picture_out("BGR")
@@ -183,7 +183,7 @@ def drawings():
     result["file-bmp"] = fields("The library's bitmap file (little-endian, unsigned)", [
         ("0", "2", "'B' 'M'"), ("2", "8", "size of the file"), ("10", "4", "0"),
         ("14", "8", "where the rows start: 102, or 1126 in 8-bit files"), ("22", "8", "80"), ("30", "8", "width"),
-        ("38", "8", "height"), ("46", "2", "1"), ("48", "2", "bits a pixel: 32, 24 or 8"), ("50", "4", "0, no meaning"),
+        ("38", "8", "height"), ("46", "2", "1"), ("48", "2", "bits per pixel: 32, 24 or 8"), ("50", "4", "0, no meaning"),
         ("54", "8", "0: not compressed"), ("62", "8", "bytes of all rows"),
         ("70", "8", "pixels a metre across: 16000, or 160000 in 8-bit files"), ("78", "8", "pixels a metre down"),
         ("86", "8", "palette entries: 0, or 256 in 8-bit files"), ("94", "8", "the same again"),
