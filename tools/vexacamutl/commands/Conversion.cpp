@@ -6,6 +6,7 @@
 #include "output/OutputFile.h"
 
 #include <algorithm>
+#include <cctype>
 #include <exception>
 #include <filesystem>
 
@@ -145,7 +146,9 @@ void ConvertInOrder(const ConversionOptions& options) {
 }
 
 bool IsRawFile(const fs::directory_entry& entry) {
-    const std::string extension = entry.path().extension().string();
+    std::string extension = entry.path().extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return entry.is_regular_file() && (extension == ".raw" || extension == ".bin" || IsRwhPath(entry.path().string()));
 }
 
