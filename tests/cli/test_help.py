@@ -26,7 +26,7 @@ def test_man_page_has_every_option(tool, verb):
     assert re.search(rf"\b{verb}\b", manual)
 
 
-@pytest.mark.skipif(shutil.which("groff") is None, reason="no groff")
+@pytest.mark.skipif(shutil.which("groff") is None, reason="groff is not installed")
 def test_man_page_formats_without_a_warning():
     done = subprocess.run(["groff", "-man", "-t", "-Tascii", "-ww", str(FOLDER / "vexacamutl.1")], capture_output=True,
                           check=False)
