@@ -39,6 +39,13 @@ struct FrameKernels {
 };
 
 extern const FrameKernels kScalarFrameKernels;
+#if defined(__x86_64__)
+extern const FrameKernels kSseFrameKernels;     ///< SSSE3 and SSE4.1
+extern const FrameKernels kAvx2FrameKernels;    ///< AVX2
+extern const FrameKernels kAvx512FrameKernels;  ///< AVX-512 F, BW, VL, DQ and VBMI
+#elif defined(__aarch64__)
+extern const FrameKernels kNeonFrameKernels;
+#endif
 
 /// The kernels in use. Tests replace them.
 extern const FrameKernels* s_frameKernels;

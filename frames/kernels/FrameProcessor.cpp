@@ -13,6 +13,13 @@ namespace {
 
 constexpr const FrameKernels* kLadder[] = {
     &kScalarFrameKernels,
+#if defined(__x86_64__)
+    &kSseFrameKernels,
+    &kAvx2FrameKernels,
+    &kAvx512FrameKernels,
+#elif defined(__aarch64__)
+    &kNeonFrameKernels,
+#endif
 };
 
 [[gnu::constructor]] void ChooseAtLoad() {
@@ -31,6 +38,24 @@ std::span<const FrameKernels* const> AllFrameKernels() {
 }
 
 bool CanRunFrameKernels(const FrameKernels& kernels) {
+#if defined(__x86_64__)
+    __builtin_cpu_init();
+    if (&kernels == &kSseFrameKernels) {
+        return __builtin_cpu_supports("ssse3") != 0 && __builtin_cpu_supports("sse4.1") != 0;
+    }
+    if (&kernels == &kAvx2FrameKernels) {
+        return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0;
+    }
+    if (&kernels == &kAvx512FrameKernels) {
+        return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
+               __builtin_cpu_supports("avx512vl") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
+               __builtin_cpu_supports("avx512vbmi") != 0;
+    }
+#elif defined(__aarch64__)
+    if (&kernels == &kNeonFrameKernels) {
+        return true;  // part of the architecture
+    }
+#endif
     return &kernels == &kScalarFrameKernels;
 }
 

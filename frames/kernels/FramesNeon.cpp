@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// The frame kernels for 64-bit ARM processors. This file is compiled for them, so it must not emit
+// anything that the linker could share with other files: everything has internal linkage.
+#include <arm_neon.h>
+
+#include "kernels/FrameKernels.h"
+#include "kernels/KernelTable.h"
+
+namespace VexaFrames {
+namespace Neon {
+namespace {
+
+using namespace Vexa::Kernels;
+
+/// Serves what is too short for these registers.
+constexpr const FrameKernels& kFallback = kScalarFrameKernels;
+
+#include "kernels/vector/Neon.inc"
+
+#include "kernels/simd/Blocks.inc"
+
+template <size_t kStep>
+inline constexpr size_t kOverread = 16 - kStep;
+
+template <class Order, size_t kStep>
+[[gnu::always_inline]] inline U8 LoadShuffled(const uint8_t* from) {
+    return ShuffleLanes<Order>(Load<U8>(from));
+}
+
+#include "kernels/FrameRows.inc"
+
+}  // namespace
+}  // namespace Neon
+
+constinit const FrameKernels kNeonFrameKernels = Neon::MakeFrameKernels("neon");
+
+}  // namespace VexaFrames

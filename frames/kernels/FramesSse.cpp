@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// The frame kernels for x86-64 processors with SSE4.1. This file is compiled for them, so it must not emit
+// anything that the linker could share with other files: everything has internal linkage.
+#include <immintrin.h>
+
+#include "kernels/FrameKernels.h"
+#include "kernels/KernelTable.h"
+
+namespace VexaFrames {
+namespace Sse {
+namespace {
+
+using namespace Vexa::Kernels;
+
+/// Serves what is too short for these registers.
+constexpr const FrameKernels& kFallback = kScalarFrameKernels;
+
+#include "kernels/vector/Sse.inc"
+
+#include "kernels/simd/Blocks.inc"
+
+template <size_t kStep>
+inline constexpr size_t kOverread = 16 - kStep;
+
+template <class Order, size_t kStep>
+[[gnu::always_inline]] inline U8 LoadShuffled(const uint8_t* from) {
+    return ShuffleLanes<Order>(Load<U8>(from));
+}
+
+#include "kernels/FrameRows.inc"
+
+}  // namespace
+}  // namespace Sse
+
+constinit const FrameKernels kSseFrameKernels = Sse::MakeFrameKernels("sse4.1");
+
+}  // namespace VexaFrames
