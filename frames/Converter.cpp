@@ -5,6 +5,7 @@
 #include "Converter.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <new>
@@ -13,14 +14,14 @@ using namespace VexaFrames;
 
 namespace {
 
-constexpr std::align_val_t kAlignment{64};
+constexpr size_t kAlignment = 64;
 constexpr size_t kFeedBytes = size_t{256} << 10;
 constexpr size_t kPictureBytes = size_t{192} << 10;
 /// A band of a mosaic is never less than these rows, those beside it included.
 constexpr uint32_t kFewestRows = 8 + 2 * kMostOverlap;
 
 size_t Aligned(size_t bytes) {
-    return (bytes + 63) / 64 * 64;
+    return (bytes + kAlignment - 1) / kAlignment * kAlignment;
 }
 
 /// Room for every plan that settings can lead to, so that changing them needs no memory.
@@ -48,7 +49,7 @@ Sizes SizesFor(const Geometry& g, uint32_t output) {
 
 VcfConverter* Allocate(const Geometry& g, uint32_t output) {
     const Sizes sizes = SizesFor(g, output);
-    void* memory = ::operator new(sizes.All(), kAlignment, std::nothrow);
+    void* memory = std::aligned_alloc(kAlignment, sizes.All());
     if (memory == nullptr) {
         return nullptr;
     }
@@ -138,7 +139,7 @@ VcfStatus VcfCreateConverter(VcfConverter** converter, const VcfLayout* layout, 
 }
 
 void VcfDestroyConverter(VcfConverter* converter) {
-    ::operator delete(converter, kAlignment);
+    std::free(converter);
 }
 
 VcfStatus VcfChangeSettings(VcfConverter* converter, const VcfSettings* settings, char* text, size_t text_bytes) {

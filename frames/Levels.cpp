@@ -3,7 +3,7 @@
 //
 // See Levels.h. The arithmetic is that of the header, in integers. A tone is a list of thresholds: the smallest x that
 // gives each of the 255 values above 0. Those of gamma and sRGB are powers; rounding cannot move them, since none lies
-// as near to an integer as the error of pow() (a test looks at every gamma).
+// as near to an integer as the error of the power (a test looks at every gamma).
 #include "Levels.h"
 
 #include <algorithm>
@@ -30,14 +30,19 @@ uint32_t NextInteger(double x) {
     return static_cast<uint32_t>(std::ceil(x));
 }
 
+/// In long double: glibc gave pow() of double a new version, which would keep the library off systems that it serves.
+double Power(double base, double exponent) {
+    return static_cast<double>(std::pow(static_cast<long double>(base), static_cast<long double>(exponent)));
+}
+
 uint32_t Threshold(uint32_t value, const VcfSettings& settings) {
     const double middle = (2.0 * value - 1) / 510;  // of the step from value - 1 to value, 0..1
     switch (settings.tone) {
         case VCF_TONE_GAMMA:
-            return NextInteger(kTop * std::pow(middle, settings.gamma / 100.0));
+            return NextInteger(kTop * Power(middle, settings.gamma / 100.0));
         case VCF_TONE_SRGB:
             if (value > kLastLinearValue) {
-                return NextInteger(kTop * std::pow((middle + 0.055) / 1.055, 2.4));
+                return NextInteger(kTop * Power((middle + 0.055) / 1.055, 2.4));
             }
             // x >= kTop * (2 value - 1) / (510 * 12.92)
             return ((2 * value - 1) * kTop * 100 + 510 * 1292 - 1) / (510 * 1292);
