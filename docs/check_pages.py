@@ -2,14 +2,16 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
 #
-# Keeps the project's Markdown true where a program can: every relative link leads to a file, every function of the
-# library that is named exists, every block of C code compiles without a warning against the public header, the header
-# and README.md print the first program as examples/c has it, and the header's table names every converter once.
+# Keeps the project's Markdown true where a script can: relative links lead to files; functions of the library, paths of
+# the tree, scripts and presets that are named exist; blocks of C code compile without a warning against the public
+# header; the header and README.md print the first program as examples/c has it; the header's table names every converter
+# once.
 #
 #   python3 docs/check_pages.py [--compiler cc]
 """Checks the pages of the documentation."""
 
 import argparse
+import json
 import pathlib
 import re
 import subprocess
@@ -24,6 +26,10 @@ NAME = re.compile(r"\b(Conv(?:Mono|RGB|BGR|YUV|Byr)\w+|SaveBmp\w+|(?:UTL_STS|PIX
                   r"(?!\.\.\.)")
 # The names that the page on adding a converter invents.
 INVENTED = {"ConvRGBA8PToBGRA", "ConvRGBA8PToBGR", "PIXEL_FORMAT_RGBA8"}
+# A path of the tree: of one of its folders, or a source file of any folder.
+PATH = re.compile(r"(?<![\w/.-])(?:\.\./)*[\w.-]+(?:/[\w.*-]+)+/?")
+SOURCE = re.compile(r"\.(?:h|hpp|c|cpp|inc|py|md|cmake)$")
+NOT_OURS = {"linux/videodev2.h"}
 FIRST_SOURCE = ROOT / "examples" / "c" / "first_picture.c"
 FIRST_PROGRAM = re.compile(r"^ \* ## A first program\n \*\n((?: \*(?:     .*)?\n)+)", re.MULTILINE)
 FLAGS = ["-std=c99", "-pedantic", "-Wall", "-Wextra", "-Wconversion", "-Wshadow", "-Werror", "-Wno-unused-function",
@@ -42,6 +48,24 @@ def compile_block(compiler, code):
     result = subprocess.run([compiler, *FLAGS, f"-I{HEADER.parent}"], input=code, text=True, capture_output=True,
                             check=False)
     return result.stderr if result.returncode != 0 else ""
+
+
+def name_problems(page, text):
+    """Paths, scripts and presets that a page names and the tree does not have."""
+    prose = re.sub(r"```.*?```", "", text, flags=re.DOTALL)
+    bases = [ROOT, page.parent, page.parent.parent, ROOT / "src", ROOT / "src" / "kernels", ROOT / "tests", ROOT / "docs"]
+    folders = {path.name for base in bases for path in base.iterdir() if path.is_dir()} - {"build", "out", "lib"}
+    for path in PATH.findall(" ".join(SPAN.findall(prose))):
+        ours = path.split("/")[0] in folders or SOURCE.search(path)
+        if ours and path not in NOT_OURS and not any(list(base.glob(path.rstrip("/"))) for base in bases):
+            yield f"{path} is not in the tree"
+    for script in re.findall(r"\bscripts/([a-z][\w.-]*\w)", text):
+        if not (ROOT / "scripts" / script).exists():
+            yield f"scripts/{script} does not exist"
+    presets = {preset["name"] for preset in json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]}
+    for preset in re.findall(r"--preset (\w+)", text):
+        if preset not in presets:
+            yield f"no preset is called {preset}"
 
 
 def first_program_problems():
@@ -80,6 +104,7 @@ def main():
         for target in LINK.findall(re.sub(r"```.*?```", "", text, flags=re.DOTALL)):
             if not re.match(r"[a-z]+:", target) and not (page.parent / target).exists():
                 problems.append(f"{name}: link to {target}, which does not exist")
+        problems += [f"{name}: {problem}" for problem in name_problems(page, text)]
         if page.parent == ROOT / "docs" or page == ROOT / "README.md":
             problems += [f"{name}: Doxygen ends the code span `{span}` at its apostrophe"
                          for span in SPAN.findall(re.sub(r"```.*?```", "", text, flags=re.DOTALL)) if "'" in span]
