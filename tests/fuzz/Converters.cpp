@@ -14,6 +14,9 @@
 
 namespace {
 
+/// The slow model takes most of the time, and a larger frame has nothing that a smaller one has not.
+constexpr uint32_t kMostPixels = 6000;
+
 const Vexa::Kernels::KernelTable* ChooseTable(uint32_t choice) {
     const auto tables = Vexa::Kernels::Tables();
     const auto* table = tables[choice % tables.size()];
@@ -29,8 +32,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const auto converters = Reference::Converters();
     const Reference::Converter& converter = converters[input.Byte() % converters.size()];
     Vexa::s_psKernels = ChooseTable(input.Byte());
-    const uint32_t width = input.Size(150, 1000);
-    const uint32_t height = input.Size(20, 60);
+    const uint32_t width = input.Size(70, 1000);  // a strip of ACPI has 1,024 columns
+    const uint32_t height = input.SizeWithin(12, 60, kMostPixels, width);
     const uint32_t shift = converter.IsWorker() ? input.Byte() : converter.DefaultShift();
     const uint8_t fill = input.Byte();
     const uint8_t offsets = input.Byte();

@@ -5,6 +5,7 @@
 // every input means something; data are repeated with a twist, so that a few bytes fill a large frame.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -43,6 +44,11 @@ class Input {
     uint32_t Size(uint32_t usual, uint32_t large) {
         const uint32_t value = Below(usual + 1);
         return Byte() == 0xFF ? large + value : value;
+    }
+
+    /// The same, so that `most` is not exceeded by the product with `other`.
+    uint32_t SizeWithin(uint32_t usual, uint32_t large, uint32_t most, uint32_t other) {
+        return std::min(Size(usual, large), other == 0 ? most : most / other);
     }
 
     void Fill(uint8_t* data, size_t size) {
