@@ -63,9 +63,10 @@ def pytests(folder: str, targets: tuple[str, ...], environment: dict[str, str], 
 
 
 def cli(*files: str) -> Test:
-    return pytests("cli", ("vexacamutl", "RefuseAnonymousFiles"),
+    return pytests("cli", ("vexacamutl", "tests/cli/all"),
                    {"VEXACAMUTL": "{build}/tools/vexacamutl/vexacamutl",
-                    "VEXACAMUTL_REFUSE_ANONYMOUS": "{build}/tests/cli/libRefuseAnonymousFiles.so"}, *files)
+                    "VEXACAMUTL_INTERPOSER": "{build}/tests/cli/libInterposer.so",
+                    "VEXACAMUTL_INTERFERE": "{build}/tests/cli/libInterfere.so"}, *files)
 
 
 def package(*files: str) -> Test:
@@ -93,7 +94,8 @@ SUITES: dict[str, list[Test]] = {
                     *emulated("Nehalem", CHOICE), *emulated("Haswell", CHOICE), *CONVERTERS,
                     program("abi", "abi_test")],
     "src/imagefile": [*IMAGE_FILES, program("kernels", "kernels_test", "*Revers*")],
-    "tools": [cli("test_verbs.py"), cli("test_convert.py"), cli("test_mistakes.py", "test_help.py"), cli()],
+    "tools": [cli("test_promises.py"), cli("test_verbs.py", "test_convert.py"), cli("test_mistakes.py", "test_help.py"),
+              cli()],
     "python/vexacamutl": [package("test_formats.py", "test_arrays.py", "test_files.py"), package()],
 }
 
