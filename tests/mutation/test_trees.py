@@ -122,7 +122,7 @@ def test_copying(project, tmp_path):
 ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
 
 
-@pytest.mark.parametrize("below", ["src", "tools", "python/vexacamutl"])
+@pytest.mark.parametrize("below", ["src", "frames", "tools", "python/vexacamutl"])
 def test_every_source_has_a_suite(below):
     for folder, _, names in os.walk(os.path.join(ROOT, below)):
         for name in names:

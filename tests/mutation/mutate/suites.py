@@ -94,6 +94,7 @@ SUITES: dict[str, list[Test]] = {
                     *emulated("Nehalem", CHOICE), *emulated("Haswell", CHOICE), *CONVERTERS,
                     program("abi", "abi_test")],
     "src/imagefile": [*IMAGE_FILES, program("kernels", "kernels_test", "*Revers*")],
+    "frames": [program("frames", "frames_test")],
     "tools": [cli("test_promises.py"), cli("test_verbs.py", "test_convert.py"), cli("test_mistakes.py", "test_help.py"),
               cli()],
     "python/vexacamutl": [package("test_formats.py", "test_arrays.py", "test_files.py"), package()],
