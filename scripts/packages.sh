@@ -9,12 +9,14 @@
 PACKAGES_BUILD=(cmake ninja-build g++ pkg-config libcli11-dev libpng-dev)
 PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-dev libusb-1.0-0-dev
     libopencv-dev python3 python3-numpy python3-pytest python3-clang-14 python3-matplotlib mypy doxygen groff-base
-    qemu-user clang dpkg-dev fakeroot file)
+    qemu-user clang dpkg-dev fakeroot file
+    python3-build python3-setuptools python3-wheel python3-venv binutils)
 PACKAGES_DOCS=(doxygen python3)
 PACKAGES_BENCH=(libbenchmark-dev valgrind libyuv-dev libdc1394-dev libswscale-dev libavutil-dev
     libopencv-dev libgstreamer1.0-dev gstreamer1.0-plugins-bad python3-matplotlib)
 PACKAGES_CHECK=(clang clang-format clang-tidy libclang-rt-dev shellcheck lintian)
 PACKAGES_PACKAGE=(dpkg-dev fakeroot file lintian python3 python3-numpy)
+PACKAGES_WHEEL=(binutils python3 python3-build python3-setuptools python3-wheel python3-venv python3-numpy)
 PACKAGES_QEMU=(qemu-user)
 PACKAGES_AARCH64=(qemu-user g++-aarch64-linux-gnu googletest)
 PACKAGES_COVERAGE=(gcovr)
