@@ -54,7 +54,7 @@ void Convert(benchmark::State& state, const Case& it, const Vexa::Kernels::Kerne
 void RegisterAll() {
     const Vexa::Kernels::Processor processor = Vexa::Kernels::DetectProcessor();
     for (const Case& it : Cases()) {
-        for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::Tables()) {
+        for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::KernelTables()) {
             if (!CanRun(*table, processor)) {
                 continue;
             }

@@ -50,7 +50,7 @@ void Run(int argc, char** argv) {
     const Vexa::Kernels::Processor processor = Vexa::Kernels::DetectProcessor();
     for (const Size& size : ParseSizes(sizes)) {
         for (const Case& it : Cases()) {
-            for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::Tables()) {
+            for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::KernelTables()) {
                 if (Matches(converters, it.name) && Matches(isas, table->name) && CanRun(*table, processor)) {
                     CountCase(it, *table, size);
                 }

@@ -92,7 +92,7 @@ void MeasureSmallest(const Case& it, const Vexa::Kernels::KernelTable& table) {
           MeasureByTurns({work}, kPlan)[0].median * 1e9, "ns");
 }
 
-/// Whether an instruction set is slower than the plain code on a frame so small that little but the call is left.
+/// Whether an instruction set is slower than the scalar code on a frame so small that little but the call is left.
 void MeasureSmall(const Case& it, const Vexa::Kernels::KernelTable& table) {
     const Size size = {64, 48};
     const size_t srcBytes = size.Pixels() * it.srcBits / 8;
@@ -106,7 +106,7 @@ void MeasureSmall(const Case& it, const Vexa::Kernels::KernelTable& table) {
         };
     };
     const std::vector<Timing> timings = MeasureByTurns({with(Vexa::Kernels::kScalarTable), with(table)}, kPlan);
-    Print((std::string("time / plain time of ") + it.name).c_str(), table.name, size.Text(),
+    Print((std::string("time / scalar time of ") + it.name).c_str(), table.name, size.Text(),
           timings[1].median / timings[0].median, "ratio");
 }
 
@@ -134,7 +134,7 @@ struct Options {
 void MeasureCases(const Options& options) {
     const Vexa::Kernels::Processor processor = Vexa::Kernels::DetectProcessor();
     for (const Case& it : Cases()) {
-        for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::Tables()) {
+        for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::KernelTables()) {
             if (Matches(options.converters, it.name) && Matches(options.isas, table->name) &&
                 CanRun(*table, processor)) {
                 MeasureSmallest(it, *table);

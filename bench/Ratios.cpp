@@ -61,7 +61,7 @@ void MeasureAll(const Options& options) {
     std::puts("family,converter,isa,size,ns_per_pixel,limit_ns_per_pixel,ratio,best_ratio");
     for (const Size& size : ParseSizes(options.sizes)) {
         for (const Case& it : Cases()) {
-            for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::Tables()) {
+            for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::KernelTables()) {
                 if (Matches(options.converters, it.name) && Matches(options.isas, table->name) &&
                     CanRun(*table, processor)) {
                     MeasureCase(it, *table, size, options);

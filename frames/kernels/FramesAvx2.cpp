@@ -33,7 +33,7 @@ template <class Order, size_t kStep>
 [[gnu::always_inline]] inline U8 LoadShuffled(const uint8_t* from) {
     const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
     const __m128i second = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + kStep));
-    return ShuffleLanes<InBothBlocks<Order>>(reinterpret_cast<U8>(_mm256_set_m128i(second, first)));
+    return Shuffle128<InBothBlocks<Order>>(reinterpret_cast<U8>(_mm256_set_m128i(second, first)));
 }
 
 #include "kernels/FrameRows.inc"

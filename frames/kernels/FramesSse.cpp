@@ -26,7 +26,7 @@ inline constexpr size_t kOverread = 16 - kStep;
 
 template <class Order, size_t kStep>
 [[gnu::always_inline]] inline U8 LoadShuffled(const uint8_t* from) {
-    return ShuffleLanes<Order>(Load<U8>(from));
+    return Shuffle128<Order>(Load<U8>(from));
 }
 
 #include "kernels/FrameRows.inc"

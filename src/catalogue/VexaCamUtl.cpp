@@ -2,7 +2,7 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // The storage of all process-wide data, and the one step at load: the choice of kernels for this processor. Until
-// that step has run (another library's constructor may come first) the plain kernels serve.
+// that step has run (another library's constructor may come first) the scalar kernels serve.
 #include "catalogue/VexaCamUtl.h"
 
 #include "kernels/CpuFeatures.h"

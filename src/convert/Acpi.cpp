@@ -5,7 +5,7 @@
 //
 //     +--------------------------+
 //     | ring, two pixels wide:   |    First green is found everywhere, then red and blue from their difference to
-//     | plain means              |    green. The frame is taken in strips of columns; per strip three lines of green
+//     | bilinear                 |    green. The frame is taken in strips of columns; per strip three lines of green
 //     |   +------------------+   |    lie on the stack, so that nothing is allocated and the destination is written
 //     |   | strip | strip |..|   |    once.
 //     |   |                  |   |
@@ -29,7 +29,7 @@ using Mosaic = Frame<Sample8>;
 using Kernels::AcpiLine;
 using Kernels::kAcpiStripColumns;
 
-constexpr size_t kRing = 2;  ///< rows and columns around the picture that are plain means
+constexpr size_t kRing = 2;  ///< rows and columns around the picture that are bilinear
 
 /// Required departures of single phases at the border.
 template <class Phase>
@@ -81,13 +81,13 @@ RowsAround RowsOf(const Mosaic& frame, size_t r) {
 
 /// As RingPixel for the second ring, which has neighbours on all sides: plainly bilinear.
 SitePixel SecondRingPixel(const RowsAround& rows, size_t c, RowKind kind) {
-    return InsidePixel<Sample8>(rows, c, IsGreenSite(kind, c), {});
+    return Kernels::InsidePixel<Sample8>(rows, c, IsGreenSite(kind, c), {});
 }
 
 /// As RingPixel for the first or last pixel of a row of the interior; `inner` is the column beside it.
 SitePixel OuterRingPixel(const RowsAround& rows, size_t c, size_t inner, RowKind kind) {
     const bool greenSite = IsGreenSite(kind, c);
-    SitePixel site = EndOfRowPixel<Sample8>(rows, c, inner, greenSite, {});
+    SitePixel site = Kernels::EndOfRowPixel<Sample8>(rows, c, inner, greenSite, {});
     if (!greenSite) {
         site.green = (Sample8::At(rows.above, c) + Sample8::At(rows.below, c)) >> 1;
     }
@@ -107,7 +107,7 @@ void ApplyBorderTraits(SitePixel& site, const Mosaic& frame, size_t r, size_t c)
     const auto verticals = [&] { return frame.At(r - 1, c) + frame.At(r + 1, c); };
     // The red sites of GR and BG lie in odd columns, so the one that comes here is in the right column.
     if (redSite && ((Traits::kLeftColumnBlueFromGreens && leftColumn) || Traits::kRightColumnBlueFromGreens)) {
-        site.z = verticals() >> 1;
+        site.other = verticals() >> 1;
     }
     if (redSite && Traits::kRightColumnGreenOfThree) {
         site.green = (verticals() + frame.At(r, c - 1)) / 3;
@@ -121,9 +121,9 @@ void ConvertBorderPixel(uint8_t* dst, const Mosaic& frame, size_t r, size_t c) {
     ApplyBorderTraits<Phase>(site, frame, r, c);
     const size_t pixel = r * frame.width + c;
     if (kLeavesRedOfSecondRowEnd<Phase, layout> && r == 1 && c + 1 == frame.width) {
-        site.x = dst[pixel * Kernels::kBytesPerPixel<layout> + 2];
+        site.rowColour = dst[pixel * Kernels::kBytesPerPixel<layout> + 2];
     }
-    StoreSite<layout>(dst, pixel, kind, site);
+    Kernels::StoreSite<layout>(dst, pixel, HoldsRed(kind), site);
 }
 
 /// A row that lies in the ring: rows 0, 1, h-2 and h-1, and every row of a frame that is all ring.
@@ -151,40 +151,40 @@ struct Strip {
     bool EndsAtRing(const Mosaic& frame) const { return last + kRing == frame.width; }
 };
 
-/// A line of the second ring, rows 1 and h-2: green is the mean of its four neighbours. It is only ever above or below
-/// the line that is converted, so its green sites are not wanted.
-template <bool startsWithGreen>
-void FillRingPairs(AcpiLine& line, const RowsAround& rows, const Strip& strip) {
-    constexpr size_t kXAt = startsWithGreen ? 1 : 0;
+/// A row-colour site of the second ring: bilinear.
+void SetRingSite(AcpiLine& line, size_t pair, const RowsAround& rows, size_t c) {
+    const SitePixel site = Kernels::InsidePixel<Sample8>(rows, c, false, {});
+    line.sample[pair] = static_cast<int16_t>(site.rowColour);
+    line.green[pair] = static_cast<int16_t>(site.green);
+    line.doubledMinusGreen[pair] = static_cast<int16_t>(2 * site.rowColour - site.green);
+}
+
+/// A line of the second ring, rows 1 and h-2. It is only ever above or below the line that is converted, so its green
+/// sites are not read.
+void FillRingPairs(AcpiLine& line, const RowsAround& rows, const Strip& strip, RowKind kind) {
+    const size_t rowColourAt = StartsWithGreen(kind) ? 1 : 0;
     for (size_t i = 1; i <= strip.Pairs(); ++i) {
-        const size_t c = strip.first + 2 * (i - 1) + kXAt;
-        const int green = (rows.row[c - 1] + rows.row[c + 1] + rows.above[c] + rows.below[c]) >> 2;
-        line.sample[i] = rows.row[c];
-        line.green[i] = static_cast<int16_t>(green);
-        line.twice[i] = static_cast<int16_t>(2 * rows.row[c] - green);
+        SetRingSite(line, i, rows, strip.first + 2 * (i - 1) + rowColourAt);
     }
 }
 
 /// The pair before and the pair after a strip, pairs 0 and Pairs() + 1, belong to the lines too, by the column of them
-/// that touches the strip, if that is an X site; where the strip ends at the ring, that column follows the ring's rule.
+/// that touches the strip, if that is a row-colour site; where the strip ends at the ring, that column follows the
+/// ring's rule.
 template <class Phase>
 void FillLine(AcpiLine& line, const Mosaic& frame, size_t r, const Strip& strip) {
     const RowKind kind = KindOfRow<Phase>(r);
     const RowsAround around = RowsOf(frame, r);
     const auto setRingSite = [&](size_t c) {
         if (!IsGreenSite(kind, c)) {
-            const SitePixel site = SecondRingPixel(around, c, kind);
-            const size_t pair = (c + 2 - strip.first) / 2;
-            line.sample[pair] = static_cast<int16_t>(site.x);
-            line.green[pair] = static_cast<int16_t>(site.green);
-            line.twice[pair] = static_cast<int16_t>(2 * site.x - site.green);
+            SetRingSite(line, (c + 2 - strip.first) / 2, around, c);
         }
     };
     const bool ringRow = r < kRing || r + kRing >= frame.height;
     const bool startsAtRing = ringRow || strip.StartsAtRing();
     const bool endsAtRing = ringRow || strip.EndsAtRing(frame);
     if (ringRow) {
-        StartsWithGreen(kind) ? FillRingPairs<true>(line, around, strip) : FillRingPairs<false>(line, around, strip);
+        FillRingPairs(line, around, strip, kind);
     } else {
         const size_t base = strip.first - 2;
         const uint8_t* const rows[5] = {frame.Row(r - 2) + base, around.above + base, around.row + base,
@@ -196,9 +196,9 @@ void FillLine(AcpiLine& line, const Mosaic& frame, size_t r, const Strip& strip)
         setRingSite(strip.first - 1);
     }
     if (endsAtRing) {
-        // Of an odd width the last pair covers a column of the ring. Its pixel is replaced later, but computed first.
+        // For odd widths the last pair spills into the border: its pixel is computed, then replaced.
         const size_t after = strip.Pairs() + 1;
-        line.sample[after] = line.green[after] = line.twice[after] = 0;
+        line.sample[after] = line.green[after] = line.doubledMinusGreen[after] = 0;
         setRingSite(strip.last);
     }
 }
@@ -210,12 +210,12 @@ void ConvertRingColumns(uint8_t* dst, const Mosaic& frame, size_t r, size_t oute
     const RowsAround rows = RowsOf(frame, r);
     SitePixel site = OuterRingPixel(rows, outer, inner, kind);
     ApplyBorderTraits<Phase>(site, frame, r, outer);
-    StoreSite<layout>(dst, r * frame.width + outer, kind, site);
-    StoreSite<layout>(dst, r * frame.width + inner, kind, SecondRingPixel(rows, inner, kind));
+    Kernels::StoreSite<layout>(dst, r * frame.width + outer, HoldsRed(kind), site);
+    Kernels::StoreSite<layout>(dst, r * frame.width + inner, HoldsRed(kind), SecondRingPixel(rows, inner, kind));
 }
 
 /// The interior rows of a strip, and the ring columns beside it while they are at hand. Those come after the strip's
-/// own pixels: of an odd width the last pair covers one of them.
+/// own pixels: for odd widths the last pair spills into the border.
 template <class Phase, Kernels::Layout layout>
 void ConvertStrip(uint8_t* dst, const Mosaic& frame, const Strip& strip) {
     AcpiLine lines[3];

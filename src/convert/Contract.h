@@ -29,16 +29,16 @@ inline bool AnyIsNull(const void* dst, const void* src) {
     return dst == nullptr || src == nullptr;
 }
 
-enum class Tables { kNotRead, kRead };
+enum class Lut { kNotRead, kRead };
 
 /// A converter that takes the frame as one run of width * height pixels: `kernel` converts groups of
 /// 2^groupLog2 pixels; pixels that do not fill a group are left alone.
-template <Tables tables, unsigned groupLog2 = 0, class Kernel, class... Shift>
-UtlStatus ConvertRun(Kernel kernel, void* dst, const void* src, uint32_t width, uint32_t height, Shift... shift) {
+template <Lut lut, unsigned groupLog2 = 0, class Kernel, class... Shift>
+UtlStatus ConvertPixels(Kernel kernel, void* dst, const void* src, uint32_t width, uint32_t height, Shift... shift) {
     if (AnyIsNull(dst, src)) {
         return UTL_STS_INVALID_PARAMETER;
     }
-    if (tables == Tables::kRead && !s_bLUTReady) {
+    if (lut == Lut::kRead && !s_bLUTReady) {
         return UTL_STS_NOT_INITIALIZED;
     }
     kernel(Bytes(dst), Bytes(src), WrappingProduct32(width, height) >> groupLog2, shift...);

@@ -10,19 +10,19 @@ using namespace Vexa;
 using enum Kernels::Layout;
 
 UtlStatus ConvMono8ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kRead>(s_psKernels->mono8[kBgra], dst, src, width, height);
+    return ConvertPixels<Lut::kRead>(s_psKernels->mono8[kBgra], dst, src, width, height);
 }
 
 UtlStatus ConvMono8ToBGR(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kNotRead>(s_psKernels->mono8[kBgr], dst, src, width, height);
+    return ConvertPixels<Lut::kNotRead>(s_psKernels->mono8[kBgr], dst, src, width, height);
 }
 
 UtlStatus ConvMonoNToBGRA(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift) {
-    return ConvertRun<Tables::kRead>(s_psKernels->monoN[kBgra], dst, src, width, height, ShiftCount(shift));
+    return ConvertPixels<Lut::kRead>(s_psKernels->monoN[kBgra], dst, src, width, height, ShiftCount(shift));
 }
 
 UtlStatus ConvMonoNToBGR(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift) {
-    return ConvertRun<Tables::kNotRead>(s_psKernels->monoN[kBgr], dst, src, width, height, ShiftCount(shift));
+    return ConvertPixels<Lut::kNotRead>(s_psKernels->monoN[kBgr], dst, src, width, height, ShiftCount(shift));
 }
 
 UtlStatus ConvMono10ToBGRA(void* dst, const void* src, uint32_t width, uint32_t height) {

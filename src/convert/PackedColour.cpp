@@ -10,15 +10,15 @@ using namespace Vexa;
 using enum Kernels::Layout;
 
 UtlStatus ConvRGB8PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kNotRead>(s_psKernels->rgb8[kBgra], dst, src, width, height);
+    return ConvertPixels<Lut::kNotRead>(s_psKernels->rgb8[kBgra], dst, src, width, height);
 }
 
 UtlStatus ConvBGR8PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kNotRead>(s_psKernels->bgr8ToBgra, dst, src, width, height);
+    return ConvertPixels<Lut::kNotRead>(s_psKernels->bgr8ToBgra, dst, src, width, height);
 }
 
 UtlStatus ConvRGB8PToBGR(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kNotRead>(s_psKernels->rgb8[kBgr], dst, src, width, height);
+    return ConvertPixels<Lut::kNotRead>(s_psKernels->rgb8[kBgr], dst, src, width, height);
 }
 
 // Required: the frame is copied as one block, and it is the byte count, not the pixel count, that wraps at 2^32.
@@ -31,19 +31,19 @@ UtlStatus ConvBGR8PToBGR(void* dst, const void* src, uint32_t width, uint32_t he
 }
 
 UtlStatus ConvRGBNToBGRA(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift) {
-    return ConvertRun<Tables::kNotRead>(s_psKernels->rgbN[kBgra], dst, src, width, height, ShiftCount(shift));
+    return ConvertPixels<Lut::kNotRead>(s_psKernels->rgbN[kBgra], dst, src, width, height, ShiftCount(shift));
 }
 
 UtlStatus ConvRGBNToBGR(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift) {
-    return ConvertRun<Tables::kNotRead>(s_psKernels->rgbN[kBgr], dst, src, width, height, ShiftCount(shift));
+    return ConvertPixels<Lut::kNotRead>(s_psKernels->rgbN[kBgr], dst, src, width, height, ShiftCount(shift));
 }
 
 UtlStatus ConvBGRNToBGRA(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift) {
-    return ConvertRun<Tables::kNotRead>(s_psKernels->bgrN[kBgra], dst, src, width, height, ShiftCount(shift));
+    return ConvertPixels<Lut::kNotRead>(s_psKernels->bgrN[kBgra], dst, src, width, height, ShiftCount(shift));
 }
 
 UtlStatus ConvBGRNToBGR(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift) {
-    return ConvertRun<Tables::kNotRead>(s_psKernels->bgrN[kBgr], dst, src, width, height, ShiftCount(shift));
+    return ConvertPixels<Lut::kNotRead>(s_psKernels->bgrN[kBgr], dst, src, width, height, ShiftCount(shift));
 }
 
 UtlStatus ConvRGB10PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height) {

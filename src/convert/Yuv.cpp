@@ -12,25 +12,25 @@ using namespace Vexa;
 using enum Kernels::Layout;
 
 UtlStatus ConvYUV411PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kRead, 2>(s_psKernels->yuv411[kBgra], dst, src, width, height);
+    return ConvertPixels<Lut::kRead, 2>(s_psKernels->yuv411[kBgra], dst, src, width, height);
 }
 
 UtlStatus ConvYUV411PToBGR(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kRead, 2>(s_psKernels->yuv411[kBgr], dst, src, width, height);
+    return ConvertPixels<Lut::kRead, 2>(s_psKernels->yuv411[kBgr], dst, src, width, height);
 }
 
 UtlStatus ConvYUV422PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kRead, 1>(s_psKernels->yuv422[kBgra], dst, src, width, height);
+    return ConvertPixels<Lut::kRead, 1>(s_psKernels->yuv422[kBgra], dst, src, width, height);
 }
 
 UtlStatus ConvYUV422PToBGR(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kRead, 1>(s_psKernels->yuv422[kBgr], dst, src, width, height);
+    return ConvertPixels<Lut::kRead, 1>(s_psKernels->yuv422[kBgr], dst, src, width, height);
 }
 
 UtlStatus ConvYUV444PToBGRA(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kRead>(s_psKernels->yuv444[kBgra], dst, src, width, height);
+    return ConvertPixels<Lut::kRead>(s_psKernels->yuv444[kBgra], dst, src, width, height);
 }
 
 UtlStatus ConvYUV444PToBGR(void* dst, const void* src, uint32_t width, uint32_t height) {
-    return ConvertRun<Tables::kRead>(s_psKernels->yuv444[kBgr], dst, src, width, height);
+    return ConvertPixels<Lut::kRead>(s_psKernels->yuv444[kBgr], dst, src, width, height);
 }

@@ -2,7 +2,7 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // The whole choice on one screen: a ladder of tables, each with the features that its code uses. A processor climbs it
-// and stays below the first rung that lacks something; one that tells nothing of itself stays on the plain table.
+// and stays below the first rung that lacks something; an unknown processor uses the scalar table.
 #include "kernels/CpuFeatures.h"
 
 #include <array>
@@ -14,7 +14,7 @@ namespace Vexa::Kernels {
 namespace {
 
 /// Bits that all have to be set.
-struct Needs {
+struct Rung {
     const KernelTable* table;
     Processor words;
 };
@@ -32,7 +32,7 @@ constexpr uint32_t kAvx512Bw = Bit(30), kAvx512Vl = Bit(31);                 // 
 constexpr uint32_t kAvx512Vbmi = Bit(1);                                     // leaf 7, ECX
 constexpr uint32_t kSavesYmm = 0x06, kSavesZmm = 0xE6;                       // XCR0
 
-constinit const std::array<Needs, 4> kLadder = {{
+constinit const std::array<Rung, 4> kLadder = {{
     {&kScalarTable, {}},
     {&kSseTable, {kSsse3 | kSse41, 0, 0, 0}},
     {&kAvx2Table, {kFma | kOsXsave | kAvx, kAvx2, 0, kSavesYmm}},
@@ -43,12 +43,12 @@ constinit const std::array<const KernelTable*, 4> kTables = {&kScalarTable, &kSs
 
 #elif defined(__aarch64__)
 
-constinit const std::array<Needs, 2> kLadder = {{{&kScalarTable, {}}, {&kNeonTable, {}}}};
+constinit const std::array<Rung, 2> kLadder = {{{&kScalarTable, {}}, {&kNeonTable, {}}}};
 constinit const std::array<const KernelTable*, 2> kTables = {&kScalarTable, &kNeonTable};
 
 #else
 
-constinit const std::array<Needs, 1> kLadder = {{{&kScalarTable, {}}}};
+constinit const std::array<Rung, 1> kLadder = {{{&kScalarTable, {}}}};
 constinit const std::array<const KernelTable*, 1> kTables = {&kScalarTable};
 
 #endif
@@ -74,7 +74,7 @@ struct CpuidLeaf {
 
 }  // namespace
 
-std::span<const KernelTable* const> Tables() {
+std::span<const KernelTable* const> KernelTables() {
     return kTables;
 }
 
@@ -95,7 +95,7 @@ Processor DetectProcessor() {
 
 const KernelTable& BestTableFor(const Processor& processor) {
     const KernelTable* best = &kScalarTable;
-    for (const Needs& needs : kLadder) {
+    for (const Rung& needs : kLadder) {
         if (!HasAll(processor, needs.words)) {
             break;
         }
@@ -105,7 +105,7 @@ const KernelTable& BestTableFor(const Processor& processor) {
 }
 
 bool CanRun(const KernelTable& table, const Processor& processor) {
-    for (const Needs& needs : kLadder) {
+    for (const Rung& needs : kLadder) {
         if (!HasAll(processor, needs.words)) {
             return false;
         }

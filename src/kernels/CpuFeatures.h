@@ -12,7 +12,7 @@
 
 namespace Vexa::Kernels {
 
-/// What x86-64 processors say of themselves; all zero elsewhere, and where a word cannot be read.
+/// What CPUID and XGETBV report on x86-64; all zero elsewhere, and where a word cannot be read.
 struct Processor {
     uint32_t leaf1Ecx = 0;  ///< CPUID leaf 1
     uint32_t leaf7Ebx = 0;  ///< CPUID leaf 7, subleaf 0
@@ -20,15 +20,15 @@ struct Processor {
     uint32_t xcr0 = 0;      ///< register state that the operating system saves, low half; 0 without OSXSAVE
 };
 
-/// All tables that were compiled in, from plain upwards.
-std::span<const KernelTable* const> Tables();
+/// All tables that were compiled in, from scalar upwards.
+std::span<const KernelTable* const> KernelTables();
 
 Processor DetectProcessor();
 
 /// Whether the processor has everything that the table's code uses.
 bool CanRun(const KernelTable& table, const Processor& processor);
 
-/// The last table of Tables() that the processor can run, climbing and stopping at the first that it cannot.
+/// The last table of KernelTables() that the processor can run, climbing and stopping at the first that it cannot.
 const KernelTable& BestTableFor(const Processor& processor);
 
 }  // namespace Vexa::Kernels

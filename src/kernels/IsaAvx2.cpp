@@ -12,7 +12,7 @@ namespace Avx2 {
 namespace {
 
 /// Serves what is too short for these registers.
-constexpr const KernelTable& kNarrower = kSseTable;
+constexpr const KernelTable& kFallback = kSseTable;
 
 #include "kernels/vector/Avx2.inc"
 

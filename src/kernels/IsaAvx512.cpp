@@ -17,7 +17,7 @@ namespace Avx512 {
 namespace {
 
 /// Serves what is too short for these registers.
-constexpr const KernelTable& kNarrower = kAvx2Table;
+constexpr const KernelTable& kFallback = kAvx2Table;
 
 #include "kernels/vector/Avx512.inc"
 

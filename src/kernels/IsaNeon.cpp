@@ -12,7 +12,7 @@ namespace Neon {
 namespace {
 
 /// Serves what is too short for these registers.
-constexpr const KernelTable& kNarrower = kScalarTable;
+constexpr const KernelTable& kFallback = kScalarTable;
 
 #include "kernels/vector/Neon.inc"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The plain table: every kernel as obvious scalar code. It runs everywhere and defines every byte.
+// The scalar table: every kernel as obvious scalar code. It runs everywhere and defines every byte.
 #include "kernels/KernelTable.h"
 #include "kernels/scalar/Acpi.h"
 #include "kernels/scalar/Bayer8.h"
@@ -20,6 +20,6 @@ namespace {
 }  // namespace
 }  // namespace Scalar
 
-constinit const KernelTable kScalarTable = Scalar::MakeTable("plain");
+constinit const KernelTable kScalarTable = Scalar::MakeTable("scalar");
 
 }  // namespace Vexa::Kernels

@@ -12,7 +12,7 @@ namespace Sse {
 namespace {
 
 /// Serves what is too short for these registers.
-constexpr const KernelTable& kNarrower = kScalarTable;
+constexpr const KernelTable& kFallback = kScalarTable;
 
 #include "kernels/vector/Sse.inc"
 

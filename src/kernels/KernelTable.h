@@ -3,10 +3,10 @@
 //
 // The seam between the converters and the instruction sets: one struct of functions, filled once per instruction
 // set. A converter knows its contract and its borders and calls these for everything else; it never knows which
-// processor it runs on. The plain table is complete and is the truth: every other table gives the same bytes.
+// processor it runs on. The scalar table is complete and defines every byte: all other tables give the same bytes.
 //
-// What holds for every kernel: it reads and writes only the bytes that its comment names, asks for no alignment,
-// keeps no state, and does nothing when the count is zero.
+// Every kernel reads and writes only the bytes that its comment names, requires no alignment, keeps no state, and is a
+// no-op when the count is zero.
 #pragma once
 
 #include <cstddef>
@@ -14,14 +14,14 @@
 
 namespace Vexa::Kernels {
 
-/// Index of the output layout: BGRA (4 bytes a pixel, alpha 255) or BGR (3 bytes).
+/// Index of the output layout: BGRA (4 bytes per pixel, alpha 255) or BGR (3 bytes).
 enum Layout : unsigned { kBgra, kBgr, kLayoutCount };
 
 template <Layout layout>
 inline constexpr size_t kBytesPerPixel = layout == kBgra ? 4 : 3;
 
-/// A row of a Bayer mosaic: what its first sample is and which colour it holds beside green. X is that colour, Z the
-/// colour of the rows above and below.
+/// A row of a Bayer mosaic: what its first sample is and which colour it holds beside green, its row colour. The
+/// other colour is that of the rows above and below.
 ///
 ///     kGreenBlue  G B G B      kGreenRed  G R G R      kBlueGreen  B G B G      kRedGreen  R G R G
 enum RowKind : unsigned { kGreenBlue, kGreenRed, kBlueGreen, kRedGreen, kRowKindCount };
@@ -49,31 +49,32 @@ using Run = void (*)(uint8_t* dst, const uint8_t* src, size_t count);
 /// As Run, for 16-bit samples w: each becomes the low 8 bits of w >> shift; 0 <= shift < 32.
 using ShiftedRun = void (*)(uint8_t* dst, const uint8_t* src, size_t count, uint32_t shift);
 
-/// Columns 1 to width - 2 of one Bayer row, all samples 8 bits. Reads `width` samples of each of the three rows and
-/// writes the pixels of those columns; dst is pixel 0 of the row. Nothing for a width below 3. In the first and last
-/// row of a picture both `above` and `below` are the one row that exists.
+/// EveryOtherByte 1 to width - 2 of one Bayer row, all samples 8 bits. Reads `width` samples of each of the three rows
+/// and writes the pixels of those columns; dst is pixel 0 of the row. Nothing for a width below 3. In the first and
+/// last row of a picture both `above` and `below` are the one row that exists.
 using BayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8_t* row, const uint8_t* below, size_t width);
 
 /// As BayerRow with 16-bit samples: means at full depth, then shifted; 0 <= shift < 32, sums of it modulo 32.
 using ShiftedBayerRow = void (*)(uint8_t* dst, const uint8_t* above, const uint8_t* row, const uint8_t* below,
                                  size_t width, uint32_t shift);
 
-/// Columns that ACPI takes at a time; even, so that every strip starts with the same colours.
+/// EveryOtherByte that ACPI takes at a time; even, so that every strip starts with the same colours.
 inline constexpr size_t kAcpiStripColumns = 4096;
 static_assert(kAcpiStripColumns % 2 == 0);
 
 /// One row of a strip as ACPI works on it: pairs of columns, the green site and the red or blue site of a pair apart.
 /// A row that starts with green has its green sites in even columns, every other row in odd ones.
 ///
-///     columns   first-2 first-1 | first first+1 | ...         green sites     clear[i]
-///     pair             0        |       1       | ...         X sites         sample[i], green[i], twice[i]
+///     columns   first-2 first-1 | first first+1 | ...         green sites           greenSample[i]
+///     pair             0        |       1       | ...         row-colour sites      sample[i], green[i],
+///     doubledMinusGreen[i]
 struct AcpiLine {
     static constexpr size_t kPairs = kAcpiStripColumns / 2 + 2;
 
-    alignas(64) int16_t clear[kPairs];   ///< sample at the green site; read of the line that is converted
-    alignas(64) int16_t sample[kPairs];  ///< sample at the X site
-    alignas(64) int16_t green[kPairs];   ///< green found there
-    alignas(64) int16_t twice[kPairs];   ///< 2 * sample - green
+    alignas(64) int16_t greenSample[kPairs];  ///< sample at the green site; read only of the line that is converted
+    alignas(64) int16_t sample[kPairs];       ///< sample at the row-colour site
+    alignas(64) int16_t green[kPairs];        ///< green found there
+    alignas(64) int16_t doubledMinusGreen[kPairs];  ///< 2 * sample - green
 };
 
 /// ACPI, first step: pairs [from, to) of a line of the interior. rows[2] is the row at the first column of pair 0,

@@ -15,7 +15,7 @@ namespace {
 constexpr uint32_t kWidth = 70;
 constexpr uint32_t kHeight = 6;
 
-bool AgreesWithModel(const Reference::Converter& converter) {
+bool AgreesWithReference(const Reference::Converter& converter) {
     static uint8_t src[kWidth * kHeight * 6];
     static uint8_t dst[kWidth * kHeight * 4];
     static uint8_t expected[kWidth * kHeight * 4];
@@ -45,7 +45,7 @@ bool AgreesWithModel(const Reference::Converter& converter) {
     g_earlyFindings.getter = GetBGRAConverter(PIXEL_FORMAT_BAYER_RG8, 1) == &ConvByrRG8ToBGRA;
     PrepareLUT();
     for (const Reference::Converter& converter : Reference::Converters()) {
-        g_earlyFindings.converters += AgreesWithModel(converter) ? 1u : 0u;
+        g_earlyFindings.converters += AgreesWithReference(converter) ? 1u : 0u;
     }
     g_earlyFindings.reversal =
         ReverseImg(pixel, &grey, PIXEL_FORMAT_MONO8, 1, 1, 1, 1) == UTL_STS_SUCCESS && pixel[0] == 7;

@@ -12,7 +12,7 @@ struct EarlyFindings {
     bool queries;         ///< the dictionary answered
     bool getter;          ///< a converter was handed out
     bool reversal;        ///< a frame was turned
-    uint32_t converters;  ///< that agreed with the model
+    uint32_t converters;  ///< that agreed with the reference
 };
 
 extern EarlyFindings g_earlyFindings;

@@ -106,7 +106,7 @@ TEST(SharedObject, InstructionSetObjectsHoldNoWeakSymbols) {
     std::istringstream objects(OBJECTS);
     uint32_t examined = 0;
     for (std::string object; std::getline(objects, object, '|');) {
-        // The plain kernels are code for every processor; sharing theirs does no harm.
+        // The scalar kernels are code for every processor; sharing theirs does no harm.
         if (object.find("/Isa") == std::string::npos || object.find("/IsaScalar") != std::string::npos) {
             continue;
         }

@@ -6,8 +6,8 @@
 // allocate nothing at all.
 #include <new>
 
+#include "FaultSupport.h"
 #include "Interposed.h"
-#include "Witness.h"
 
 using namespace Faults;
 
@@ -15,9 +15,9 @@ namespace {
 
 class AllocationFaults : public testing::TestWithParam<Writer> {
   protected:
-    Folder folder_;
-    const std::string path_ = folder_.File("file");
-    const ByteVector picture_ = Noise(64);
+    Folder m_folder;
+    const std::string m_path = m_folder.File("file");
+    const ByteVector m_picture = Noise(64);
 };
 
 TEST_P(AllocationFaults, WriterReportsEveryOne) {
@@ -28,7 +28,7 @@ TEST_P(AllocationFaults, WriterReportsEveryOne) {
         UtlStatus status = 0;
         {
             const Fault fault({.allocations = n});
-            status = GetParam().save(picture_.data(), 4, 4, path_.c_str());
+            status = GetParam().save(m_picture.data(), 4, 4, m_path.c_str());
         }
         ASSERT_EQ(LiveBlocks(), blocks);
         ASSERT_EQ(OpenDescriptors(), descriptors);
@@ -38,10 +38,10 @@ TEST_P(AllocationFaults, WriterReportsEveryOne) {
         }
         ++refused;
         EXPECT_EQ(status, UTL_STS_FILE_IO_ERROR) << "allocation " << n;
-        EXPECT_TRUE(ReadWhole(path_).empty());
+        EXPECT_TRUE(ReadWhole(m_path).empty());
     }
     EXPECT_GT(refused, 0u);
-    EXPECT_EQ(ReadWhole(path_).size(), GetParam().FileBytes(4, 4));
+    EXPECT_EQ(ReadWhole(m_path).size(), GetParam().FileBytes(4, 4));
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryWriter, AllocationFaults, testing::ValuesIn(kWriters), NameOfWriter);

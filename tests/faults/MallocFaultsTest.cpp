@@ -5,7 +5,7 @@
 // sends the library's calls of malloc to the function below.
 #include <cstring>
 
-#include "Witness.h"
+#include "FaultSupport.h"
 
 using namespace Faults;
 
@@ -36,7 +36,7 @@ namespace {
 class MallocFaults : public testing::Test {
   protected:
     void SetUp() override {
-        ASSERT_EQ(SaveRWH(frame_.data(), PIXEL_FORMAT_MONO16, 5, 3, path_.c_str()), UTL_STS_SUCCESS);
+        ASSERT_EQ(SaveRWH(m_frame.data(), PIXEL_FORMAT_MONO16, 5, 3, m_path.c_str()), UTL_STS_SUCCESS);
         requests = 0;
         lastSize = 0;
     }
@@ -45,17 +45,17 @@ class MallocFaults : public testing::Test {
         const uint32_t words[4] = {PIXEL_FORMAT_MONO8, 1, height, rowSize};
         ByteVector file(sizeof words);
         std::memcpy(file.data(), words, sizeof words);
-        WriteWhole(path_, file);
+        WriteWhole(m_path, file);
     }
 
     UtlStatus Load(uint8_t** frame) {
-        return LoadRWH(path_.c_str(), frame, &words_[0], &words_[1], &words_[2], &words_[3]);
+        return LoadRWH(m_path.c_str(), frame, &m_words[0], &m_words[1], &m_words[2], &m_words[3]);
     }
 
-    Folder folder_;
-    const std::string path_ = folder_.File("frame.rwh");
-    const ByteVector frame_ = Noise(30);
-    uint32_t words_[4] = {};
+    Folder m_folder;
+    const std::string m_path = m_folder.File("frame.rwh");
+    const ByteVector m_frame = Noise(30);
+    uint32_t m_words[4] = {};
 };
 
 TEST_F(MallocFaults, RefusalIsAReadErrorAndLeavesTheFrameNull) {
@@ -67,8 +67,8 @@ TEST_F(MallocFaults, RefusalIsAReadErrorAndLeavesTheFrameNull) {
     EXPECT_EQ(status, UTL_STS_FILE_READ_ERROR);
     EXPECT_EQ(frame, nullptr);
     EXPECT_EQ(requests, 1);
-    EXPECT_EQ(words_[1], 5u);  // the header was read before
-    EXPECT_EQ(words_[3], 10u);
+    EXPECT_EQ(m_words[1], 5u);  // the header was read before
+    EXPECT_EQ(m_words[3], 10u);
     EXPECT_EQ(OpenDescriptors(), descriptors);
 }
 
@@ -77,7 +77,7 @@ TEST_F(MallocFaults, TakesExactlyTheDataSizeOnce) {
     ASSERT_EQ(Load(&frame), UTL_STS_SUCCESS);
     EXPECT_EQ(requests, 1);
     EXPECT_EQ(lastSize, 30u);
-    EXPECT_EQ(ByteVector(frame, frame + 30), frame_);
+    EXPECT_EQ(ByteVector(frame, frame + 30), m_frame);
     std::free(frame);
 }
 
@@ -107,9 +107,9 @@ TEST_F(MallocFaults, NotAskedForTheCallersBlockOrTheHeaderAlone) {
     ByteVector block(30);
     uint8_t* frame = block.data();
     ASSERT_EQ(Load(&frame), UTL_STS_SUCCESS);
-    EXPECT_EQ(block, frame_);
+    EXPECT_EQ(block, m_frame);
     ASSERT_EQ(Load(nullptr), UTL_STS_SUCCESS);
-    ASSERT_EQ(LoadRWH(folder_.File("missing").c_str(), &frame, nullptr, nullptr, nullptr, nullptr),
+    ASSERT_EQ(LoadRWH(m_folder.File("missing").c_str(), &frame, nullptr, nullptr, nullptr, nullptr),
               UTL_STS_FILE_OPEN_ERROR);
     EXPECT_EQ(requests, 0);
 }

@@ -8,8 +8,8 @@
 
 #include <cerrno>
 
+#include "FaultSupport.h"
 #include "Interposed.h"
-#include "Witness.h"
 
 using namespace Faults;
 
@@ -37,29 +37,29 @@ void ExpectSavesFail(const char* path) {
 class OpenFaults : public testing::Test {
   protected:
     void SetUp() override {
-        descriptors_ = OpenDescriptors();
-        blocks_ = LiveBlocks();
+        m_descriptors = OpenDescriptors();
+        m_blocks = LiveBlocks();
     }
-    void TearDown() override { EXPECT_EQ(OpenDescriptors(), descriptors_); }
+    void TearDown() override { EXPECT_EQ(OpenDescriptors(), m_descriptors); }
 
-    Folder folder_;
-    long descriptors_ = 0;
-    int64_t blocks_ = 0;
+    Folder m_folder;
+    long m_descriptors = 0;
+    int64_t m_blocks = 0;
 };
 
 TEST_F(OpenFaults, NullPath) {
     ExpectLoadFails(nullptr);
     ExpectSavesFail(nullptr);
-    EXPECT_EQ(LiveBlocks(), blocks_);
+    EXPECT_EQ(LiveBlocks(), m_blocks);
 }
 
 TEST_F(OpenFaults, PathsThatNameNoFile) {
-    const std::string file = folder_.File("file");
-    const std::string loop = folder_.File("loop");
+    const std::string file = m_folder.File("file");
+    const std::string loop = m_folder.File("loop");
     WriteWhole(file, {1, 2, 3});
     std::filesystem::create_symlink(loop, loop);
-    const std::string paths[] = {"", folder_.File("missing/file"), file + "/below", folder_.File(std::string(300, 'n')),
-                                 loop};
+    const std::string paths[] = {"", m_folder.File("missing/file"), file + "/below",
+                                 m_folder.File(std::string(300, 'n')), loop};
     for (const std::string& path : paths) {
         ExpectLoadFails(path.c_str());
         ExpectSavesFail(path.c_str());
@@ -68,13 +68,13 @@ TEST_F(OpenFaults, PathsThatNameNoFile) {
 }
 
 TEST_F(OpenFaults, MissingFileIsNotMadeByLoading) {
-    const std::string path = folder_.File("missing");
+    const std::string path = m_folder.File("missing");
     ExpectLoadFails(path.c_str());
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST_F(OpenFaults, FolderAndRunningProgramCannotBeWritten) {
-    ExpectSavesFail(folder_.Path().c_str());
+    ExpectSavesFail(m_folder.Path().c_str());
     const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
     const auto size = std::filesystem::file_size(program);
     ExpectSavesFail(program.c_str());
@@ -85,7 +85,7 @@ TEST_F(OpenFaults, NoDescriptorLeft) {
 #ifdef VEXACAMUTL_SANITIZED
     GTEST_SKIP() << "the sanitizer's check of an object's type opens a pipe, so it needs descriptors itself";
 #endif
-    const std::string path = folder_.File("file");
+    const std::string path = m_folder.File("file");
     WriteWhole(path, Noise(16));
     rlimit usual = {};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &usual), 0);
@@ -98,7 +98,7 @@ TEST_F(OpenFaults, NoDescriptorLeft) {
 }
 
 TEST_F(OpenFaults, NoPermission) {
-    const std::string path = folder_.File("file");
+    const std::string path = m_folder.File("file");
     WriteWhole(path, Noise(16));
     ASSERT_EQ(::chmod(path.c_str(), 0), 0);
     const pid_t child = ::fork();
@@ -116,7 +116,7 @@ TEST_F(OpenFaults, NoPermission) {
 }
 
 TEST_F(OpenFaults, EveryErrorOfTheSystem) {
-    const std::string path = folder_.File("file");
+    const std::string path = m_folder.File("file");
     WriteWhole(path, Noise(16));
     for (const int error : {EINTR, ENOMEM, ENFILE, EIO, ENOSPC, EDQUOT, EROFS, EOVERFLOW, ENXIO, ETXTBSY, ENODEV}) {
         const Fault fault({.openError = error});
@@ -128,7 +128,7 @@ TEST_F(OpenFaults, EveryErrorOfTheSystem) {
 }
 
 TEST_F(OpenFaults, NullPictureTouchesNoFile) {
-    const std::string path = folder_.File("file");
+    const std::string path = m_folder.File("file");
     WriteWhole(path, Noise(16));
     const Fault fault({});
     for (const Writer& writer : kWriters) {

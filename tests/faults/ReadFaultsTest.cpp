@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "FaultSupport.h"
 #include "Interposed.h"
-#include "Witness.h"
 
 using namespace Faults;
 
@@ -34,40 +34,40 @@ class ReadFaults : public testing::Test {
   protected:
     /// Loads into a block of the caller's that is filled before.
     UtlStatus Load() {
-        block_.assign(kDataBytes, kFill);
-        uint8_t* frame = block_.data();
+        m_block.assign(kDataBytes, kFill);
+        uint8_t* frame = m_block.data();
         const UtlStatus status =
-            LoadRWH(path_.c_str(), &frame, &got_.words[0], &got_.words[1], &got_.words[2], &got_.words[3]);
-        EXPECT_EQ(frame, block_.data());
+            LoadRWH(m_path.c_str(), &frame, &m_got.words[0], &m_got.words[1], &m_got.words[2], &m_got.words[3]);
+        EXPECT_EQ(frame, m_block.data());
         return status;
     }
 
     /// The first `readable` bytes of the file came through and nothing else.
     void ExpectLoaded(size_t readable) {
         Header header = {};
-        std::memcpy(&header, complete_.data(), std::min(readable, kHeaderBytes));
+        std::memcpy(&header, m_complete.data(), std::min(readable, kHeaderBytes));
         for (int word = 0; word < 4; ++word) {
-            EXPECT_EQ(got_.words[word], header.words[word]);
+            EXPECT_EQ(m_got.words[word], header.words[word]);
         }
         ByteVector expected(kDataBytes, kFill);
         if (readable > kHeaderBytes) {
-            std::memcpy(expected.data(), complete_.data() + kHeaderBytes, readable - kHeaderBytes);
+            std::memcpy(expected.data(), m_complete.data() + kHeaderBytes, readable - kHeaderBytes);
         }
-        EXPECT_EQ(block_, expected);
+        EXPECT_EQ(m_block, expected);
     }
 
-    Folder folder_;
-    const std::string path_ = folder_.File("frame.rwh");
-    const ByteVector complete_ = FileWith({{PIXEL_FORMAT_MONO12, kWidth, kHeight, kRowSize}}, kDataBytes);
-    ByteVector block_;
-    Header got_ = {};
+    Folder m_folder;
+    const std::string m_path = m_folder.File("frame.rwh");
+    const ByteVector m_complete = FileWith({{PIXEL_FORMAT_MONO12, kWidth, kHeight, kRowSize}}, kDataBytes);
+    ByteVector m_block;
+    Header m_got = {};
 };
 
 TEST_F(ReadFaults, FileOfEveryLength) {
     const long descriptors = OpenDescriptors();
-    block_.resize(kDataBytes);
-    for (size_t length = 0; length <= complete_.size(); ++length) {
-        WriteWhole(path_, {complete_.begin(), complete_.begin() + static_cast<ptrdiff_t>(length)});
+    m_block.resize(kDataBytes);
+    for (size_t length = 0; length <= m_complete.size(); ++length) {
+        WriteWhole(m_path, {m_complete.begin(), m_complete.begin() + static_cast<ptrdiff_t>(length)});
         const int64_t blocks = LiveBlocks();
         ASSERT_EQ(Load(), UTL_STS_SUCCESS) << length;
         ASSERT_EQ(LiveBlocks(), blocks);
@@ -77,17 +77,17 @@ TEST_F(ReadFaults, FileOfEveryLength) {
 }
 
 TEST_F(ReadFaults, LongFileGivesOnlyWhatTheHeaderSays) {
-    ByteVector file = complete_;
+    ByteVector file = m_complete;
     file.resize(file.size() + 20000, 0xEE);
-    WriteWhole(path_, file);
+    WriteWhole(m_path, file);
     ASSERT_EQ(Load(), UTL_STS_SUCCESS);
-    ExpectLoaded(complete_.size());
+    ExpectLoaded(m_complete.size());
 }
 
 TEST_F(ReadFaults, ReadingFailsAtEveryByte) {
-    WriteWhole(path_, complete_);
+    WriteWhole(m_path, m_complete);
     const long descriptors = OpenDescriptors();
-    for (size_t readable = 0; readable < complete_.size(); ++readable) {
+    for (size_t readable = 0; readable < m_complete.size(); ++readable) {
         UtlStatus status = 0;
         {
             const Fault fault({.readError = readable});
@@ -98,13 +98,13 @@ TEST_F(ReadFaults, ReadingFailsAtEveryByte) {
         ASSERT_EQ(OpenDescriptors(), descriptors);
         // A failed read may drop what came with earlier calls of it, but never more than that.
         for (size_t i = 0; i < kDataBytes; ++i) {
-            ASSERT_TRUE(block_[i] == kFill || block_[i] == complete_[kHeaderBytes + i]);
+            ASSERT_TRUE(m_block[i] == kFill || m_block[i] == m_complete[kHeaderBytes + i]);
         }
     }
 }
 
 TEST_F(ReadFaults, ShortAndInterruptedReadsAreContinued) {
-    WriteWhole(path_, complete_);
+    WriteWhole(m_path, m_complete);
     for (const size_t bytes : {size_t{1}, size_t{7}, size_t{4096}}) {
         for (const bool interrupt : {false, true}) {
             UtlStatus status = 0;
@@ -114,13 +114,13 @@ TEST_F(ReadFaults, ShortAndInterruptedReadsAreContinued) {
             }
             ASSERT_EQ(status, UTL_STS_SUCCESS);
             ASSERT_EQ(Fault::Seen().faultsHit > 0, interrupt);
-            ExpectLoaded(complete_.size());
+            ExpectLoaded(m_complete.size());
         }
     }
 }
 
 TEST_F(ReadFaults, FailedCloseIsNotReported) {
-    WriteWhole(path_, complete_);
+    WriteWhole(m_path, m_complete);
     UtlStatus status = 0;
     {
         const Fault fault({.closeFails = true});
@@ -128,36 +128,36 @@ TEST_F(ReadFaults, FailedCloseIsNotReported) {
     }
     EXPECT_EQ(status, UTL_STS_SUCCESS);
     EXPECT_EQ(Fault::Seen().faultsHit, 1u);
-    ExpectLoaded(complete_.size());
+    ExpectLoaded(m_complete.size());
 }
 
 TEST_F(ReadFaults, RowSizeThatContradictsTheFormatIsBelieved) {
     const Header lying = {{PIXEL_FORMAT_MONO8, 1000000, 10, 3}};
-    WriteWhole(path_, FileWith(lying, 30));
+    WriteWhole(m_path, FileWith(lying, 30));
     uint8_t* frame = nullptr;
-    ASSERT_EQ(LoadRWH(path_.c_str(), &frame, nullptr, nullptr, nullptr, nullptr), UTL_STS_SUCCESS);
+    ASSERT_EQ(LoadRWH(m_path.c_str(), &frame, nullptr, nullptr, nullptr, nullptr), UTL_STS_SUCCESS);
     ASSERT_NE(frame, nullptr);
-    const ByteVector file = ReadWhole(path_);
+    const ByteVector file = ReadWhole(m_path);
     EXPECT_EQ(ByteVector(frame, frame + 30), ByteVector(file.begin() + kHeaderBytes, file.end()));
     std::free(frame);
 }
 
 TEST_F(ReadFaults, HeaderOnlyQueryOfAHugeFrameAllocatesNothing) {
-    WriteWhole(path_, FileWith({{PIXEL_FORMAT_MONO8, 0xFFFFFFFFu, 1, 0xFFFFFFFFu}}, 4));
+    WriteWhole(m_path, FileWith({{PIXEL_FORMAT_MONO8, 0xFFFFFFFFu, 1, 0xFFFFFFFFu}}, 4));
     uint32_t rowSize = 0;
-    ASSERT_EQ(LoadRWH(path_.c_str(), nullptr, nullptr, nullptr, nullptr, &rowSize), UTL_STS_SUCCESS);
+    ASSERT_EQ(LoadRWH(m_path.c_str(), nullptr, nullptr, nullptr, nullptr, &rowSize), UTL_STS_SUCCESS);
     EXPECT_EQ(rowSize, 0xFFFFFFFFu);
 }
 
 TEST_F(ReadFaults, SizeThatWrapsReadsOnlyTheWrappedBytes) {
     // 0x20000001 rows of 8 bytes are 2^32 + 8 bytes, which wraps to 8.
-    WriteWhole(path_, FileWith({{PIXEL_FORMAT_MONO8, 8, 0x20000001u, 8}}, 100));
-    block_.assign(100, kFill);
-    uint8_t* frame = block_.data();
-    ASSERT_EQ(LoadRWH(path_.c_str(), &frame, nullptr, nullptr, nullptr, nullptr), UTL_STS_SUCCESS);
-    const ByteVector file = ReadWhole(path_);
-    for (size_t i = 0; i < block_.size(); ++i) {
-        EXPECT_EQ(block_[i], i < 8 ? file[kHeaderBytes + i] : kFill);
+    WriteWhole(m_path, FileWith({{PIXEL_FORMAT_MONO8, 8, 0x20000001u, 8}}, 100));
+    m_block.assign(100, kFill);
+    uint8_t* frame = m_block.data();
+    ASSERT_EQ(LoadRWH(m_path.c_str(), &frame, nullptr, nullptr, nullptr, nullptr), UTL_STS_SUCCESS);
+    const ByteVector file = ReadWhole(m_path);
+    for (size_t i = 0; i < m_block.size(); ++i) {
+        EXPECT_EQ(m_block[i], i < 8 ? file[kHeaderBytes + i] : kFill);
     }
 }
 

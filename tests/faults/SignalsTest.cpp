@@ -12,7 +12,7 @@
 #include <cstring>
 #include <fstream>
 
-#include "Witness.h"
+#include "FaultSupport.h"
 
 using namespace Faults;
 
@@ -34,19 +34,19 @@ void Pause() {
 class Signals : public testing::Test {
   protected:
     void SetUp() override {
-        ASSERT_EQ(::mkfifo(fifo_.c_str(), 0600), 0);
-        descriptors_ = OpenDescriptors();
+        ASSERT_EQ(::mkfifo(m_fifo.c_str(), 0600), 0);
+        m_descriptors = OpenDescriptors();
         struct sigaction action = {};
         action.sa_handler = CountSignal;  // without SA_RESTART: calls are interrupted
         ASSERT_EQ(::sigaction(SIGUSR1, &action, nullptr), 0);
     }
 
-    void TearDown() override { EXPECT_EQ(OpenDescriptors(), descriptors_); }
+    void TearDown() override { EXPECT_EQ(OpenDescriptors(), m_descriptors); }
 
-    Folder folder_;
-    const std::string fifo_ = folder_.File("fifo");
-    const ByteVector picture_ = Noise(size_t{kWidth} * kHeight * 4);
-    long descriptors_ = 0;
+    Folder m_folder;
+    const std::string m_fifo = m_folder.File("fifo");
+    const ByteVector m_picture = Noise(size_t{kWidth} * kHeight * 4);
+    long m_descriptors = 0;
 };
 
 /// Arguments of the threads that get cancelled, and what they did before.
@@ -99,11 +99,11 @@ void* RunLoad(void* argument) {
 
 TEST_F(Signals, InterruptedWritesLoseNothing) {
     for (const Writer& writer : kWriters) {
-        const std::string plain = folder_.File("plain");
-        ASSERT_EQ(writer.save(picture_.data(), kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
+        const std::string plain = m_folder.File("plain");
+        ASSERT_EQ(writer.save(m_picture.data(), kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
         signalsHandled = 0;
-        const int in = ::open(fifo_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        Job job = {&writer, &picture_, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
+        const int in = ::open(m_fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        Job job = {&writer, &m_picture, m_fifo.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
         pthread_t thread = {};
         ASSERT_EQ(::pthread_create(&thread, nullptr, RunWriter, &job), 0);
         ByteVector received;
@@ -124,13 +124,13 @@ TEST_F(Signals, InterruptedWritesLoseNothing) {
 }
 
 TEST_F(Signals, InterruptedReadsLoseNothing) {
-    const std::string plain = folder_.File("plain");
-    ASSERT_EQ(SaveRWH(picture_.data(), PIXEL_FORMAT_MONO8, kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
+    const std::string plain = m_folder.File("plain");
+    ASSERT_EQ(SaveRWH(m_picture.data(), PIXEL_FORMAT_MONO8, kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
     const ByteVector file = ReadWhole(plain);
-    Job job = {nullptr, nullptr, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
+    Job job = {nullptr, nullptr, m_fifo.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
     pthread_t thread = {};
     ASSERT_EQ(::pthread_create(&thread, nullptr, RunLoad, &job), 0);
-    const int out = ::open(fifo_.c_str(), O_WRONLY | O_CLOEXEC);
+    const int out = ::open(m_fifo.c_str(), O_WRONLY | O_CLOEXEC);
     for (size_t at = 0; at < file.size();) {
         const ssize_t sent = ::write(out, file.data() + at, std::min<size_t>(30000, file.size() - at));
         ASSERT_GT(sent, 0);
@@ -144,7 +144,7 @@ TEST_F(Signals, InterruptedReadsLoseNothing) {
     ASSERT_EQ(::pthread_join(thread, nullptr), 0);
     EXPECT_EQ(job.status, UTL_STS_SUCCESS);
     ASSERT_NE(job.frame, nullptr);
-    EXPECT_EQ(std::memcmp(job.frame, picture_.data(), size_t{kWidth} * kHeight), 0);
+    EXPECT_EQ(std::memcmp(job.frame, m_picture.data(), size_t{kWidth} * kHeight), 0);
     std::free(job.frame);
 }
 
@@ -153,8 +153,8 @@ TEST_F(Signals, ThreadCancelledInAWriteUnwindsAndClosesTheFile) {
     GTEST_SKIP() << "the runtime of g++ takes frames that a cancellation has unwound for live ones";
 #endif
     for (const Writer& writer : kWriters) {
-        const int in = ::open(fifo_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        Job job = {&writer, &picture_, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
+        const int in = ::open(m_fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        Job job = {&writer, &m_picture, m_fifo.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
         pthread_t thread = {};
         ASSERT_EQ(::pthread_create(&thread, nullptr, RunWriter, &job), 0);
         LetItBlock(job, in);
@@ -185,9 +185,9 @@ TEST_F(Signals, ThreadCancelledWhileItClosesTheFileUnwinds) {
 #endif
     for (const Writer& writer : kWriters) {
         // A file of one row is held back until it is closed.
-        const int both = ::open(fifo_.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+        const int both = ::open(m_fifo.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
         Fill(both);
-        Job job = {&writer, &picture_, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER, 1};
+        Job job = {&writer, &m_picture, m_fifo.c_str(), nullptr, UTL_STS_INVALID_PARAMETER, 1};
         pthread_t thread = {};
         ASSERT_EQ(::pthread_create(&thread, nullptr, RunWriter, &job), 0);
         LetItBlock(job, both);
@@ -204,13 +204,13 @@ TEST_F(Signals, ThreadCancelledWhileItClosesTheFileUnwinds) {
 
 TEST_F(Signals, ThreadCancelledInAReadUnwindsAndClosesTheFile) {
     for (const size_t sent : {size_t{0}, size_t{16}, size_t{5000}}) {
-        const std::string plain = folder_.File("plain");
-        ASSERT_EQ(SaveRWH(picture_.data(), PIXEL_FORMAT_MONO8, kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
+        const std::string plain = m_folder.File("plain");
+        ASSERT_EQ(SaveRWH(m_picture.data(), PIXEL_FORMAT_MONO8, kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
         const ByteVector file = ReadWhole(plain);
-        Job job = {nullptr, nullptr, fifo_.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
+        Job job = {nullptr, nullptr, m_fifo.c_str(), nullptr, UTL_STS_INVALID_PARAMETER};
         pthread_t thread = {};
         ASSERT_EQ(::pthread_create(&thread, nullptr, RunLoad, &job), 0);
-        const int out = ::open(fifo_.c_str(), O_WRONLY | O_CLOEXEC);
+        const int out = ::open(m_fifo.c_str(), O_WRONLY | O_CLOEXEC);
         ASSERT_EQ(::write(out, file.data(), sent), static_cast<ssize_t>(sent));
         LetItBlock(job, out);
         ASSERT_EQ(::pthread_cancel(thread), 0);

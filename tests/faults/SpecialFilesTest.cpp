@@ -6,7 +6,7 @@
 #include <cstring>
 #include <thread>
 
-#include "Witness.h"
+#include "FaultSupport.h"
 
 using namespace Faults;
 
@@ -17,18 +17,18 @@ constexpr uint32_t kHeight = 400;  // larger than a FIFO holds
 
 class SpecialFiles : public testing::Test {
   protected:
-    void SetUp() override { descriptors_ = OpenDescriptors(); }
-    void TearDown() override { EXPECT_EQ(OpenDescriptors(), descriptors_); }
+    void SetUp() override { m_descriptors = OpenDescriptors(); }
+    void TearDown() override { EXPECT_EQ(OpenDescriptors(), m_descriptors); }
 
     std::string MakeFifo() {
-        std::string path = folder_.File("fifo");
+        std::string path = m_folder.File("fifo");
         EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
         return path;
     }
 
-    Folder folder_;
-    const ByteVector picture_ = Noise(size_t{kWidth} * kHeight * 4);
-    long descriptors_ = 0;
+    Folder m_folder;
+    const ByteVector m_picture = Noise(size_t{kWidth} * kHeight * 4);
+    long m_descriptors = 0;
 };
 
 /// Everything that comes out of a FIFO until its last writer is gone.
@@ -47,24 +47,24 @@ TEST_F(SpecialFiles, FolderOpensForReadingAndReadsAsNothing) {
     uint8_t block[4] = {1, 2, 3, 4};
     uint8_t* frame = block;
     uint32_t words[4] = {9, 9, 9, 9};
-    EXPECT_EQ(LoadRWH(folder_.Path().c_str(), &frame, &words[0], &words[1], &words[2], &words[3]), UTL_STS_SUCCESS);
+    EXPECT_EQ(LoadRWH(m_folder.Path().c_str(), &frame, &words[0], &words[1], &words[2], &words[3]), UTL_STS_SUCCESS);
     for (const uint32_t word : words) {
         EXPECT_EQ(word, 0u);
     }
     EXPECT_EQ(block[0], 1);
     frame = nullptr;
-    EXPECT_EQ(LoadRWH(folder_.Path().c_str(), &frame, nullptr, nullptr, nullptr, nullptr), UTL_STS_SUCCESS);
+    EXPECT_EQ(LoadRWH(m_folder.Path().c_str(), &frame, nullptr, nullptr, nullptr, nullptr), UTL_STS_SUCCESS);
     std::free(frame);
 }
 
 TEST_F(SpecialFiles, FifoCarriesTheWholeFile) {
     const std::string fifo = MakeFifo();
     for (const Writer& writer : kWriters) {
-        const std::string plain = folder_.File("plain");
-        ASSERT_EQ(writer.save(picture_.data(), kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
+        const std::string plain = m_folder.File("plain");
+        ASSERT_EQ(writer.save(m_picture.data(), kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
         ByteVector received;
         std::thread reader([&] { received = Drain(fifo); });
-        EXPECT_EQ(writer.save(picture_.data(), kWidth, kHeight, fifo.c_str()), UTL_STS_SUCCESS);
+        EXPECT_EQ(writer.save(m_picture.data(), kWidth, kHeight, fifo.c_str()), UTL_STS_SUCCESS);
         reader.join();
         EXPECT_EQ(received, ReadWhole(plain)) << writer.name;
     }
@@ -72,8 +72,8 @@ TEST_F(SpecialFiles, FifoCarriesTheWholeFile) {
 
 TEST_F(SpecialFiles, LoadingFromAFifoThatComesInPieces) {
     const std::string fifo = MakeFifo();
-    const std::string plain = folder_.File("plain");
-    ASSERT_EQ(SaveRWH(picture_.data(), PIXEL_FORMAT_MONO8, kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
+    const std::string plain = m_folder.File("plain");
+    ASSERT_EQ(SaveRWH(m_picture.data(), PIXEL_FORMAT_MONO8, kWidth, kHeight, plain.c_str()), UTL_STS_SUCCESS);
     const ByteVector file = ReadWhole(plain);
     std::thread writer([&] {
         const int out = ::open(fifo.c_str(), O_WRONLY | O_CLOEXEC);
@@ -89,7 +89,7 @@ TEST_F(SpecialFiles, LoadingFromAFifoThatComesInPieces) {
     writer.join();
     EXPECT_EQ(height, kHeight);
     ASSERT_NE(frame, nullptr);
-    EXPECT_EQ(std::memcmp(frame, picture_.data(), size_t{kWidth} * kHeight), 0);
+    EXPECT_EQ(std::memcmp(frame, m_picture.data(), size_t{kWidth} * kHeight), 0);
     std::free(frame);
 }
 
@@ -103,16 +103,16 @@ TEST_F(SpecialFiles, ReaderOfAFifoThatGoesAwayIsNotReported) {
             EXPECT_GT(::read(in, few, sizeof few), 0);
             ::close(in);
         });
-        EXPECT_EQ(writer.save(picture_.data(), kWidth, kHeight, fifo.c_str()), UTL_STS_SUCCESS) << writer.name;
+        EXPECT_EQ(writer.save(m_picture.data(), kWidth, kHeight, fifo.c_str()), UTL_STS_SUCCESS) << writer.name;
         reader.join();
     }
 }
 
 TEST_F(SpecialFiles, LinksAreFollowed) {
-    const std::string file = folder_.File("file");
-    const std::string link = folder_.File("link");
+    const std::string file = m_folder.File("file");
+    const std::string link = m_folder.File("link");
     std::filesystem::create_symlink("file", link);
-    ASSERT_EQ(SaveRWH(picture_.data(), PIXEL_FORMAT_MONO8, 3, 2, link.c_str()), UTL_STS_SUCCESS);
+    ASSERT_EQ(SaveRWH(m_picture.data(), PIXEL_FORMAT_MONO8, 3, 2, link.c_str()), UTL_STS_SUCCESS);
     EXPECT_EQ(ReadWhole(file).size(), 22u);
     EXPECT_TRUE(std::filesystem::is_symlink(link));
 }
@@ -127,7 +127,7 @@ TEST_F(SpecialFiles, EmptyDeviceReadsAsAnEmptyFile) {
 
 TEST_F(SpecialFiles, LyingHeaderOfAlmostFourGibibytes) {
     // Where the system grants the block, it is left as it came; where not, the frame stays null.
-    const std::string path = folder_.File("lying.rwh");
+    const std::string path = m_folder.File("lying.rwh");
     const uint32_t words[4] = {PIXEL_FORMAT_MONO8, 1, 1, 0xFFFFFFFFu};
     ByteVector file(sizeof words + 4, 0x77);
     std::memcpy(file.data(), words, sizeof words);

@@ -10,8 +10,8 @@
 
 #include <csignal>
 
+#include "FaultSupport.h"
 #include "Interposed.h"
-#include "Witness.h"
 
 using namespace Faults;
 
@@ -27,12 +27,12 @@ constexpr PictureSize kLarge = {9001, 3};
 class WriteFaults : public testing::TestWithParam<Writer> {
   protected:
     UtlStatus Save(PictureSize size) {
-        return GetParam().save(picture_.data(), size.width, size.height, path_.c_str());
+        return GetParam().save(m_picture.data(), size.width, size.height, m_path.c_str());
     }
 
     ByteVector Complete(PictureSize size) {
         EXPECT_EQ(Save(size), UTL_STS_SUCCESS);
-        ByteVector complete = ReadWhole(path_);
+        ByteVector complete = ReadWhole(m_path);
         EXPECT_EQ(complete.size(), GetParam().FileBytes(size.width, size.height));
         return complete;
     }
@@ -53,12 +53,12 @@ class WriteFaults : public testing::TestWithParam<Writer> {
 
     void ExpectBeginning(const ByteVector& complete, size_t size) {
         const ByteVector beginning(complete.begin(), complete.begin() + static_cast<ptrdiff_t>(size));
-        ASSERT_EQ(ReadWhole(path_), beginning) << "of " << size << " bytes";
+        ASSERT_EQ(ReadWhole(m_path), beginning) << "of " << size << " bytes";
     }
 
-    Folder folder_;
-    const std::string path_ = folder_.File("picture");
-    const ByteVector picture_ = Noise(size_t{kLarge.width} * kLarge.height * 4);
+    Folder m_folder;
+    const std::string m_path = m_folder.File("picture");
+    const ByteVector m_picture = Noise(size_t{kLarge.width} * kLarge.height * 4);
 };
 
 TEST_P(WriteFaults, DiskFillsUpAtEveryByteOfASmallFile) {
@@ -93,7 +93,7 @@ TEST_P(WriteFaults, DiskRefusesEveryWriteThatDoesNotFitAsAWhole) {
     for (size_t room = 0; room < complete.size(); room += 1021) {
         SaveUnder({.diskBytes = room, .wholeWritesOnly = true}, kLarge);
         ASSERT_GT(Fault::Seen().faultsHit, 0u);
-        const ByteVector written = ReadWhole(path_);
+        const ByteVector written = ReadWhole(m_path);
         ASSERT_LE(written.size(), room);
         ExpectBeginning(complete, written.size());
     }
@@ -116,7 +116,7 @@ TEST_P(WriteFaults, FileSizeLimitStopsItAtEveryByte) {
 
 TEST_P(WriteFaults, DeviceWithoutRoom) {
     const long descriptors = OpenDescriptors();
-    EXPECT_EQ(GetParam().save(picture_.data(), kLarge.width, kLarge.height, "/dev/full"), UTL_STS_SUCCESS);
+    EXPECT_EQ(GetParam().save(m_picture.data(), kLarge.width, kLarge.height, "/dev/full"), UTL_STS_SUCCESS);
     EXPECT_EQ(OpenDescriptors(), descriptors);
 }
 
@@ -148,9 +148,9 @@ TEST_P(WriteFaults, FailedCloseIsNotReported) {
 }
 
 TEST_P(WriteFaults, FullDiskLeavesNothingOfAnOldFile) {
-    WriteWhole(path_, Noise(5000));
+    WriteWhole(m_path, Noise(5000));
     SaveUnder({.diskBytes = 0}, kSmall);
-    EXPECT_TRUE(ReadWhole(path_).empty());
+    EXPECT_TRUE(ReadWhole(m_path).empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryWriter, WriteFaults, testing::ValuesIn(kWriters), NameOfWriter);

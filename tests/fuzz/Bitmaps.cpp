@@ -25,13 +25,13 @@ constexpr Variant kVariants[] = {
 
 class BitmapReader {
   public:
-    explicit BitmapReader(std::vector<uint8_t> file) : file_(std::move(file)) {}
+    explicit BitmapReader(std::vector<uint8_t> file) : m_file(std::move(file)) {}
 
     uint64_t Field(size_t offset, size_t size) const {
-        Fuzz::Require(offset + size <= file_.size(), "the header is complete");
+        Fuzz::Require(offset + size <= m_file.size(), "the header is complete");
         uint64_t value = 0;
         for (size_t i = size; i-- > 0;) {
-            value = value << 8 | file_[offset + i];
+            value = value << 8 | m_file[offset + i];
         }
         return value;
     }
@@ -47,17 +47,17 @@ class BitmapReader {
     }
 
     void ExpectRow(size_t offset, const uint8_t* row, size_t rowBytes, size_t paddedBytes) const {
-        Fuzz::Require(offset + paddedBytes <= file_.size(), "the row is complete");
-        Fuzz::Require(std::memcmp(file_.data() + offset, row, rowBytes) == 0, "the pixels of a row");
+        Fuzz::Require(offset + paddedBytes <= m_file.size(), "the row is complete");
+        Fuzz::Require(std::memcmp(m_file.data() + offset, row, rowBytes) == 0, "the pixels of a row");
         for (size_t i = rowBytes; i < paddedBytes; ++i) {
-            Fuzz::Require(file_[offset + i] == 0, "padding is zero");
+            Fuzz::Require(m_file[offset + i] == 0, "padding is zero");
         }
     }
 
-    size_t Size() const { return file_.size(); }
+    size_t Size() const { return m_file.size(); }
 
   private:
-    std::vector<uint8_t> file_;
+    std::vector<uint8_t> m_file;
 };
 
 void CheckHeader(const BitmapReader& reader, uint32_t width, uint32_t height, uint32_t pixelBytes, size_t imageBytes) {

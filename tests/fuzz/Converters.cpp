@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Every converter on every kernel table that this processor can run, against the slow model, with buffers of exactly
+// Every converter on every kernel table that this processor can run, against the reference, with buffers of exactly
 // the bytes that it may touch.
 #include <algorithm>
 #include <span>
@@ -18,7 +18,7 @@ namespace {
 constexpr uint32_t kMostPixels = 6000;
 
 const Vexa::Kernels::KernelTable* ChooseTable(uint32_t choice) {
-    const auto tables = Vexa::Kernels::Tables();
+    const auto tables = Vexa::Kernels::KernelTables();
     const auto* table = tables[choice % tables.size()];
     return Vexa::Kernels::CanRun(*table, Vexa::Kernels::DetectProcessor()) ? table : tables[0];
 }

@@ -17,14 +17,14 @@ namespace Fuzz {
 
 class Input {
   public:
-    Input(const uint8_t* bytes, size_t size) : bytes_(bytes), left_(size) {}
+    Input(const uint8_t* bytes, size_t size) : m_bytes(bytes), m_left(size) {}
 
     uint8_t Byte() {
-        if (left_ == 0) {
+        if (m_left == 0) {
             return 0;
         }
-        --left_;
-        return *bytes_++;
+        --m_left;
+        return *m_bytes++;
     }
 
     uint32_t Word() {
@@ -53,32 +53,32 @@ class Input {
 
     void Fill(uint8_t* data, size_t size) {
         uint8_t twist = 0;
-        for (size_t at = 0; at < size && left_ > 0; ++twist) {
-            for (size_t i = 0; i < left_ && at < size; ++i) {
-                data[at++] = static_cast<uint8_t>(bytes_[i] ^ twist);
+        for (size_t at = 0; at < size && m_left > 0; ++twist) {
+            for (size_t i = 0; i < m_left && at < size; ++i) {
+                data[at++] = static_cast<uint8_t>(m_bytes[i] ^ twist);
             }
         }
-        std::memset(data, 0, left_ == 0 ? size : 0);
+        std::memset(data, 0, m_left == 0 ? size : 0);
     }
 
-    const uint8_t* Rest() const { return bytes_; }
-    size_t Left() const { return left_; }
+    const uint8_t* Rest() const { return m_bytes; }
+    size_t Left() const { return m_left; }
 
   private:
-    const uint8_t* bytes_;
-    size_t left_;
+    const uint8_t* m_bytes;
+    size_t m_left;
 };
 
 /// A heap block of exactly the size that is asked for, its first byte `offset` bytes into the block; the address
 /// sanitizer watches its end and, without an offset, its beginning.
 class ExactBlock {
   public:
-    ExactBlock(size_t size, size_t offset) : block_(new uint8_t[size + offset]), data_(block_.get() + offset) {}
-    uint8_t* Data() { return data_; }
+    ExactBlock(size_t size, size_t offset) : m_block(new uint8_t[size + offset]), m_data(m_block.get() + offset) {}
+    uint8_t* Data() { return m_data; }
 
   private:
-    std::unique_ptr<uint8_t[]> block_;
-    uint8_t* data_;
+    std::unique_ptr<uint8_t[]> m_block;
+    uint8_t* m_data;
 };
 
 /// Ends the program where a result is wrong; the fuzzer keeps the input.

@@ -16,28 +16,28 @@ namespace Fuzz {
 
 class MemoryFile {
   public:
-    MemoryFile() : descriptor_(::memfd_create("fuzz", MFD_CLOEXEC)) {
-        Require(descriptor_ >= 0, "memory file");
-        path_ = "/proc/self/fd/" + std::to_string(descriptor_);
+    MemoryFile() : m_descriptor(::memfd_create("fuzz", MFD_CLOEXEC)) {
+        Require(m_descriptor >= 0, "memory file");
+        m_path = "/proc/self/fd/" + std::to_string(m_descriptor);
     }
 
-    const char* Path() const { return path_.c_str(); }
+    const char* Path() const { return m_path.c_str(); }
 
     std::vector<uint8_t> Content() const {
-        std::vector<uint8_t> content(static_cast<size_t>(::lseek(descriptor_, 0, SEEK_END)));
-        Require(::pread(descriptor_, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()),
+        std::vector<uint8_t> content(static_cast<size_t>(::lseek(m_descriptor, 0, SEEK_END)));
+        Require(::pread(m_descriptor, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()),
                 "reading back");
         return content;
     }
 
     void Replace(const uint8_t* bytes, size_t size) const {
-        Require(::ftruncate(descriptor_, 0) == 0, "cutting");
-        Require(::pwrite(descriptor_, bytes, size, 0) == static_cast<ssize_t>(size), "writing");
+        Require(::ftruncate(m_descriptor, 0) == 0, "cutting");
+        Require(::pwrite(m_descriptor, bytes, size, 0) == static_cast<ssize_t>(size), "writing");
     }
 
   private:
-    int descriptor_;
-    std::string path_;
+    int m_descriptor;
+    std::string m_path;
 };
 
 }  // namespace Fuzz

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// ReverseImg in every format, mode and size on every kernel table that this processor can run, against the slow model;
+// ReverseImg in every format, mode and size on every kernel table that this processor can run, against the reference;
 // and with any other code, which has to be refused with nothing written.
 #include <algorithm>
 #include <span>
@@ -28,7 +28,7 @@ void CheckRefusal(PixelFormat format, uint8_t mirror, uint8_t upsideDown) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     Fuzz::Input input(bytes, size);
-    const auto tables = Vexa::Kernels::Tables();
+    const auto tables = Vexa::Kernels::KernelTables();
     const auto* table = tables[input.Byte() % tables.size()];
     Vexa::s_psKernels = Vexa::Kernels::CanRun(*table, Vexa::Kernels::DetectProcessor()) ? table : tables[0];
     const uint8_t mirror = input.Byte() % 3;

@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "Failure.h"
-#include "input/FrameSource.h"
 #include "FuzzInput.h"
-#include "input/Sidecar.h"
 #include "formats/Unpack.h"
+#include "input/FrameSource.h"
+#include "input/Sidecar.h"
 
 using namespace VexaTool;
 
@@ -36,17 +36,17 @@ void Attempt(Work work) {
 /// Names in a folder of this process; what they name is written by Put.
 class Folder {
   public:
-    Folder() { Fuzz::Require(::mkdtemp(path_.data()) != nullptr, "folder"); }
+    Folder() { Fuzz::Require(::mkdtemp(m_path.data()) != nullptr, "folder"); }
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
     ~Folder() {
         for (const char* name : {"frame.raw", "frame.txt", "frame.rwh"}) {
             ::unlink(File(name).c_str());
         }
-        ::rmdir(path_.c_str());
+        ::rmdir(m_path.c_str());
     }
 
-    std::string File(const char* name) const { return path_ + "/" + name; }
+    std::string File(const char* name) const { return m_path + "/" + name; }
     void Put(const char* name, const uint8_t* bytes, size_t size) const {
         std::FILE* file = std::fopen(File(name).c_str(), "wb");
         Fuzz::Require(file != nullptr && std::fwrite(bytes, 1, size, file) == size, "writing");
@@ -54,7 +54,7 @@ class Folder {
     }
 
   private:
-    std::string path_ = "/tmp/vexafuzzXXXXXX";
+    std::string m_path = "/tmp/vexafuzzXXXXXX";
 };
 
 const Folder& TheFolder() {

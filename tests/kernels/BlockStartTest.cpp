@@ -13,7 +13,7 @@
 namespace Vexa::Kernels {
 namespace {
 
-constexpr const KernelTable& kNarrower = kScalarTable;
+constexpr const KernelTable& kFallback = kScalarTable;
 
 #include "kernels/vector/Sse.inc"
 

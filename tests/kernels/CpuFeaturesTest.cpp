@@ -18,8 +18,8 @@ namespace {
 using namespace Vexa::Kernels;
 
 size_t Rung(const KernelTable& table) {
-    for (size_t i = 0; i < Tables().size(); ++i) {
-        if (Tables()[i] == &table) {
+    for (size_t i = 0; i < KernelTables().size(); ++i) {
+        if (KernelTables()[i] == &table) {
             return i;
         }
     }
@@ -32,7 +32,7 @@ size_t Best(const Processor& processor) {
 }
 
 TEST(ProcessorChoice, ThePlainTableIsFirstAndAlwaysRuns) {
-    EXPECT_EQ(Tables().front(), &kScalarTable);
+    EXPECT_EQ(KernelTables().front(), &kScalarTable);
     EXPECT_TRUE(CanRun(kScalarTable, {}));
     EXPECT_TRUE(CanRun(kScalarTable, {~0u, ~0u, ~0u, ~0u}));
 }
@@ -49,8 +49,8 @@ TEST(ProcessorChoice, TheBestTableIsTheLastThatCanRun) {
         const auto word = [&random] { return static_cast<uint32_t>(random.Next() | random.Next() | random.Next()); };
         const Processor processor = {word(), word(), word(), word()};
         const size_t best = Best(processor);
-        for (size_t rung = 0; rung < Tables().size(); ++rung) {
-            ASSERT_EQ(CanRun(*Tables()[rung], processor), rung <= best);
+        for (size_t rung = 0; rung < KernelTables().size(); ++rung) {
+            ASSERT_EQ(CanRun(*KernelTables()[rung], processor), rung <= best);
         }
     }
 }
@@ -64,7 +64,7 @@ TEST(ProcessorChoice, TheLibraryUsesTheBestTableOfThisProcessor) {
 }
 
 TEST(ProcessorChoice, EveryEntryOfEveryTableIsFilled) {
-    for (const KernelTable* table : Tables()) {
+    for (const KernelTable* table : KernelTables()) {
         // Entries are pointers behind the name; none may be null.
         const auto* entries = reinterpret_cast<void* const*>(table);
         for (size_t i = 0; i < sizeof(KernelTable) / sizeof(void*); ++i) {

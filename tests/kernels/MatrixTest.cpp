@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Every converter against the slow model, for every kernel table: all small even sizes (66 is a 64-byte vector and a
+// Every converter against the reference, for every kernel table: all small even sizes (66 is a 64-byte vector and a
 // tail), odd sizes, frames wider than a strip, every count of a run, every shift, every alignment. Each comparison
 // takes in the whole destination, with two fills, between forbidden pages.
 #include "TableTest.h"
 
 namespace {
 
-using Reference::Against;
 using Reference::Converter;
+using Reference::GuardSide;
 using Reference::Pattern;
 
 constexpr uint32_t kPatternCount = static_cast<uint32_t>(Pattern::kCount);
@@ -21,10 +21,10 @@ class Matrix : public TableTest {
     void CompareBoth(const Converter& converter, uint32_t width, uint32_t height, uint32_t shift) {
         const uint32_t turn = width / 2 * 5 + height / 2 * 3 + width % 2 + height % 2;
         const bool backFirst = (width / 2 + height / 2) % 2 == 0;
-        Compare(converter, {width, height, Pattern::kRandom, 0x55, backFirst ? Against::kBack : Against::kFront, shift,
-                            uint64_t{width} * 100 + height});
+        Compare(converter, {width, height, Pattern::kRandom, 0x55, backFirst ? GuardSide::kBack : GuardSide::kFront,
+                            shift, uint64_t{width} * 100 + height});
         Compare(converter, {width, height, static_cast<Pattern>(1 + turn % (kPatternCount - 1)), 0xAA,
-                            backFirst ? Against::kFront : Against::kBack, shift, uint64_t{width} * 100 + height});
+                            backFirst ? GuardSide::kFront : GuardSide::kBack, shift, uint64_t{width} * 100 + height});
     }
 
     void CompareBoth(const Converter& converter, uint32_t width, uint32_t height) {
@@ -98,9 +98,10 @@ TEST_P(Matrix, EveryPattern) {
         for (const auto [width, height] : kSizes) {
             for (uint32_t pattern = 0; pattern < kPatternCount; ++pattern) {
                 for (uint64_t seed = 0; seed < 4; ++seed) {
-                    Compare(converter, {width, height, static_cast<Pattern>(pattern),
-                                        static_cast<uint8_t>(seed % 2 == 0 ? 0x55 : 0xAA),
-                                        seed < 2 ? Against::kBack : Against::kFront, converter.DefaultShift(), seed});
+                    Compare(converter,
+                            {width, height, static_cast<Pattern>(pattern),
+                             static_cast<uint8_t>(seed % 2 == 0 ? 0x55 : 0xAA),
+                             seed < 2 ? GuardSide::kBack : GuardSide::kFront, converter.DefaultShift(), seed});
                 }
             }
         }
@@ -136,7 +137,7 @@ TEST_P(Matrix, ShortRunsToEveryAddress) {
               97u, 111u, 127u, 128u, 129u, 130u, 140u, 160u, 177u, 191u, 192u, 193u, 200u, 255u, 256u, 257u}) {
             const size_t sourceBytes = converter.SourceBytes(count, 1);
             const size_t destinationBytes = converter.DestinationBytes(count, 1);
-            for (const Against side : {Against::kFront, Against::kBack}) {
+            for (const GuardSide side : {GuardSide::kFront, GuardSide::kBack}) {
                 uint8_t* src = m_source.Block(sourceBytes, side, 0);
                 Reference::FillPattern(src, sourceBytes / converter.SampleBytes(), count, converter.SampleBytes(),
                                        converter.depth, Pattern::kRandom, count);
@@ -144,7 +145,7 @@ TEST_P(Matrix, ShortRunsToEveryAddress) {
                     const size_t blockBytes = destinationBytes + offset;
                     expected.assign(blockBytes, 0x55);
                     Reference::Convert(converter, expected.data() + offset, src, count, 1);
-                    uint8_t* block = m_destination.Block(blockBytes, Against::kFront, 0x55);
+                    uint8_t* block = m_destination.Block(blockBytes, GuardSide::kFront, 0x55);
                     ASSERT_EQ(converter.Call(block + offset, src, count, 1), UTL_STS_SUCCESS);
                     ASSERT_TRUE(m_destination.MarginIsIntact()) << converter.name << " count " << count;
                     ASSERT_EQ(std::memcmp(block, expected.data(), blockBytes), 0)

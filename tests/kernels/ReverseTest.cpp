@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// ReverseImg against the slow model for every kernel table: every format and mode, every width around the vector
+// ReverseImg against the reference for every kernel table: every format and mode, every width around the vector
 // sizes, whole buffers between forbidden pages, every alignment.
 #include "TableTest.h"
 
 namespace {
 
-using Reference::Against;
+using Reference::GuardSide;
 
 class Reversal : public TableTest {
   protected:
-    void Compare(PixelFormat format, uint32_t width, uint32_t height, uint32_t mode, uint8_t fill, Against side) {
+    void Compare(PixelFormat format, uint32_t width, uint32_t height, uint32_t mode, uint8_t fill, GuardSide side) {
         const bool mirror = (mode & 1) != 0;
         const bool upsideDown = (mode & 2) != 0;
         const size_t bytes = Reference::FrameBytes(format, width, height);
@@ -29,8 +29,8 @@ class Reversal : public TableTest {
     void CompareAllModes(PixelFormat format, uint32_t width, uint32_t height) {
         for (uint32_t mode = 0; mode < 4; ++mode) {
             const bool turn = (width + height) % 2 == 0;
-            Compare(format, width, height, mode, 0x55, turn ? Against::kBack : Against::kFront);
-            Compare(format, width, height, mode, 0xAA, turn ? Against::kFront : Against::kBack);
+            Compare(format, width, height, mode, 0x55, turn ? GuardSide::kBack : GuardSide::kFront);
+            Compare(format, width, height, mode, 0xAA, turn ? GuardSide::kFront : GuardSide::kBack);
         }
     }
 };
@@ -63,12 +63,12 @@ TEST_P(Reversal, ShortRowsToEveryAddress) {
         for (uint32_t width = 1; width <= 264; width += width < 140 ? 1 : 4) {
             const size_t bytes = Reference::FrameBytes(format, width, 1);
             expected.assign(bytes, 0x55);
-            for (const Against side : {Against::kFront, Against::kBack}) {
+            for (const GuardSide side : {GuardSide::kFront, GuardSide::kBack}) {
                 uint8_t* src = m_source.Block(bytes, side, 0);
                 Reference::FillPattern(src, bytes, bytes, 1, 8, Reference::Pattern::kRandom, width);
                 Reference::Reverse(expected.data(), src, format, width, 1, true, false);
                 for (uint32_t offset = 0; offset < 64; ++offset) {
-                    uint8_t* block = m_destination.Block(bytes + offset, Against::kFront, 0x55);
+                    uint8_t* block = m_destination.Block(bytes + offset, GuardSide::kFront, 0x55);
                     ASSERT_EQ(ReverseImg(block + offset, src, format, width, 1, 1, 0), UTL_STS_SUCCESS);
                     ASSERT_TRUE(m_destination.MarginIsIntact());
                     ASSERT_TRUE(std::all_of(block, block + offset, [](uint8_t byte) { return byte == 0x55; }));

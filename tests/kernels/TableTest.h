@@ -3,7 +3,7 @@
 //
 // The fixture of all tests that run once for every kernel table: it makes the library use the table and puts the old
 // one back, and reports a table that this processor cannot run as skipped. It also holds the one comparison of a
-// converter with the slow model: whole buffers between forbidden pages.
+// converter with the reference: whole buffers between forbidden pages.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -35,7 +35,7 @@ struct Trial {
     uint32_t height;
     Reference::Pattern pattern = Reference::Pattern::kRandom;
     uint8_t fill = 0x55;
-    Reference::Against side = Reference::Against::kBack;
+    Reference::GuardSide side = Reference::GuardSide::kBack;
     uint32_t shift = 0;  ///< of workers
     uint64_t seed = 0;
 };
@@ -65,7 +65,7 @@ class TableTest : public testing::TestWithParam<const Vexa::Kernels::KernelTable
     }
     void TearDown() override { m_inUse.reset(); }
 
-    /// Runs the library and the model on the same frame and compares every byte, the margins included.
+    /// Runs the library and the reference on the same frame and compares every byte, the margins included.
     void Compare(const Reference::Converter& converter, const Trial& trial) {
         const size_t sourceBytes = converter.SourceBytes(trial.width, trial.height);
         const size_t destinationBytes = converter.DestinationBytes(trial.width, trial.height);
@@ -124,6 +124,7 @@ inline std::string TableName(const testing::TestParamInfo<const Vexa::Kernels::K
 }
 
 /// Instantiates a suite for every table that was compiled in.
-#define VEXA_FOR_ALL_TABLES(suite) \
-    INSTANTIATE_TEST_SUITE_P(      \
-        Tables, suite, testing::ValuesIn(Vexa::Kernels::Tables().begin(), Vexa::Kernels::Tables().end()), TableName)
+#define VEXA_FOR_ALL_TABLES(suite)                                                                                    \
+    INSTANTIATE_TEST_SUITE_P(                                                                                         \
+        Tables, suite, testing::ValuesIn(Vexa::Kernels::KernelTables().begin(), Vexa::Kernels::KernelTables().end()), \
+        TableName)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Prints Digests.inc, computed by the slow model only; the library takes no part. Run it after the corpus was changed:
+// Prints Digests.inc, computed by the reference only; the library takes no part. Run it after the corpus was changed:
 //
 //     cmake --build --preset dev --target write_digests && build/dev/tests/kernels/write_digests >
 //     tests/kernels/Digests.inc
@@ -14,7 +14,7 @@ int main() {
     std::puts("// SPDX-License-Identifier: MIT");
     std::puts("// Copyright (c) the Vexa camera utility library authors");
     std::puts("//");
-    std::puts("// What the slow model makes of the corpus; written by write_digests.");
+    std::puts("// What the reference makes of the corpus; written by write_digests.");
     std::puts("// clang-format off");
     for (const Reference::Converter& converter : Reference::Converters()) {
         const uint64_t digest = Corpus::DigestOf(

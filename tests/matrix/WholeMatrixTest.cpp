@@ -14,8 +14,8 @@
 
 namespace {
 
-using Reference::Against;
 using Reference::Converter;
+using Reference::GuardSide;
 using Reference::Pattern;
 using Vexa::Kernels::KernelTable;
 
@@ -41,7 +41,7 @@ class WholeMatrix : public testing::TestWithParam<std::tuple<const KernelTable*,
 
     /// Where a buffer lies; the offset keeps it off the page that it is laid against.
     struct Place {
-        Against side;
+        GuardSide side;
         size_t offset;
     };
 
@@ -54,7 +54,7 @@ class WholeMatrix : public testing::TestWithParam<std::tuple<const KernelTable*,
 
     static Placed Lay(Reference::GuardedArena& arena, size_t bytes, Place place, uint8_t fill) {
         uint8_t* block = arena.Block(bytes + place.offset, place.side, fill);
-        return {block, place.side == Against::kFront ? block + place.offset : block, bytes + place.offset};
+        return {block, place.side == GuardSide::kFront ? block + place.offset : block, bytes + place.offset};
     }
 
     /// Does nothing after the first difference, so that there are not thousands of reports.
@@ -75,22 +75,22 @@ class WholeMatrix : public testing::TestWithParam<std::tuple<const KernelTable*,
             Reference::IsFilled(end, static_cast<size_t>(destination.block + destination.bytes - end), frame.fill))
             << frame.converter.name << " " << frame.width << " x " << frame.height << " fill "
             << static_cast<int>(frame.fill) << ", status " << status << ", source "
-            << (sourcePlace.side == Against::kFront ? "front" : "back") << " + " << sourcePlace.offset
-            << ", destination " << (destinationPlace.side == Against::kFront ? "front" : "back") << " + "
+            << (sourcePlace.side == GuardSide::kFront ? "front" : "back") << " + " << sourcePlace.offset
+            << ", destination " << (destinationPlace.side == GuardSide::kFront ? "front" : "back") << " + "
             << destinationPlace.offset;
         ++m_comparisons;
     }
 
     void CompareAllPlaces(const Frame& frame) {
-        for (const Against source : {Against::kFront, Against::kBack}) {
-            for (const Against destination : {Against::kFront, Against::kBack}) {
+        for (const GuardSide source : {GuardSide::kFront, GuardSide::kBack}) {
+            for (const GuardSide destination : {GuardSide::kFront, GuardSide::kBack}) {
                 Compare(frame, {source, 0}, {destination, 0});
             }
         }
         // From frame to frame the two residues change, and not in step.
         m_residue = (m_residue + 1) % (kOffsets * kOffsets);
-        Compare(frame, {Against::kFront, m_residue % kOffsets},
-                {Against::kFront, m_residue * 37 / kOffsets % kOffsets});
+        Compare(frame, {GuardSide::kFront, m_residue % kOffsets},
+                {GuardSide::kFront, m_residue * 37 / kOffsets % kOffsets});
     }
 
     void CompareSize(const Converter& converter, uint32_t width, uint32_t height, Pattern pattern) {
@@ -147,8 +147,8 @@ std::string CaseName(const testing::TestParamInfo<WholeMatrix::ParamType>& param
 }
 
 INSTANTIATE_TEST_SUITE_P(Tables, WholeMatrix,
-                         testing::Combine(testing::ValuesIn(Vexa::Kernels::Tables().begin(),
-                                                            Vexa::Kernels::Tables().end()),
+                         testing::Combine(testing::ValuesIn(Vexa::Kernels::KernelTables().begin(),
+                                                            Vexa::Kernels::KernelTables().end()),
                                           testing::Range(0u, static_cast<uint32_t>(Pattern::kCount))),
                          CaseName);
 

@@ -4,8 +4,8 @@
 // The reduced suite: the shared object as it is, on whatever processor this runs, without a test framework.
 //
 //     digests      every converter over the fixed corpus, against the kept numbers
-//     sizes        every converter over widths around one vector of any instruction set, against the slow model
-//     reversal     every format and direction, against the slow model
+//     sizes        every converter over widths around one vector of any instruction set, against the reference
+//     reversal     every format and direction, against the reference
 //     files        a picture and a frame written and read back
 #include <cinttypes>
 #include <cstdio>

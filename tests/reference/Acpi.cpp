@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The model of the ACPI demosaic: pass 1 makes a plane of greens, pass 2 the reds and blues from it. Two pixels along
-// the border are plain means. The few values of single phases that depart from the common rules are decided in
+// The reference of the ACPI demosaic: pass 1 makes a plane of greens, pass 2 the reds and blues from it. Two pixels
+// along the border are plain means. The few values of single phases that depart from the common rules are decided in
 // functions of their own: LeftColumnBlueIsMeanOfGreens and its neighbours.
 //
 //     interior = rows 2 .. height - 3, columns 2 .. width - 3;  outer ring = first and last row and column

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The model of the default demosaic, 8 bits and more. A pixel keeps its own sample; a missing colour is the mean of
+// The reference of the default demosaic, 8 bits and more. A pixel keeps its own sample; a missing colour is the mean of
 // those nearest samples of that colour that lie in the picture, and the pixel's own sample where there are none.
 //
 //     edge neighbours  . x .     corners  x . x     beside  . . .     above and below  . x .

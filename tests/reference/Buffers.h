@@ -19,7 +19,7 @@
 
 namespace Reference {
 
-enum class Against { kFront, kBack };
+enum class GuardSide { kFront, kBack };
 
 /// Whether all `count` bytes hold `fill`: the first one does, and each is like the next.
 inline bool IsFilled(const uint8_t* bytes, size_t count, uint8_t fill) {
@@ -47,22 +47,22 @@ class GuardedArena {
     ~GuardedArena() { munmap(m_mapped, m_mappedBytes); }
 
     /// A block of `bytes` bytes, all of them and the margin beside it holding `fill`.
-    uint8_t* Block(size_t bytes, Against side, uint8_t fill) {
+    uint8_t* Block(size_t bytes, GuardSide side, uint8_t fill) {
         if (bytes + kMargin > m_capacity) {
             std::abort();
         }
         m_bytes = bytes;
         m_side = side;
         m_fill = fill;
-        uint8_t* block = side == Against::kFront ? m_begin : m_begin + m_capacity - bytes;
-        std::memset(side == Against::kFront ? block : block - kMargin, fill, bytes + kMargin);
+        uint8_t* block = side == GuardSide::kFront ? m_begin : m_begin + m_capacity - bytes;
+        std::memset(side == GuardSide::kFront ? block : block - kMargin, fill, bytes + kMargin);
         return block;
     }
 
     /// Whether the margin of the last block is as it was.
     bool MarginIsIntact() const {
         const uint8_t* margin =
-            m_side == Against::kFront ? m_begin + m_bytes : m_begin + m_capacity - m_bytes - kMargin;
+            m_side == GuardSide::kFront ? m_begin + m_bytes : m_begin + m_capacity - m_bytes - kMargin;
         return IsFilled(margin, kMargin, m_fill);
     }
 
@@ -74,7 +74,7 @@ class GuardedArena {
     uint8_t* m_begin = nullptr;
     size_t m_capacity = 0;
     size_t m_bytes = 0;
-    Against m_side = Against::kFront;
+    GuardSide m_side = GuardSide::kFront;
     uint8_t m_fill = 0;
 };
 

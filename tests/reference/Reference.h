@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The slow model: what every operation has to give, written as the shortest obvious code per pixel and sharing
+// The reference: what every operation has to give, written as the shortest obvious code per pixel and sharing
 // nothing with the library's sources. Tests, kernel comparisons and fuzz targets hold the library against it.
 //
 // A converter is described by one row of Converters(): its name, the exported function, and what it needs of its
-// buffers. Convert() is the model of that row; it writes exactly the bytes that the converter writes and leaves the
+// buffers. Convert() is the reference of that row; it writes exactly the bytes that the converter writes and leaves the
 // others alone, so comparing whole buffers also shows a byte that was written and should not have been.
 //
 //     const Reference::Converter& converter = Reference::Find("ConvByrRG8ToBGRA");
@@ -37,7 +37,7 @@ struct Converter {
     Family family;
     uint32_t pixelBytes;     ///< of a destination pixel: 4 (BGRA) or 3 (BGR)
     uint32_t depth;          ///< significant bits of a sample: 8, 10, 12, 16; workers 16
-    bool readsTables;        ///< refuses to run before PrepareLUT
+    bool readsLut;           ///< refuses to run before PrepareLUT
     Phase phase;             ///< of a Bayer converter
     uint32_t samples;        ///< samples a pixel of a grey (1) or packed-colour (3) converter
     bool redFirst;           ///< order of a packed-colour pixel
@@ -70,7 +70,7 @@ std::span<const Converter> Converters();
 /// The row of that name; ends the program when there is none.
 const Converter& Find(std::string_view name);
 
-/// The model of a converter with tables that are ready and pointers that are not null.
+/// The reference of a converter with tables that are ready and pointers that are not null.
 void Convert(const Converter& converter, uint8_t* dst, const uint8_t* src, uint32_t width, uint32_t height,
              uint32_t shift);
 void Convert(const Converter& converter, uint8_t* dst, const uint8_t* src, uint32_t width, uint32_t height);
@@ -97,7 +97,7 @@ std::span<const PixelFormat> ReversibleFormats();
 /// Bytes of a frame of such a format, all rows of the format's row size.
 size_t FrameBytes(PixelFormat format, uint32_t width, uint32_t height);
 
-/// The model of ReverseImg for a format that it serves.
+/// The reference of ReverseImg for a format that it serves.
 void Reverse(uint8_t* dst, const uint8_t* src, PixelFormat format, uint32_t width, uint32_t height, bool mirror,
              bool upsideDown);
 

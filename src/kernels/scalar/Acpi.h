@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The two steps of adaptive colour-plane interpolation (ACPI), plainly. Both weigh two directions by the difference
-// of the neighbours plus the size of a second difference, and follow the flatter one; the second difference, a
-// quarter of it, corrects the mean.
+// The two steps of adaptive colour-plane interpolation (ACPI), one pixel after another. Both weigh two directions by
+// the difference of the neighbours plus the size of a second difference, and follow the flatter one; the second
+// difference, a quarter of it, corrects the mean.
 //
-//     green at an X site      X . X . X     horizontal: the two g beside it and the X two columns away
-//                               . g .       vertical:   the two g above and below and the X two rows away
-//     Z at an X site          Z . Z         along either diagonal, with green's second difference
-//                             . X .
-//                             Z . Z
+//     green at a row-colour site   X . X . X     horizontal: the two g beside it and the X two columns away
+//                                    . g .       vertical:   the two g above and below and the X two rows away
+//     other colour Z there         Z . Z         along either diagonal, with green's second difference
+//                                  . X .
+//                                  Z . Z
 #pragma once
 
 #include <algorithm>
@@ -64,16 +64,16 @@ void AcpiGreen(AcpiLine* line, const uint8_t* const rows[5], size_t from, size_t
         const Direction across(site[-1], site[1], 2 * own - site[-2] - site[2]);
         const Direction down(rows[1][c], rows[3][c], 2 * own - rows[0][c] - rows[4][c]);
         const int green = static_cast<int>(ClampToByte(Follow(across, down)));
-        line->clear[i] = rows[2][2 * i + kGreenAt];
+        line->greenSample[i] = rows[2][2 * i + kGreenAt];
         line->sample[i] = static_cast<int16_t>(own);
         line->green[i] = static_cast<int16_t>(green);
-        line->twice[i] = static_cast<int16_t>(2 * own - green);
+        line->doubledMinusGreen[i] = static_cast<int16_t>(2 * own - green);
     }
 }
 
-/// The opposite colour at an X site: along the rising diagonal, the falling one, or both.
+/// The other colour at a row-colour site: along the rising diagonal, the falling one, or both.
 template <bool wrappingTie>
-uint32_t AcpiOpposite(const Direction& rising, const Direction& falling) {
+uint32_t AcpiOther(const Direction& rising, const Direction& falling) {
     if (wrappingTie && rising.gradient == falling.gradient) {
         return WrappingTie(rising, falling);
     }
@@ -85,29 +85,31 @@ void AcpiColour(uint8_t* dst, const AcpiLine* above, const AcpiLine* here, const
     constexpr size_t kGreenAt = kStartsWithGreen<kind> ? 0 : 1;
     for (size_t pair = 0; pair < count; ++pair) {
         const size_t i = pair + 1;
-        // The pairs of the nearest X sites to the left and right of the green site, and of the diagonals of the X site.
-        const size_t leftX = i - 1 + kGreenAt;
-        const size_t rightX = leftX + 1;
+        // The pairs of the row-colour sites left and right of the green site, and of the diagonals of the pair's own.
+        const size_t leftSite = i - 1 + kGreenAt;
+        const size_t rightSite = leftSite + 1;
         const size_t left = i - kGreenAt;
         const size_t right = left + 1;
 
-        const int clear = here->clear[i];
-        const uint32_t xAtGreen = ClampToByte((here->twice[leftX] + here->twice[rightX] + 2 * clear) >> 2);
-        const uint32_t zAtGreen = ClampToByte((above->twice[i] + below->twice[i] + 2 * clear) >> 2);
+        const int greenSample = here->greenSample[i];
+        const uint32_t rowColourAtGreen = ClampToByte(
+            (here->doubledMinusGreen[leftSite] + here->doubledMinusGreen[rightSite] + 2 * greenSample) >> 2);
+        const uint32_t otherAtGreen =
+            ClampToByte((above->doubledMinusGreen[i] + below->doubledMinusGreen[i] + 2 * greenSample) >> 2);
 
         const int green = here->green[i];
         const Direction rising(above->sample[right], below->sample[left],
                                2 * green - above->green[right] - below->green[left]);
         const Direction falling(above->sample[left], below->sample[right],
                                 2 * green - above->green[left] - below->green[right]);
-        const uint32_t x = static_cast<uint32_t>(here->sample[i]);
-        const uint32_t z = AcpiOpposite<wrappingTie>(rising, falling);
+        const uint32_t rowColour = static_cast<uint32_t>(here->sample[i]);
+        const uint32_t other = AcpiOther<wrappingTie>(rising, falling);
 
-        const auto asGreen = static_cast<uint32_t>(clear);
-        StorePixel<layout>(dst, 2 * pair + kGreenAt, kHoldsRed<kind> ? zAtGreen : xAtGreen, asGreen,
-                           kHoldsRed<kind> ? xAtGreen : zAtGreen);
-        StorePixel<layout>(dst, 2 * pair + 1 - kGreenAt, kHoldsRed<kind> ? z : x, static_cast<uint32_t>(green),
-                           kHoldsRed<kind> ? x : z);
+        const auto asGreen = static_cast<uint32_t>(greenSample);
+        StorePixel<layout>(dst, 2 * pair + kGreenAt, kHoldsRed<kind> ? otherAtGreen : rowColourAtGreen, asGreen,
+                           kHoldsRed<kind> ? rowColourAtGreen : otherAtGreen);
+        StorePixel<layout>(dst, 2 * pair + 1 - kGreenAt, kHoldsRed<kind> ? other : rowColour,
+                           static_cast<uint32_t>(green), kHoldsRed<kind> ? rowColour : other);
     }
 }
 

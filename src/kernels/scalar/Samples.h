@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Reading samples, storing pixels and reducing means to 8 bits, each rule once. Shared by the plain kernels and the
+// Reading samples, storing pixels and reducing means to 8 bits, each rule once. Shared by the scalar kernels and the
 // border code of the converters.
 #pragma once
 

@@ -34,7 +34,7 @@ void ExpectZeroTables() {
 void ExpectPictures() {
     const std::vector<uint8_t> source(40 * 8 * 6, 0x31);
     for (const Reference::Converter& converter : Reference::Converters()) {
-        if (converter.readsTables) {
+        if (converter.readsLut) {
             continue;
         }
         for (const uint32_t width : {2u, 6u, 40u}) {
@@ -50,7 +50,7 @@ void ExpectPictures() {
 void ExpectStatuses(bool prepared) {
     const std::vector<uint8_t> source(8 * 8 * 6, 0x31);
     for (const Reference::Converter& converter : Reference::Converters()) {
-        const bool refuses = converter.readsTables && !prepared;
+        const bool refuses = converter.readsLut && !prepared;
         const UtlStatus expected = refuses ? UTL_STS_NOT_INITIALIZED : UTL_STS_SUCCESS;
         std::vector<uint8_t> dst(8 * 8 * 4, 0x55);
         EXPECT_EQ(converter.Call(dst.data(), source.data(), 8, 8), expected) << converter.name;

@@ -44,8 +44,8 @@ TEST_F(Contract, EmptyPicturesAreASuccessThatWritesNothing) {
         for (const uint32_t size : {1u, 2u, 7u, 0x10000u, 0xFFFFFFFFu}) {
             Reference::GuardedArena source(0);
             Reference::GuardedArena destination(0);
-            uint8_t* src = source.Block(0, Reference::Against::kBack, 0x55);
-            uint8_t* dst = destination.Block(0, Reference::Against::kBack, 0x55);
+            uint8_t* src = source.Block(0, Reference::GuardSide::kBack, 0x55);
+            uint8_t* dst = destination.Block(0, Reference::GuardSide::kBack, 0x55);
             EXPECT_EQ(converter.Call(dst, src, size, 0), UTL_STS_SUCCESS) << converter.name;
             EXPECT_EQ(converter.Call(dst, src, 0, size), UTL_STS_SUCCESS) << converter.name;
             EXPECT_TRUE(destination.MarginIsIntact()) << converter.name;

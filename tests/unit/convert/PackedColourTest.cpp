@@ -51,8 +51,8 @@ TEST(PackedColour, ABlockCopyCountsItsBytesModulo2To32) {
     for (const auto& [width, height] : {std::pair{0x55555556u, 1u}, std::pair{1u, 0x55555556u}}) {
         Reference::GuardedArena source(2);
         Reference::GuardedArena destination(2);
-        uint8_t* src = source.Block(2, Reference::Against::kBack, 0x31);
-        uint8_t* dst = destination.Block(2, Reference::Against::kBack, 0x55);
+        uint8_t* src = source.Block(2, Reference::GuardSide::kBack, 0x31);
+        uint8_t* dst = destination.Block(2, Reference::GuardSide::kBack, 0x55);
         src[1] = 0x32;
         EXPECT_EQ(ConvBGR8PToBGR(dst, src, width, height), UTL_STS_SUCCESS);
         EXPECT_EQ(Bytes(dst, dst + 2), (Bytes{0x31, 0x32}));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Converts a small literal frame: source and destination lie against forbidden pages, and the slow model has to give
+// Converts a small literal frame: source and destination lie against forbidden pages, and the reference has to give
 // the same picture. What is returned is the destination, 0x55 where nothing was written.
 #pragma once
 
@@ -43,7 +43,7 @@ inline Bytes PictureOf(const Reference::Converter& converter, uint32_t width, ui
     Reference::GuardedArena destination(bytes);
     Bytes expected(bytes, 0x55);
     Bytes picture;
-    for (const Reference::Against side : {Reference::Against::kFront, Reference::Against::kBack}) {
+    for (const Reference::GuardSide side : {Reference::GuardSide::kFront, Reference::GuardSide::kBack}) {
         uint8_t* src = source.Block(frame.size(), side, 0);
         if (!frame.empty()) {
             std::memcpy(src, frame.data(), frame.size());

@@ -2,7 +2,7 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // Photographs cut into mosaics and demosaiced again, with the exact sums of squared errors that squared_errors.py
-// computes in NumPy; and camera frames through ConvImage against the slow model.
+// computes in NumPy; and camera frames through ConvImage against the reference.
 #include <png.h>
 
 #include <cmath>

@@ -6,7 +6,7 @@
     squared_errors.py PICTURE.png ...
 
 From each picture the four mosaics are cut and demosaiced again with whole-array arithmetic that
-shares nothing with the library or with the slow model of the tests; what is printed are the rows of
+shares nothing with the library or with the reference of the tests; what is printed are the rows of
 the table in RealFramesTest.cpp: picture, phase, errors of the default mode, errors of ACPI. Ten
 pixels along every border do not count.
 """

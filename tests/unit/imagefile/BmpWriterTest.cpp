@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Bitmap files byte for byte: literal headers, literal small pictures, and every small size against the slow model.
+// Bitmap files byte for byte: literal headers, literal small pictures, and every small size against the reference.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -143,10 +143,10 @@ TEST_F(BmpWriter, BytesBetweenRowsAreNotRead) {
         const uint32_t rowBytes = 5 * variant.bits / 8;
         // Two rows 300 bytes apart; the second one ends at a page that may not be read.
         Reference::GuardedArena arena(300 + rowBytes);
-        const uint8_t* picture = arena.Block(300 + rowBytes, Reference::Against::kBack, 0x44);
+        const uint8_t* picture = arena.Block(300 + rowBytes, Reference::GuardSide::kBack, 0x44);
         ASSERT_EQ(variant.writeWithStride(picture, 5, 2, 300, Path().c_str()), UTL_STS_SUCCESS);
         EXPECT_EQ(Read(Path()), Reference::BitmapFile(variant.bits, picture, 5, 2, 300));
-        const uint8_t* front = arena.Block(300 + rowBytes, Reference::Against::kFront, 0x44);
+        const uint8_t* front = arena.Block(300 + rowBytes, Reference::GuardSide::kFront, 0x44);
         ASSERT_EQ(variant.writeWithStride(front, 5, 2, 300, Path().c_str()), UTL_STS_SUCCESS);
         EXPECT_EQ(Read(Path()), Reference::BitmapFile(variant.bits, front, 5, 2, 300));
     }

@@ -19,8 +19,8 @@ Bytes Reversed(PixelFormat format, uint32_t width, uint32_t height, Mode mode, c
     EXPECT_EQ(frame.size(), Reference::FrameBytes(format, width, height));
     Reference::GuardedArena source(frame.size());
     Reference::GuardedArena destination(frame.size());
-    uint8_t* src = source.Block(frame.size(), Reference::Against::kBack, 0);
-    uint8_t* dst = destination.Block(frame.size(), Reference::Against::kBack, 0x55);
+    uint8_t* src = source.Block(frame.size(), Reference::GuardSide::kBack, 0);
+    uint8_t* dst = destination.Block(frame.size(), Reference::GuardSide::kBack, 0x55);
     std::copy(frame.begin(), frame.end(), src);
     const bool mirror = mode == kMirror || mode == kHalfTurn;
     const bool upsideDown = mode == kUpsideDown || mode == kHalfTurn;

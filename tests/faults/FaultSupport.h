@@ -30,17 +30,17 @@ class Folder {
   public:
     Folder() {
         std::string pattern = (std::filesystem::temp_directory_path() / "vexafaultsXXXXXX").string();
-        path_ = ::mkdtemp(pattern.data()) == nullptr ? std::string() : pattern;
+        m_path = ::mkdtemp(pattern.data()) == nullptr ? std::string() : pattern;
     }
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
-    ~Folder() { std::filesystem::remove_all(path_); }
+    ~Folder() { std::filesystem::remove_all(m_path); }
 
-    const std::string& Path() const { return path_; }
-    std::string File(const std::string& name) const { return path_ + "/" + name; }
+    const std::string& Path() const { return m_path; }
+    std::string File(const std::string& name) const { return m_path + "/" + name; }
 
   private:
-    std::string path_;
+    std::string m_path;
 };
 
 inline ByteVector ReadWhole(const std::string& path) {
