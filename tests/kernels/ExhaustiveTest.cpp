@@ -9,18 +9,10 @@ namespace {
 
 class Exhaustive : public TableTest {};
 
-/// Pixels of one U and one V with all Y, laid out for a YUV converter: 256 of them.
+/// Pixels of one U and one V with all Y: 256 of them.
 void FillTriples(const Reference::Converter& converter, std::vector<uint8_t>& src, uint8_t u, uint8_t v) {
-    static constexpr uint32_t kLuma[] = {1, 2, 4, 5};
-    const uint32_t groups = 256 / converter.groupPixels;
-    for (uint32_t g = 0; g < groups; ++g) {
-        uint8_t* group = src.data() + size_t{g} * converter.groupBytes;
-        group[0] = u;
-        group[converter.groupPixels == 4 ? 3 : 2] = v;
-        for (uint32_t k = 0; k < converter.groupPixels; ++k) {
-            const uint32_t at = converter.groupPixels == 4 ? kLuma[k] : 1 + 2 * k;
-            group[at] = static_cast<uint8_t>(g * converter.groupPixels + k);
-        }
+    for (uint32_t luma = 0; luma < 256; luma += converter.groupPixels) {
+        FillYuvGroup(converter, src.data() + size_t{luma / converter.groupPixels} * converter.groupBytes, u, v, luma);
     }
 }
 

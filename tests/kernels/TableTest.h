@@ -40,6 +40,16 @@ struct Trial {
     uint64_t seed = 0;
 };
 
+/// A YUV group of a converter's layout; its pixels have the lumas from `luma` on.
+inline void FillYuvGroup(const Reference::Converter& converter, uint8_t* group, uint8_t u, uint8_t v, uint32_t luma) {
+    static constexpr uint32_t kLuma411[] = {1, 2, 4, 5};
+    group[0] = u;
+    group[converter.groupPixels == 4 ? 3 : 2] = v;
+    for (uint32_t k = 0; k < converter.groupPixels; ++k) {
+        group[converter.groupPixels == 4 ? kLuma411[k] : 1 + 2 * k] = static_cast<uint8_t>(luma + k);
+    }
+}
+
 /// The table that the library uses as long as this lives.
 class TableInUse {
   public:

@@ -42,8 +42,7 @@ inline int EstimateOfBoth(const Direction& a, const Direction& b) {
 /// Required in rows with red of RG frames: a tie is rounded towards zero after adding one half and keeps its low
 /// 8 bits, where every other tie is rounded down and clamped.
 inline uint32_t WrappingTie(const Direction& a, const Direction& b) {
-    const double mean = (a.sum + b.sum) * 0.25 + (a.second + b.second) * 0.125;
-    return static_cast<uint32_t>(static_cast<int32_t>(mean + 0.5)) & 0xFFu;
+    return static_cast<uint32_t>((2 * (a.sum + b.sum) + a.second + b.second + 4) / 8) & 0xFFu;
 }
 
 /// The flatter direction, or both where they are equal.

@@ -13,9 +13,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cfenv>
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <set>
+#include <span>
 #include <utility>
 
 #include "catalogue/VexaCamUtl.h"
@@ -150,10 +154,16 @@ class ReadOnlyPages {
     }
     ReadOnlyPages(const ReadOnlyPages&) = delete;
     ReadOnlyPages& operator=(const ReadOnlyPages&) = delete;
-    ~ReadOnlyPages() { mprotect(m_pages, m_bytes, PROT_READ | PROT_WRITE); }
+    ~ReadOnlyPages() { Release(); }
+
+    bool Hold(const void* address) const {
+        const auto* byte = static_cast<const uint8_t*>(address);
+        return byte >= m_pages && byte < m_pages + m_bytes;
+    }
+    void Release() const { mprotect(m_pages, m_bytes, PROT_READ | PROT_WRITE); }
 
   private:
-    void* m_pages = nullptr;
+    uint8_t* m_pages = nullptr;
     size_t m_bytes = 0;
 };
 
@@ -166,6 +176,79 @@ TEST_F(LookupTables, ASecondCallWritesNothing) {
     const ReadOnlyPages redWords(Vexa::auiYV2R);
     const ReadOnlyPages blue(Vexa::aucYU2B);
     EXPECT_EQ(PrepareLUT(), UTL_STS_SUCCESS);
+}
+
+/// What the handler of the first write into each table finds.
+std::span<const ReadOnlyPages* const> s_watched;
+size_t s_firstWrites = 0;
+size_t s_firstWritesAfterReady = 0;
+
+void OnFirstWrite(int /*signal*/, siginfo_t* info, void* /*context*/) {
+    for (const ReadOnlyPages* pages : s_watched) {
+        if (pages->Hold(info->si_addr)) {
+            pages->Release();
+            ++s_firstWrites;
+            s_firstWritesAfterReady += Vexa::s_bLUTReady ? 1 : 0;
+            return;
+        }
+    }
+    std::abort();
+}
+
+template <class Entry, size_t count>
+void Clear(Entry (&table)[count]) {
+    std::fill(std::begin(table), std::end(table), Entry{0});
+}
+
+TEST_F(LookupTables, AreFullBeforeTheyAreAnnounced) {
+    Clear(Vexa::auiYUVC_UV);
+    Clear(Vexa::aucYUV2G);
+    Clear(Vexa::auiYUV2G);
+    Clear(Vexa::aucYV2R);
+    Clear(Vexa::auiYV2R);
+    Clear(Vexa::aucYU2B);
+    Vexa::s_bLUTReady = false;
+    const ReadOnlyPages rows(Vexa::auiYUVC_UV);
+    const ReadOnlyPages green(Vexa::aucYUV2G);
+    const ReadOnlyPages greenWords(Vexa::auiYUV2G);
+    const ReadOnlyPages red(Vexa::aucYV2R);
+    const ReadOnlyPages redWords(Vexa::auiYV2R);
+    const ReadOnlyPages blue(Vexa::aucYU2B);
+    const ReadOnlyPages* const watched[] = {&rows, &green, &greenWords, &red, &redWords, &blue};
+    s_watched = watched;
+    struct sigaction action = {};
+    struct sigaction before = {};
+    action.sa_sigaction = OnFirstWrite;
+    action.sa_flags = SA_SIGINFO;
+    ASSERT_EQ(sigaction(SIGSEGV, &action, &before), 0);
+    const UtlStatus status = PrepareLUT();
+    ASSERT_EQ(sigaction(SIGSEGV, &before, nullptr), 0);
+    EXPECT_EQ(status, UTL_STS_SUCCESS);
+    EXPECT_TRUE(Vexa::s_bLUTReady);
+    EXPECT_EQ(s_firstWrites, std::size(watched));
+    EXPECT_EQ(s_firstWritesAfterReady, 0u);
+}
+
+/// Tables that another rounding mode, or unmasked exceptions, could have changed.
+TEST_F(LookupTables, NoFloatingPointEnvironmentMatters) {
+    auto rows = std::make_unique<uint8_t[]>(sizeof Vexa::auiYUVC_UV);
+    auto red = std::make_unique<uint8_t[]>(sizeof Vexa::aucYV2R);
+    auto blue = std::make_unique<uint8_t[]>(sizeof Vexa::aucYU2B);
+    std::memcpy(rows.get(), Vexa::auiYUVC_UV, sizeof Vexa::auiYUVC_UV);
+    std::memcpy(red.get(), Vexa::aucYV2R, sizeof Vexa::aucYV2R);
+    std::memcpy(blue.get(), Vexa::aucYU2B, sizeof Vexa::aucYU2B);
+    std::fenv_t before;
+    std::fegetenv(&before);
+    for (const int mode : {FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO, FE_TONEAREST}) {
+        std::fesetround(mode);
+        feenableexcept(FE_ALL_EXCEPT);
+        const UtlStatus status = PrepareLUT();
+        std::fesetenv(&before);
+        EXPECT_EQ(status, UTL_STS_SUCCESS);
+        EXPECT_EQ(std::memcmp(rows.get(), Vexa::auiYUVC_UV, sizeof Vexa::auiYUVC_UV), 0) << mode;
+        EXPECT_EQ(std::memcmp(red.get(), Vexa::aucYV2R, sizeof Vexa::aucYV2R), 0) << mode;
+        EXPECT_EQ(std::memcmp(blue.get(), Vexa::aucYU2B, sizeof Vexa::aucYU2B), 0) << mode;
+    }
 }
 
 }  // namespace
