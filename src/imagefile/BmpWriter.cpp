@@ -14,6 +14,7 @@
 #include <bit>
 #include <cstring>
 #include <fstream>
+#include <memory>
 
 #include <VexaCamUtl.h>
 #include "convert/Contract.h"
@@ -117,38 +118,39 @@ BmpFileHeader MakeFileHeader(const Picture& picture, const BmpInfoHeader& info) 
     return header;
 }
 
-/// Small enough for the stack of any thread, large enough that the system calls no longer show.
+/// Large enough that the system calls no longer show; too large for the stack of a small thread.
 constexpr size_t kBlockBytes = 65536;
 
 /// Gathers what a file is made of into whole blocks. Written one by one, rows would each cost a system call and touch
 /// their first and last page of the file twice.
 class BlockWriter {
   public:
-    explicit BlockWriter(std::ofstream& file) : m_file(file) {}
+    explicit BlockWriter(std::ofstream& file)
+        : m_file(file), m_block(std::make_unique_for_overwrite<char[]>(kBlockBytes)) {}
 
     void Append(const void* bytes, size_t count) {
         const uint8_t* from = Bytes(bytes);
         while (count != 0) {
-            const size_t fitting = std::min(count, m_block.size() - m_used);
-            std::memcpy(m_block.data() + m_used, from, fitting);
+            const size_t fitting = std::min(count, kBlockBytes - m_used);
+            std::memcpy(m_block.get() + m_used, from, fitting);
             from += fitting;
             count -= fitting;
             m_used += fitting;
-            if (m_used == m_block.size()) {
+            if (m_used == kBlockBytes) {
                 Flush();
             }
         }
     }
 
     void Flush() {
-        m_file.write(m_block.data(), static_cast<std::streamsize>(m_used));
+        m_file.write(m_block.get(), static_cast<std::streamsize>(m_used));
         m_used = 0;
     }
 
   private:
     std::ofstream& m_file;
     size_t m_used = 0;
-    std::array<char, kBlockBytes> m_block;
+    std::unique_ptr<char[]> m_block;
 };
 
 void AppendRows(BlockWriter& writer, const Picture& picture) {
@@ -176,11 +178,11 @@ UtlStatus SaveBmp(const Picture& picture, const char* path) {
     const BmpFileHeader header = MakeFileHeader(picture, info);
     std::ofstream file;
     return GuardedFileWork(UTL_STS_FILE_IO_ERROR, [&] {
+        BlockWriter writer(file);  // before the file is opened: where memory is short, an old file stays as it is
         file.open(path, std::ios::out | std::ios::trunc | std::ios::binary);
         if (!file) {
             return UTL_STS_FILE_OPEN_ERROR;
         }
-        BlockWriter writer(file);
         writer.Append(&header, sizeof header);
         writer.Append(&info, sizeof info);
         if (picture.IsGrey()) {
