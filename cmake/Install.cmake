@@ -1,13 +1,14 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
 #
-# What `cmake --install` puts where, in six components:
+# What `cmake --install` puts where, in seven components:
 #
 #   library             libVexaCamUtl_64.so.1
 #   development         the link libVexaCamUtl_64.so, the header, the CMake package, vexacamutl.pc
 #   frames              libVexaCamFrames.so.0
 #   frames_development  its link, header and manual page, its part of the CMake package, vexacamframes.pc
 #   tool                the program vexacamutl with its man page and completions (installed by its own folder)
+#   gstreamer           the GStreamer plugin (installed by its own folder)
 #   python              the Python package, which needs no build
 #
 # Every path inside the installed files is relative to the file itself, so that the tree may be moved afterwards.

@@ -15,6 +15,9 @@ set(CPACK_COMPONENTS_ALL library development frames frames_development)
 if(VEXACAMUTL_BUILD_TOOL)
   list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
+if(TARGET gstvexacamutl)
+  list(APPEND CPACK_COMPONENTS_ALL gstreamer)
+endif()
 if(VEXACAMUTL_PYTHON_DIR)
   list(APPEND CPACK_COMPONENTS_ALL python)
 endif()
@@ -27,6 +30,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libvexacamutl-dev)
 set(CPACK_DEBIAN_FRAMES_PACKAGE_NAME libvexacamframes0)
 set(CPACK_DEBIAN_FRAMES_DEVELOPMENT_PACKAGE_NAME libvexacamframes-dev)
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vexacamutl-tools)
+set(CPACK_DEBIAN_GSTREAMER_PACKAGE_NAME gstreamer1.0-vexacamutl)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-vexacamutl)
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
@@ -34,6 +38,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_FRAMES_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_FRAMES_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_GSTREAMER_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 
@@ -66,6 +71,11 @@ set(CPACK_DEBIAN_TOOL_DESCRIPTION "raw camera frames to BGRA and BGR pictures (t
 ${description}
 .
 This package holds the tool vexacamutl, which does this from a shell.")
+set(CPACK_DEBIAN_GSTREAMER_DESCRIPTION "raw camera frames to BGRA and BGR pictures (GStreamer)
+${description}
+.
+This package holds the GStreamer elements vexaconvert, vexarwhdec and
+vexarwhenc, which show and record camera frames in pipelines.")
 set(CPACK_DEBIAN_PYTHON_DESCRIPTION "raw camera frames to BGRA and BGR pictures (Python 3)
 ${description}
 .
@@ -75,6 +85,7 @@ This package holds the Python package vexacamutl, which works on NumPy arrays.")
 set(library_package ${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_GSTREAMER_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_FRAMES_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src ${PROJECT_BINARY_DIR}/frames)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION})")
@@ -82,6 +93,8 @@ set(CPACK_DEBIAN_FRAMES_PACKAGE_DEPENDS "${library_package} (>= ${PROJECT_VERSIO
 set(CPACK_DEBIAN_FRAMES_DEVELOPMENT_PACKAGE_DEPENDS
   "libvexacamframes0 (= ${PROJECT_VERSION}), libvexacamutl-dev (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library_package} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_GSTREAMER_PACKAGE_DEPENDS
+  "libvexacamframes0 (>= ${PROJECT_VERSION}), ${library_package} (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
   "python3 (>= 3.9), python3-numpy, ${library_package} (>= ${PROJECT_VERSION})")
 

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// What changes while frames flow: caps on both sides, properties, and another element beside this one.
+#include <thread>
+
+#include "Support.h"
+
+using namespace GstTest;
+
+namespace {
+
+const InputCase kBayer8 = {"video/x-bayer,format=rggb", PIXEL_FORMAT_BAYER_RG8};
+
+Bytes Wanted(const InputCase& input, int width, int height, const Bytes& frame, uint32_t output) {
+    return Expected(LayoutOf(input.code, width, height), frame, output, nullptr);
+}
+
+TEST(Changes, CapsWhilePlaying) {
+    Harness harness("vexaconvert n-threads=2");
+    gst_harness_set_sink_caps_str(harness.Get(), "video/x-raw,format=BGR");
+    uint32_t seed = 0;
+    for (int round = 0; round < 2; ++round) {
+        for (const InputCase& input : kInputs) {
+            const int width = 8 + 4 * static_cast<int>(++seed % 7);
+            const int height = 40 + 2 * static_cast<int>(seed % 5);
+            const VcfLayout layout = LayoutOf(input.code, width, height);
+            const Bytes frame = RandomBytes(VcfBytesNeeded(&layout), seed);
+            harness.SetInput(SizedCaps(input, width, height));
+            GstBuffer* const buffer = BufferOf(frame);
+            // Some raw formats have padded rows by default, so the stride is said.
+            gsize offsets[GST_VIDEO_MAX_PLANES] = {};
+            gint strides[GST_VIDEO_MAX_PLANES] = {static_cast<gint>(VcfRowBytes(&layout))};
+            gst_buffer_add_video_meta_full(buffer, GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_ENCODED,
+                                           static_cast<guint>(width), static_cast<guint>(height), 1, offsets, strides);
+            EXPECT_TRUE(harness.Convert(buffer) == Wanted(input, width, height, frame, VCF_OUTPUT_BGR)) << input.caps;
+            EXPECT_EQ(harness.Error(), "");
+        }
+    }
+}
+
+TEST(Changes, OutputCapsWhilePlaying) {
+    Harness harness("vexaconvert");
+    gst_harness_set_sink_caps_str(harness.Get(), "video/x-raw,format=BGR");
+    harness.SetInput(SizedCaps(kBayer8, 16, 16));
+    for (const OutputCase& output : kOutputs) {
+        gst_harness_set_sink_caps_str(harness.Get(), (std::string("video/x-raw,format=") + output.format).c_str());
+        const Bytes frame = RandomBytes(256, output.output);
+        EXPECT_TRUE(harness.Convert(BufferOf(frame)) == Wanted(kBayer8, 16, 16, frame, output.output)) << output.format;
+    }
+}
+
+TEST(Changes, EveryPropertyWhilePlaying) {
+    Harness harness("vexaconvert");
+    harness.SetCaps(SizedCaps(kBayer8, 64, 64), "video/x-raw,format=BGR");
+    const Bytes frame = RandomBytes(64 * 64, 9);
+    const Bytes untouched = harness.Convert(BufferOf(frame));
+    constexpr struct {
+        const char* property;
+        const char* value;
+        const char* preset;
+        bool changesPicture;
+    } kChanges[] = {
+        {"bayer-mode", "adaptive", "bilinear", true},
+        {"white-balance", "auto", "off", true},
+        {"black-level", "20", "0", true},
+        {"exposure", "1.5", "1", true},
+        {"tone", "srgb", "linear", true},
+        {"grey", "true", "false", true},
+        {"n-threads", "3", "1", false},
+        {"n-threads", "0", "1", false},
+        {"row-stride", "64", "0", false},
+        {"yuv-range", "limited", "auto", false},
+        {"depth", "12", "0", false},
+        {"gamma", "3", "2.2", false},
+        {"wb-smoothing", "0", "0.9", false},
+        {"red-gain", "2", "1", false},
+    };
+    for (const auto& change : kChanges) {
+        Set(harness.Element(), change.property, change.value);
+        EXPECT_EQ(harness.Convert(BufferOf(frame)) != untouched, change.changesPicture) << change.property;
+        Set(harness.Element(), change.property, change.preset);
+        EXPECT_TRUE(harness.Convert(BufferOf(frame)) == untouched) << change.property;
+        EXPECT_EQ(harness.Error(), "") << change.property;
+    }
+}
+
+/// A property that the caps do not go with stops the stream with a text, and starts it again when taken back.
+TEST(Changes, PropertyThatDoesNotFitIsRefusedWithAText) {
+    Harness harness("vexaconvert");
+    harness.SetCaps("video/x-raw,format=GRAY16_LE,width=8,height=4", "video/x-raw,format=BGRx");
+    EXPECT_FALSE(harness.Convert(BufferOf(Bytes(64))).empty());
+    Set(harness.Element(), "depth", "11");
+    EXPECT_TRUE(harness.Convert(BufferOf(Bytes(64))).empty());
+    EXPECT_EQ(harness.Error(), "GRAY16_LE samples of 11 bits are not served: set depth to 10, 12, 14 or 16");
+    Set(harness.Element(), "depth", "10");
+    EXPECT_FALSE(harness.Convert(BufferOf(Bytes(64))).empty());
+}
+
+TEST(Changes, PropertiesSetFromAnotherThread) {
+    Harness harness("vexaconvert n-threads=2");
+    harness.SetCaps(SizedCaps(kBayer8, 64, 64), "video/x-raw,format=BGR");
+    std::thread hand([&] {
+        for (int i = 0; i < 300; ++i) {
+            Set(harness.Element(), "bayer-mode", i % 2 == 0 ? "adaptive" : "bilinear");
+            Set(harness.Element(), "white-balance", i % 3 == 0 ? "auto" : "gains");
+            Set(harness.Element(), "n-threads", i % 5 == 0 ? "3" : "2");
+        }
+    });
+    const Bytes frame = RandomBytes(64 * 64, 10);
+    for (int i = 0; i < 300; ++i) {
+        EXPECT_FALSE(harness.Convert(BufferOf(frame)).empty());
+    }
+    hand.join();
+    EXPECT_EQ(harness.Error(), "");
+}
+
+/// The library's own mode word is process-wide; elements do not use it.
+TEST(Changes, TwoElementsWithTwoModesDoNotDisturbEachOther) {
+    const Bytes frame = RandomBytes(64 * 64, 11);
+    const auto stream = [&](const char* line, Bytes* wanted) {
+        Harness harness(line);
+        harness.SetCaps(SizedCaps(kBayer8, 64, 64), "video/x-raw,format=BGR");
+        *wanted = harness.Convert(BufferOf(frame));
+        for (int i = 0; i < 200; ++i) {
+            ASSERT_TRUE(harness.Convert(BufferOf(frame)) == *wanted) << line << ", frame " << i;
+        }
+    };
+    Bytes bilinear;
+    Bytes adaptive;
+    std::thread other(stream, "vexaconvert bayer-mode=adaptive", &adaptive);
+    SetBayerConvMode(BAYER_CONV_MODE_ACPI);
+    stream("vexaconvert", &bilinear);
+    SetBayerConvMode(BAYER_CONV_MODE_DEFAULT);
+    other.join();
+    EXPECT_TRUE(bilinear == Wanted(kBayer8, 64, 64, frame, VCF_OUTPUT_BGR));
+    EXPECT_FALSE(adaptive == bilinear);
+}
+
+}  // namespace
