@@ -210,8 +210,8 @@ def through_terminal(tool, stream, arguments, **pipes):
                 return
             seen.extend(block)
 
-    process = subprocess.Popen([PROGRAM, *map(str, arguments)], cwd=tool.folder, stdin=subprocess.DEVNULL,
-                               **{stream: slave, **pipes})
+    process = subprocess.Popen([PROGRAM, *map(str, arguments)], cwd=tool.folder,
+                               **{"stdin": subprocess.DEVNULL, stream: slave, **pipes})
     os.close(slave)
     reader = threading.Thread(target=collect)
     reader.start()
@@ -232,6 +232,10 @@ def test_progress_is_on_standard_error(tool):
     assert other == pictures
     assert b"frames/s" not in other
     seen, other = through_terminal(tool, "stderr", ["convert", *SHAPE, "in.raw", "f_%d.ppm"], stdout=subprocess.PIPE)
+    assert b"frames/s" in seen and other == b""
+    with open(tool.folder / "in.raw", "rb") as stream:  # of which nobody knows how many frames will come
+        seen, other = through_terminal(tool, "stderr", ["convert", *SHAPE, "-", "h_%d.ppm"], stdin=stream,
+                                       stdout=subprocess.PIPE)
     assert b"frames/s" in seen and other == b""
     seen, other = through_terminal(tool, "stdout", ["convert", *SHAPE, "in.raw", "g_%d.ppm"], stderr=subprocess.PIPE)
     assert (seen, other) == (b"", b"")
