@@ -49,6 +49,9 @@ bool AgreesWithReference(const Reference::Converter& converter) {
     }
     g_earlyFindings.reversal =
         ReverseImg(pixel, &grey, PIXEL_FORMAT_MONO8, 1, 1, 1, 1) == UTL_STS_SUCCESS && pixel[0] == 7;
+    const UtlStatus saved = SaveBmpMono(&grey, 1, 1, "/dev/null");
+    const UtlStatus loaded = LoadRWH("/dev/null", nullptr, nullptr, nullptr, nullptr, nullptr);
+    g_earlyFindings.files = saved == UTL_STS_SUCCESS && loaded == UTL_STS_SUCCESS;
 }
 
 }  // namespace

@@ -11,7 +11,8 @@ struct EarlyFindings {
     bool refused;         ///< a converter without its tables said so
     bool queries;         ///< the dictionary answered
     bool getter;          ///< a converter was handed out
-    bool reversal;        ///< a frame was turned
+    bool reversal;        ///< a frame was reversed
+    bool files;           ///< a file was written, another one read
     uint32_t converters;  ///< that agreed with the reference
 };
 

@@ -14,6 +14,7 @@ TEST(EarlyCaller, FoundEverythingWorking) {
     EXPECT_TRUE(g_earlyFindings.queries);
     EXPECT_TRUE(g_earlyFindings.getter);
     EXPECT_TRUE(g_earlyFindings.reversal);
+    EXPECT_TRUE(g_earlyFindings.files);
     EXPECT_EQ(g_earlyFindings.converters, 72u);
 }
 

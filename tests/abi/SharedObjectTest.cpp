@@ -1,44 +1,26 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The shared object as a file: what it exports, needs and is called, and that code for newer processors cannot leak
-// into the rest through symbols that the linker merges.
+// The shared object as a file: what it exports, needs and is called.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <memory>
+#include <cctype>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "ExportedFunctions.h"
+#include "Lines.h"
 
 namespace {
 
 using testing::AnyOf;
 using testing::Each;
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 using testing::UnorderedElementsAreArray;
-
-/// The lines that a command prints.
-std::vector<std::string> LinesOf(const std::string& command) {
-    // The commands are this file's own, without anything from outside.
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);  // NOLINT(cert-env33-c)
-    std::vector<std::string> lines;
-    std::string line;
-    for (int letter = std::fgetc(pipe.get()); letter != EOF; letter = std::fgetc(pipe.get())) {
-        if (letter == '\n') {
-            lines.push_back(line);
-            line.clear();
-        } else {
-            line += static_cast<char>(letter);
-        }
-    }
-    return lines;
-}
 
 /// The last word of each line, where the lines are those of nm.
 std::vector<std::string> LastWords(const std::vector<std::string>& lines) {
@@ -99,23 +81,37 @@ TEST(SharedObject, KeepsItsDataToItself) {
     EXPECT_EQ(found, 10u);
 }
 
-TEST(SharedObject, InstructionSetObjectsHoldNoWeakSymbols) {
-    if (IS_INSTRUMENTED || !IS_OPTIMISED) {
-        GTEST_SKIP() << "only optimised builds without instrumentation are free of them";
+/// "GLIBC_2.14" as {2, 14}; what has no number, as GLIBC_PRIVATE, is newer than everything.
+std::vector<int> VersionOf(const std::string& name) {
+    std::vector<int> version;
+    std::istringstream parts(name.substr(name.rfind('_') + 1));
+    for (std::string part; std::getline(parts, part, '.');) {
+        version.push_back(std::isdigit(static_cast<unsigned char>(part.front())) != 0 ? std::stoi(part) : 9999);
     }
-    std::istringstream objects(OBJECTS);
-    uint32_t examined = 0;
-    for (std::string object; std::getline(objects, object, '|');) {
-        // The scalar kernels are code for every processor; sharing theirs does no harm.
-        if (object.find("/Isa") == std::string::npos || object.find("/IsaScalar") != std::string::npos) {
+    return version;
+}
+
+// Those of CentOS 7 and of manylinux2014, so that the object loads on every system since.
+TEST(SharedObject, NeedsNoNewerVersionsThanOldSystemsHave) {
+    if (IS_INSTRUMENTED) {
+        GTEST_SKIP() << "instrumented builds need their own run-time libraries";
+    }
+    const std::map<std::string, std::vector<int>> newest = {
+        {"GLIBC", {2, 17}}, {"GLIBCXX", {3, 4, 19}}, {"CXXABI", {1, 3, 7}}, {"GCC", {4, 8, 0}}};
+    uint32_t needed = 0;
+    for (const std::string& line : LinesOf(READELF " -VW " LIBRARY)) {
+        const size_t at = line.find("Name: ");
+        if (at == std::string::npos || line.find("Flags:") == std::string::npos) {
             continue;
         }
-        ++examined;
-        for (const std::string& line : LinesOf(NM " " + object)) {
-            EXPECT_THAT(line, Not(AnyOf(HasSubstr(" W "), HasSubstr(" V "), HasSubstr(" u ")))) << object;
+        const std::string name = line.substr(at + 6, line.find(' ', at + 6) - at - 6);
+        const auto limit = newest.find(name.substr(0, name.find('_')));
+        if (limit != newest.end()) {
+            EXPECT_LE(VersionOf(name), limit->second) << name;
+            ++needed;
         }
     }
-    EXPECT_GE(examined, 1u);
+    EXPECT_GE(needed, 2u);
 }
 
 }  // namespace
