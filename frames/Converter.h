@@ -20,7 +20,8 @@ enum class Feed {
     kSwapped,      ///< Y U Y V as U Y V Y
     kGroupsOfFive, ///< groups of 4:2:2 as U Y V Y 0
     kUyv4,         ///< U Y V as U Y V 0
-    kYuvPixels,    ///< YUV of any kind and range as U Y V 0 for each pixel
+    kFullRange,    ///< YUV rows as they lie, in full range
+    kYuvPixels,    ///< YUV of any kind and range as U Y V 0 for each pixel: rows that begin inside a group
 };
 
 /// A function of VexaCamUtl.h: a converter or a worker with its shift.

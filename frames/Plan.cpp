@@ -67,15 +67,16 @@ Call ColourCall(bool bytes, bool redFirst, Layout layout, uint32_t shift) {
 void PlanYuv(const Geometry& g, uint32_t output, Layout layout, Plan& plan) {
     plan.finish.exchange = HasRedFirst(output);
     const size_t width = g.width;
-    if (g.limited || !g.RowsAreWholeGroups()) {
+    if (!g.RowsAreWholeGroups()) {
         plan.feed = Feed::kYuvPixels;
         plan.fedRowBytes = width * 4;
         plan.call = {layout == kBgra ? ConvYUV444PToBGRA : ConvYUV444PToBGR};
         return;
     }
+    const Feed asItLies = g.limited ? Feed::kFullRange : Feed::kRows;
     switch (g.format->format) {
         case PIXEL_FORMAT_YUV411_8_UYYVYY:
-            plan.feed = Feed::kRows;
+            plan.feed = asItLies;
             plan.fedRowBytes = width / 4 * 6;
             plan.call = {layout == kBgra ? ConvYUV411PToBGRA : ConvYUV411PToBGR};
             break;
@@ -90,7 +91,7 @@ void PlanYuv(const Geometry& g, uint32_t output, Layout layout, Plan& plan) {
                 plan.fedRowBytes = width / 2 * 5;
                 plan.call = {ConvYUV422PToBGR};
             } else {
-                plan.feed = g.format->format == PIXEL_FORMAT_YUV422_8 ? Feed::kSwapped : Feed::kRows;
+                plan.feed = g.format->format == PIXEL_FORMAT_YUV422_8 ? Feed::kSwapped : asItLies;
                 plan.fedRowBytes = width * 2;
                 plan.call = {ConvYUV422PToBGRA};
             }

@@ -3,6 +3,7 @@
 //
 // Single rows: what goes into a converter of VexaCamUtl.h, and what is done with what comes out.
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "Converter.h"
@@ -17,6 +18,11 @@ namespace {
 struct RowTables {
     const uint8_t* at[3];
 };
+
+void StoreLittleEndian64(uint8_t* to, uint64_t value) {
+    static_assert(std::endian::native == std::endian::little);
+    std::memcpy(to, &value, sizeof value);
+}
 
 RowTables TablesOf(const VcfConverter& converter, uint32_t row) {
     const VcfFormat& format = *converter.geometry.format;
@@ -38,33 +44,49 @@ RowTables TablesOf(const VcfConverter& converter, uint32_t row) {
     return {{values[sites[0]], values[sites[1]], nullptr}};
 }
 
-uint32_t IndexOf(const LevelTables& tables, const uint8_t* word) {
-    return std::min(LoadWord(word) >> tables.shift, tables.largest);
-}
-
-template <uint32_t period>
+/// Looks `count` words up; `clamp` where they can hold more than the tables' bits.
+template <uint32_t period, bool clamp>
 void LookUpWords(const LevelTables& tables, const RowTables& row, const uint8_t* words, size_t count, uint8_t* out) {
+    const uint32_t shift = tables.shift;
+    const uint32_t largest = tables.largest;
+    const auto value = [&](const uint8_t* table, size_t i) {
+        const uint32_t index = LoadWord(words + 2 * i) >> shift;
+        return table[clamp ? std::min(index, largest) : index];
+    };
+    const uint8_t* const first = row.at[0];
+    const uint8_t* const second = row.at[1];
+    const uint8_t* const third = row.at[period == 3 ? 2 : 0];
     size_t i = 0;
-    for (; i + period <= count; i += period) {
-        for (uint32_t k = 0; k < period; ++k) {
-            out[i + k] = row.at[k][IndexOf(tables, words + 2 * (i + k))];
+    // Results gathered in a register: bytes stored one by one could change the tables, as far as a compiler knows.
+    for (constexpr size_t kAtOnce = period == 3 ? 6 : 8; i + 8 <= count; i += kAtOnce) {
+        uint64_t values = 0;
+        for (uint32_t k = 0; k < kAtOnce; ++k) {
+            const uint8_t* table = k % period == 0 ? first : k % period == 1 ? second : third;
+            values |= uint64_t{value(table, i + k)} << 8 * k;
         }
+        StoreLittleEndian64(out + i, values);
     }
     for (uint32_t k = 0; i < count; ++i, ++k) {
-        out[i] = row.at[k][IndexOf(tables, words + 2 * i)];
+        out[i] = value(row.at[k % period], i);
     }
 }
 
 template <uint32_t period>
 void LookUpBytes(const RowTables& row, const uint8_t* bytes, size_t count, uint8_t* out) {
+    const uint8_t* const first = row.at[0];
+    const uint8_t* const second = row.at[1];
+    const uint8_t* const third = row.at[period == 3 ? 2 : 0];
     size_t i = 0;
-    for (; i + period <= count; i += period) {
-        for (uint32_t k = 0; k < period; ++k) {
-            out[i + k] = row.at[k][bytes[i + k]];
+    for (constexpr size_t kAtOnce = period == 3 ? 6 : 8; i + 8 <= count; i += kAtOnce) {
+        uint64_t values = 0;
+        for (uint32_t k = 0; k < kAtOnce; ++k) {
+            const uint8_t* table = k % period == 0 ? first : k % period == 1 ? second : third;
+            values |= uint64_t{table[bytes[i + k]]} << 8 * k;
         }
+        StoreLittleEndian64(out + i, values);
     }
     for (uint32_t k = 0; i < count; ++i, ++k) {
-        out[i] = row.at[k][bytes[i]];
+        out[i] = row.at[k % period][bytes[i]];
     }
 }
 
@@ -81,21 +103,10 @@ void LevelRow(const VcfConverter& converter, const uint8_t* buffer, uint32_t row
     }
     if (format.packing != VCF_PACKING_NONE) {
         UnpackWords(g, buffer, row, 0, g.width, converter.scratch.line);
-        from = converter.scratch.line;
+        LookUpWords<2, false>(converter.levels, tables, converter.scratch.line, count, out);
+        return;
     }
-    (colour ? LookUpWords<3> : LookUpWords<2>)(converter.levels, tables, from, count, out);
-}
-
-/// (Y - 16) * 255 / 219 and (C - 128) * 255 / 224 + 128, rounded and limited to 0..255.
-uint8_t FullLuma(uint32_t y) {
-    const int scaled = (static_cast<int>(y) - 16) * 255;
-    return scaled <= 0 ? 0 : static_cast<uint8_t>(std::min(255, (scaled + 109) / 219));
-}
-
-uint8_t FullChroma(uint32_t c) {
-    // An offset of 255 * 224 keeps the division away from negative numbers.
-    const int scaled = (static_cast<int>(c) - 128) * 255 + 128 * 224 + 112 + 255 * 224;
-    return static_cast<uint8_t>(std::clamp(scaled / 224 - 255, 0, 255));
+    (colour ? LookUpWords<3, true> : LookUpWords<2, true>)(converter.levels, tables, from, count, out);
 }
 
 struct YuvPixel {
@@ -137,9 +148,58 @@ void ForEachYuvPixel(const Geometry& g, const uint8_t* buffer, uint32_t row, Use
     }
 }
 
+LumaPlaces LumaPlacesOf(PixelFormat format) {
+    switch (format) {
+        case PIXEL_FORMAT_YUV411_8_UYYVYY:
+            return kLumaPairs;
+        case PIXEL_FORMAT_YUV422_8_UYVY:
+            return kOddLuma;
+        case PIXEL_FORMAT_YUV422_8:
+            return kEvenLuma;
+        default:
+            return kThirdLuma;
+    }
+}
+
+/// The bytes of a YUV row of whole groups, in full range; `line` if they had to be made.
+const uint8_t* FullRangeRow(const Geometry& g, const uint8_t* buffer, uint32_t row, uint8_t* line) {
+    const uint8_t* from = buffer + g.StartOf(row).byte;
+    if (!g.limited) {
+        return from;
+    }
+    s_frameKernels->widenRange[LumaPlacesOf(g.format->format)](line, from, BytesOfPixels(*g.format, g.width));
+    return line;
+}
+
+/// The luma of a YUV row of whole groups.
+void LumaOfGroups(PixelFormat format, const uint8_t* from, size_t width, uint8_t* out) {
+    switch (format) {
+        case PIXEL_FORMAT_YUV422_8_UYVY:
+            s_frameKernels->reduce(out, from, width, 8);
+            break;
+        case PIXEL_FORMAT_YUV422_8:
+            s_frameKernels->reduce(out, from, width, 0);
+            break;
+        case PIXEL_FORMAT_YUV411_8_UYYVYY:
+            for (size_t pair = 0; pair < width / 2; ++pair) {
+                out[2 * pair] = from[3 * pair + 1];
+                out[2 * pair + 1] = from[3 * pair + 2];
+            }
+            break;
+        default:
+            for (size_t x = 0; x < width; ++x) {
+                out[x] = from[3 * x + 1];
+            }
+    }
+}
+
 /// The grey values of a row as bytes, or as words of the format's depth; true for words.
 bool GreySamples(const VcfConverter& converter, const uint8_t* buffer, uint32_t row, uint8_t* out) {
     const Geometry& g = converter.geometry;
+    if (g.format->kind == VCF_KIND_YUV && g.RowsAreWholeGroups()) {
+        LumaOfGroups(g.format->format, FullRangeRow(g, buffer, row, converter.scratch.line), g.width, out);
+        return false;
+    }
     if (g.format->kind == VCF_KIND_YUV) {
         ForEachYuvPixel(g, buffer, row, [out](uint32_t x, const YuvPixel& pixel) { out[x] = pixel.y; });
         return false;
@@ -176,8 +236,11 @@ void ApplyMatrix(const int32_t (&m)[9], uint8_t* pixels, size_t count, uint32_t 
 
 void FeedRow(const VcfConverter& converter, const uint8_t* buffer, uint32_t row, uint8_t* fed) {
     const Geometry& g = converter.geometry;
-    const uint8_t* from = buffer + g.StartOf(row).byte;
+    uint8_t* line = converter.scratch.line;
+    const uint8_t* from = g.limited && g.RowsAreWholeGroups() ? FullRangeRow(g, buffer, row, line)
+                                                              : buffer + g.StartOf(row).byte;
     switch (converter.plan.feed) {
+        case Feed::kFullRange:
         case Feed::kRows:
             std::memcpy(fed, from, converter.plan.fedRowBytes);
             break;
@@ -192,8 +255,8 @@ void FeedRow(const VcfConverter& converter, const uint8_t* buffer, uint32_t row,
             break;
         case Feed::kGroupsOfFive:
             if (g.format->format == PIXEL_FORMAT_YUV422_8) {
-                s_frameKernels->swapBytes(converter.scratch.line, from, g.width);
-                from = converter.scratch.line;
+                s_frameKernels->swapBytes(line, from, g.width);
+                from = line;
             }
             s_frameKernels->spread4To5(fed, from, g.width / 2);
             break;

@@ -23,6 +23,32 @@ using Rearrange = void (*)(uint8_t* dst, const uint8_t* src, size_t count);
 /// Words to bytes: the low 8 bits of word >> shift, 0 <= shift < 16.
 using ReduceWords = void (*)(uint8_t* bytes, const uint8_t* words, size_t count, uint32_t shift);
 
+/// Where the luma bytes of YUV rows lie; all other bytes are chroma.
+enum LumaPlaces : unsigned {
+    kOddLuma,    ///< U Y V Y
+    kEvenLuma,   ///< Y U Y V
+    kThirdLuma,  ///< U Y V
+    kLumaPairs,  ///< U Y Y V Y Y
+    kLumaPlacesCount
+};
+
+/// Whether a byte of a row that begins with a group is luma.
+static constexpr bool IsLuma(LumaPlaces places, size_t byte) {
+    switch (places) {
+        case kOddLuma:
+            return byte % 2 == 1;
+        case kEvenLuma:
+            return byte % 2 == 0;
+        case kThirdLuma:
+            return byte % 3 == 1;
+        default:
+            return byte % 3 != 0;
+    }
+}
+
+/// Bytes of limited range to full range, by the rule of the header; `src` begins with a whole group.
+using WidenRange = void (*)(uint8_t* dst, const uint8_t* src, size_t bytes);
+
 /// Exchanges the first and third byte of each pixel in place.
 using ExchangeColours = void (*)(uint8_t* pixels, size_t count);
 
@@ -36,6 +62,7 @@ struct FrameKernels {
     Rearrange spread4To5;   ///< U Y V Y to U Y V Y 0
     ExchangeColours exchange3;
     ExchangeColours exchange4;
+    WidenRange widenRange[kLumaPlacesCount];
 };
 
 extern const FrameKernels kScalarFrameKernels;

@@ -45,6 +45,15 @@ void Exchange(uint8_t* pixels, size_t count) {
     }
 }
 
+template <LumaPlaces places>
+void Widen(uint8_t* dst, const uint8_t* src, size_t bytes) {
+    constexpr bool kLuma[6] = {IsLuma(places, 0), IsLuma(places, 1), IsLuma(places, 2),
+                               IsLuma(places, 3), IsLuma(places, 4), IsLuma(places, 5)};
+    for (size_t i = 0; i < bytes; ++i) {
+        dst[i] = kLuma[i % 6] ? FullLuma(src[i]) : FullChroma(src[i]);
+    }
+}
+
 }  // namespace
 
 constinit const FrameKernels kScalarFrameKernels = {
@@ -57,6 +66,7 @@ constinit const FrameKernels kScalarFrameKernels = {
     Spread<4, 5>,
     Exchange<3>,
     Exchange<4>,
+    {Widen<kOddLuma>, Widen<kEvenLuma>, Widen<kThirdLuma>, Widen<kLumaPairs>},
 };
 
 constinit const FrameKernels* s_frameKernels = &kScalarFrameKernels;

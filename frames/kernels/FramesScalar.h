@@ -20,6 +20,18 @@ inline void StoreWord(uint8_t* to, uint32_t word) {
     to[1] = static_cast<uint8_t>(word >> 8);
 }
 
+/// (Y - 16) * 255 / 219, rounded and limited to 0..255.
+inline uint8_t FullLuma(uint32_t y) {
+    const uint32_t full = y < 16 ? 0 : ((y - 16) * 255 + 109) / 219;
+    return static_cast<uint8_t>(full < 255 ? full : 255);
+}
+
+/// (C - 128) * 255 / 224 + 128, rounded and limited to 0..255; a multiple of 224 keeps the division above 0.
+inline uint8_t FullChroma(uint32_t c) {
+    const uint32_t plus256 = (c * 255 + 128 * 224 + 112 + 256 * 224 - 128 * 255) / 224;
+    return static_cast<uint8_t>(plus256 < 256 ? 0 : plus256 > 511 ? 255 : plus256 - 256);
+}
+
 /// Where the bits of a sample lie in its group: the byte with the high bits, and the low bits in another byte.
 struct SplitSample {
     uint32_t high;
