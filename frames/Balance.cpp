@@ -142,8 +142,8 @@ VcfStatus VcfEstimateBalance(const VcfLayout* layout, const void* buffer, size_t
     }
     if (balance->sum[kRed] == 0 || balance->sum[kGreen] < 2 || balance->sum[kBlue] == 0) {
         std::fill(std::begin(balance->gain), std::end(balance->gain), VCF_ONE);
-        return out.Say(VCF_NO_ESTIMATE, "no estimate: %s", balance->used == 0 ? "every sample is clipped"
-                                                                               : "a colour has nothing above black");
+        return out.Say(VCF_NO_ESTIMATE, "no estimate: %s",
+                       balance->used == 0 ? "every sample is clipped" : "a colour has nothing above black");
     }
     FindGains(*balance);
     return out.Ok();

@@ -43,8 +43,7 @@ Sizes SizesFor(const Geometry& g, uint32_t output) {
     const size_t pictureRow = width * std::max(3u, PixelBytesOf(output));
     const size_t savedRows = mosaic ? std::min(g.height, kMostOverlap) : 0;
     return {Aligned(4 * width), Aligned(mosaic ? std::max(kFeedBytes, rows * fedRow) : fedRow),
-            Aligned(mosaic ? std::max(kPictureBytes, rows * pictureRow) : pictureRow),
-            Aligned(savedRows * pictureRow)};
+            Aligned(mosaic ? std::max(kPictureBytes, rows * pictureRow) : pictureRow), Aligned(savedRows * pictureRow)};
 }
 
 VcfConverter* Allocate(const Geometry& g, uint32_t output) {
@@ -103,7 +102,7 @@ void VcfInitSettings(VcfSettings* settings) {
     std::fill(std::begin(settings->gain), std::end(settings->gain), VCF_ONE);
     settings->exposure = VCF_ONE;
     settings->gamma = 220;
-    for (const size_t diagonal : {0, 4, 8}) {
+    for (const uint32_t diagonal : {0u, 4u, 8u}) {
         settings->matrix[diagonal] = VCF_MATRIX_ONE;
     }
 }

@@ -14,14 +14,14 @@
 namespace VexaFrames {
 
 enum class Feed {
-    kRows,         ///< as they lie in the buffer
-    kWords,        ///< packed samples as 16-bit words
-    kLevels,       ///< samples through the level tables, as bytes
-    kSwapped,      ///< Y U Y V as U Y V Y
-    kGroupsOfFive, ///< groups of 4:2:2 as U Y V Y 0
-    kUyv4,         ///< U Y V as U Y V 0
-    kFullRange,    ///< YUV rows as they lie, in full range
-    kYuvPixels,    ///< YUV of any kind and range as U Y V 0 for each pixel: rows that begin inside a group
+    kRows,          ///< as they lie in the buffer
+    kWords,         ///< packed samples as 16-bit words
+    kLevels,        ///< samples through the level tables, as bytes
+    kSwapped,       ///< Y U Y V as U Y V Y
+    kGroupsOfFive,  ///< groups of 4:2:2 as U Y V Y 0
+    kUyv4,          ///< U Y V as U Y V 0
+    kFullRange,     ///< YUV rows as they lie, in full range
+    kYuvPixels,     ///< YUV of any kind and range as U Y V 0 for each pixel: rows that begin inside a group
 };
 
 /// A function of VexaCamUtl.h: a converter or a worker with its shift.

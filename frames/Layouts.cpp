@@ -120,11 +120,15 @@ VcfStatus MakeGeometry(const VcfLayout* layout, Geometry& geometry, const Text& 
     if (const VcfStatus status = CheckSize(*layout, *format, text); status != VCF_OK) {
         return status;
     }
-    geometry = {format,       layout->width,
-                layout->height, layout->stride,
-                layout->offset, layout->skip,
+    geometry = {format,
+                layout->width,
+                layout->height,
+                layout->stride,
+                layout->offset,
+                layout->skip,
                 layout->row_width == 0 ? layout->width : layout->row_width,
-                layout->shift,  layout->range == VCF_RANGE_LIMITED};
+                layout->shift,
+                layout->range == VCF_RANGE_LIMITED};
     if (const VcfStatus status = CheckRows(geometry, *layout, text); status != VCF_OK) {
         return status;
     }
@@ -147,10 +151,9 @@ VcfStatus CheckLength(const Geometry& g, uint64_t length, const Text& text) {
     if (length >= needed) {
         return text.Ok();
     }
-    return text.Say(VCF_TOO_SHORT,
-                    "%s %ux%u%s needs %" PRIu64 " bytes, the buffer has %" PRIu64 ": %" PRIu64 " too few",
-                    g.format->name, g.width, g.height, g.stride != 0 ? " with this stride" : "", needed, length,
-                    needed - length);
+    return text.Say(
+        VCF_TOO_SHORT, "%s %ux%u%s needs %" PRIu64 " bytes, the buffer has %" PRIu64 ": %" PRIu64 " too few",
+        g.format->name, g.width, g.height, g.stride != 0 ? " with this stride" : "", needed, length, needed - length);
 }
 
 }  // namespace VexaFrames

@@ -13,9 +13,9 @@ namespace VexaFrames {
 
 namespace {
 
-constexpr uint32_t kTop = 65535;              ///< x of full brightness
+constexpr uint32_t kTop = 65535;  ///< x of full brightness
 constexpr uint32_t kHighestGain = 16 * VCF_ONE;
-constexpr uint32_t kLastLinearValue = 10;     ///< of sRGB: the value at t = 0.0031308
+constexpr uint32_t kLastLinearValue = 10;  ///< of sRGB: the value at t = 0.0031308
 
 /// Low bits of a sample that the tables leave out.
 uint32_t DroppedBits(uint32_t depth) {

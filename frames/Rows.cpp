@@ -237,8 +237,8 @@ void ApplyMatrix(const int32_t (&m)[9], uint8_t* pixels, size_t count, uint32_t 
 void FeedRow(const VcfConverter& converter, const uint8_t* buffer, uint32_t row, uint8_t* fed) {
     const Geometry& g = converter.geometry;
     uint8_t* line = converter.scratch.line;
-    const uint8_t* from = g.limited && g.RowsAreWholeGroups() ? FullRangeRow(g, buffer, row, line)
-                                                              : buffer + g.StartOf(row).byte;
+    const uint8_t* from =
+        g.limited && g.RowsAreWholeGroups() ? FullRangeRow(g, buffer, row, line) : buffer + g.StartOf(row).byte;
     switch (converter.plan.feed) {
         case Feed::kFullRange:
         case Feed::kRows:

@@ -118,7 +118,8 @@ void UnpackWords(const Geometry& g, const uint8_t* buffer, uint32_t row, uint32_
     const VcfFormat& format = *g.format;
     const RowStart start = g.StartOf(row);
     const uint32_t member = (start.member + first) % format.group_pixels;
-    const uint8_t* group = buffer + start.byte + uint64_t{(start.member + first) / format.group_pixels} * format.group_bytes;
+    const uint8_t* group =
+        buffer + start.byte + uint64_t{(start.member + first) / format.group_pixels} * format.group_bytes;
     if (member != 0) {
         const uint32_t head = std::min(count, format.group_pixels - member);
         kUnpackRun[format.packing](words, group, member, head);

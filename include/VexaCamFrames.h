@@ -343,15 +343,15 @@ VEXACAMUTL_API VcfStatus VcfNearestNames(const char* name, char* text, size_t te
 /** How a frame lies in a buffer. Fill it with VcfInitLayout, then change fields. */
 typedef struct VcfLayout {
     PixelFormat format;
-    uint32_t width;        /**< pixels */
-    uint32_t height;       /**< rows */
-    uint32_t range;        /**< VCF_RANGE_...; formats other than YUV: full */
-    uint64_t stride;       /**< bytes from the start of a row to the next one; 0: rows follow without padding */
-    uint64_t offset;       /**< bytes before the first row */
-    uint64_t skip;         /**< pixels before the first one that counts, after `offset`: in a region */
-    uint32_t row_width;    /**< stride 0: pixels from row to row in the buffer; 0: `width` */
-    uint32_t shift;        /**< 16-bit words: the sample is word >> shift; depth + shift <= 16 */
-    uint32_t reserved[4];  /**< 0 */
+    uint32_t width;       /**< pixels */
+    uint32_t height;      /**< rows */
+    uint32_t range;       /**< VCF_RANGE_...; formats other than YUV: full */
+    uint64_t stride;      /**< bytes from the start of a row to the next one; 0: rows follow without padding */
+    uint64_t offset;      /**< bytes before the first row */
+    uint64_t skip;        /**< pixels before the first one that counts, after `offset`: in a region */
+    uint32_t row_width;   /**< stride 0: pixels from row to row in the buffer; 0: `width` */
+    uint32_t shift;       /**< 16-bit words: the sample is word >> shift; depth + shift <= 16 */
+    uint32_t reserved[4]; /**< 0 */
 } VcfLayout;
 
 /** Sets all fields: that format and size, everything else 0. No-op for null. */
@@ -461,8 +461,8 @@ VEXACAMUTL_API VcfStatus VcfPack(const VcfLayout* layout, const void* samples, s
 #define VCF_TONE_GAMMA 1u  /**< a power of 100 / gamma */
 #define VCF_TONE_SRGB 2u   /**< IEC 61966-2-1 */
 
-#define VCF_ONE 65536u        /**< 1.0 as a gain or an exposure */
-#define VCF_MATRIX_ONE 4096   /**< 1.0 in a matrix */
+#define VCF_ONE 65536u      /**< 1.0 as a gain or an exposure */
+#define VCF_MATRIX_ONE 4096 /**< 1.0 in a matrix */
 
 /** How to convert. Fill it with VcfInitSettings, then change fields. */
 typedef struct VcfSettings {
@@ -545,11 +545,11 @@ VEXACAMUTL_API VcfStatus VcfConvertRows(VcfConverter* converter, const void* buf
 
 /** What VcfEstimateBalance found. */
 typedef struct VcfBalance {
-    uint32_t gain[3];     /**< red, green, blue for VcfSettings; the smallest is VCF_ONE, none is above 16.0 */
-    uint32_t reserved0;   /**< 0 */
-    uint64_t used;        /**< cells that count */
-    uint64_t clipped;     /**< cells left out because a sample is clipped */
-    uint64_t sum[3];      /**< sums over the cells that count, black level taken off; green of Bayer: of both sites */
+    uint32_t gain[3];   /**< red, green, blue for VcfSettings; the smallest is VCF_ONE, none is above 16.0 */
+    uint32_t reserved0; /**< 0 */
+    uint64_t used;      /**< cells that count */
+    uint64_t clipped;   /**< cells left out because a sample is clipped */
+    uint64_t sum[3];    /**< sums over the cells that count, black level taken off; green of Bayer: of both sites */
 } VcfBalance;
 
 /**

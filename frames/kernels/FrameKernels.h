@@ -57,9 +57,9 @@ struct FrameKernels {
 
     UnpackGroups unpack[7];  ///< by VCF_PACKING_...; [0] is null
     ReduceWords reduce;
-    Rearrange swapBytes;    ///< pairs of bytes, exchanged: YUYV to UYVY
-    Rearrange spread3To4;   ///< U Y V to U Y V 0
-    Rearrange spread4To5;   ///< U Y V Y to U Y V Y 0
+    Rearrange swapBytes;   ///< pairs of bytes, exchanged: YUYV to UYVY
+    Rearrange spread3To4;  ///< U Y V to U Y V 0
+    Rearrange spread4To5;  ///< U Y V Y to U Y V Y 0
     ExchangeColours exchange3;
     ExchangeColours exchange4;
     WidenRange widenRange[kLumaPlacesCount];

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The ladder of tables. The choice is made when the library is loaded; until then the scalar kernels serve. The compiler's
-// runtime knows the processor and whether the operating system saves its registers.
+// The ladder of tables. The choice is made when the library is loaded; until then the scalar kernels serve. The
+// compiler's runtime knows the processor and whether the operating system saves its registers.
 #include "kernels/FrameProcessor.h"
 
 #include <algorithm>

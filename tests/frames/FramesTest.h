@@ -103,7 +103,8 @@ class FramesTest : public testing::TestWithParam<const VexaFrames::FrameKernels*
             for (size_t i = 0; i < rowBytes; ++i) {
                 ASSERT_EQ(unsigned{dst[row * stride + i]}, unsigned{expected[row * rowBytes + i]})
                     << FramesModel::Describe(frame.layout) << " output " << trial.output << " demosaic "
-                    << trial.settings.demosaic << " levels " << trial.settings.levels << " row " << row << " byte " << i;
+                    << trial.settings.demosaic << " levels " << trial.settings.levels << " row " << row << " byte "
+                    << i;
             }
             if (row + 1 < frame.layout.height) {
                 ASSERT_TRUE(Reference::IsFilled(dst + row * stride + rowBytes, stride - rowBytes, kFill))
@@ -123,8 +124,7 @@ inline std::string FrameKernelsName(const testing::TestParamInfo<const VexaFrame
     return name;
 }
 
-#define VEXA_FOR_ALL_FRAME_KERNELS(suite)                                                                   \
-    INSTANTIATE_TEST_SUITE_P(                                                                               \
-        Tables, suite,                                                                                      \
-        testing::ValuesIn(VexaFrames::AllFrameKernels().begin(), VexaFrames::AllFrameKernels().end()), \
+#define VEXA_FOR_ALL_FRAME_KERNELS(suite)                                                                             \
+    INSTANTIATE_TEST_SUITE_P(                                                                                         \
+        Tables, suite, testing::ValuesIn(VexaFrames::AllFrameKernels().begin(), VexaFrames::AllFrameKernels().end()), \
         FrameKernelsName)

@@ -173,8 +173,8 @@ std::vector<uint32_t> Levelled(const Frame& frame, const VcfSettings& settings) 
     for (uint32_t row = 0; row < frame.layout.height; ++row) {
         for (uint32_t column = 0; column < frame.layout.width; ++column) {
             for (uint32_t c = 0; c < frame.channels; ++c) {
-                bytes.push_back(Level(settings, *frame.format, frame.Sample(row, column, c),
-                                      ChannelOf(frame, row, column, c)));
+                bytes.push_back(
+                    Level(settings, *frame.format, frame.Sample(row, column, c), ChannelOf(frame, row, column, c)));
             }
         }
     }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The frame kernels for x86-64 processors with AVX-512 F, BW, VL, DQ and VBMI. This file is compiled for them, so it must not emit
-// anything that the linker could share with other files: everything has internal linkage.
+// The frame kernels for x86-64 processors with AVX-512 F, BW, VL, DQ and VBMI. This file is compiled for them, so it
+// must not emit anything that the linker could share with other files: everything has internal linkage.
 #if defined(__GNUC__) && !defined(__clang__) && __GNUC__ < 13
 // GCC bug 105593: the "undefined" operands inside its own AVX-512 intrinsics are reported.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
