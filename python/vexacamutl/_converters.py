@@ -198,7 +198,7 @@ class Converter:
         return picture if out is None else out
 
 
-#: All 72 converters by name.
+#: All converters by name.
 CONVERTERS: Mapping[str, Converter] = MappingProxyType({name: Converter(name) for name in _library.converter_names()})
 
 

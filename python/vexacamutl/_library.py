@@ -65,7 +65,7 @@ def check_status(function: str, status: int) -> None:
 
 
 def converter_names() -> tuple[str, ...]:
-    """The 72 converters, by the names under which the library exports them."""
+    """The converters, by the names under which the library exports them."""
     phases = ("GR", "RG", "GB", "BG")
     sources = [f"Mono{depth}" for depth in ("8", "10", "12", "16", "N")]
     sources += [f"{order}{depth}" for order in ("RGB", "BGR") for depth in ("8P", "10P", "12P", "N")]
