@@ -141,9 +141,14 @@ def chroma_factors():
 
 
 def table_factors():
-    red = constants(TABLES, r"red = ClampToByte\(static_cast<int>\(\(y \+ chroma \* 1\.(\d{3})\) \+ 0\.5\)\)")[0]
-    blue = constants(TABLES, r"blue = ClampToByte\(static_cast<int>\(\(y \+ chroma \* 1\.(\d{3})\) \+ 0\.5\)\)")[0]
+    red, blue = constants(TABLES, r"Red is Y \+ 1\.(\d{3}) V and blue is Y \+ 1\.(\d{3}) U")
     return {"blue": 1000 + blue, "red": 1000 + red}
+
+
+@pytest.mark.parametrize("colour", ["blue", "red"])
+def test_tables_and_rows_have_the_same_numbers(colour):
+    numbers = constants(TABLES, colour + r" = ClampToByte\(y \+ \(\((\d+) \* chroma \+ (\d+)\) >> (\d+)\)\);")
+    assert numbers == (chroma_factors()[colour], 8256, 14)
 
 
 def centred_chroma():
@@ -163,7 +168,7 @@ def test_chroma_offset_by_two_rounding_multiplies(colour):
 
 @pytest.mark.parametrize("colour", ["blue", "red"])
 def test_chroma_offset_gives_the_table(colour):
-    """clamp(trunc(y + f c + 0.5)) for all y and c, with the decimal factor f taken exactly."""
+    """clamp(trunc(y + f c + 0.5)) for all y and c, with the decimal factor f of the contract taken exactly."""
     _, centred = centred_chroma()
     luma = byte("luma", 32)
     thousandths = luma * 1000 + centred * table_factors()[colour] + 500
@@ -173,7 +178,7 @@ def test_chroma_offset_gives_the_table(colour):
 
 
 def exact_in_double_precision(luma, chroma, factor):
-    """The table's own expression, whose numbers Python has as well."""
+    """The contract in double precision, which Python has as well."""
     return int((luma + chroma * (factor / 1000)) + 0.5) == int((luma * 1000 + chroma * factor + 500) / 1000)
 
 
