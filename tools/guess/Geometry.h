@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// Where rows and frames begin and end in a file whose row length is known.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "Hypothesis.h"
+
+namespace VexaGuess {
+
+/// The place in a row where one picture row ends and the next one begins.
+struct Seam {
+    size_t byte = 0;          ///< of the row, from alignment on
+    bool found = false;       ///< false where left and right edges are too alike to tell
+    size_t paddingBytes = 0;  ///< bytes before the seam that are the same in every row
+};
+Seam FindSeam(std::span<const uint8_t> bytes, const Hypothesis& hypothesis);
+
+struct Geometry {
+    uint64_t offset = 0;
+    uint32_t width = 0;
+    uint32_t height = 0;
+    uint64_t stride = 0;  ///< 0 for tight rows
+    uint64_t frames = 1;
+    uint64_t rest = 0;  ///< bytes after the last whole frame
+    double penalty = 0;
+};
+
+/// Every way to cut the file into frames that is worth a look, the likeliest first; at most `most`.
+std::vector<Geometry> GeometriesOf(std::span<const uint8_t> bytes, uint64_t fileBytes, const Hypothesis& hypothesis,
+                                   size_t most);
+
+}  // namespace VexaGuess

@@ -1,0 +1,350 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// See Guess.h.
+#include "Guess.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <set>
+#include <tuple>
+
+#include "Geometry.h"
+#include "Hypothesis.h"
+#include "Periods.h"
+
+namespace VexaGuess {
+
+namespace {
+
+constexpr size_t kCorrelatedBytes = size_t{1} << 19;
+constexpr size_t kShortestRow = 32;
+constexpr size_t kLags = 10;
+constexpr size_t kSureLags = 4;
+constexpr size_t kRowLengths = 14;
+constexpr size_t kComparedBytes = size_t{256} << 10;
+constexpr Look kFirstLook = {4, size_t{48} << 10, Measure::kRough};
+constexpr Look kSecondLook = {6, size_t{160} << 10, Measure::kEntropy};
+constexpr double kFarBehind = 1;                 ///< bits per byte after a rough look that no closer look makes up
+constexpr size_t kSecondLooks = 5;               ///< of each packing and sites
+constexpr size_t kNamedBytes = size_t{4} << 20;  ///< that depth and green sites are read off
+constexpr size_t kGeometriesEach = 3;
+
+struct Ranked {
+    Hypothesis hypothesis;
+    Geometry geometry;
+    double score;
+};
+
+/// A format's name and the unused low bits of its words; `doubt` is added to the score.
+struct Name {
+    std::string format;
+    unsigned shift = 0;
+    double doubt = 0;
+    std::string evidence;
+};
+
+std::string Text(const char* format, double value) {
+    char text[96];
+    static_cast<void>(std::snprintf(text, sizeof text, format, value));
+    return text;
+}
+
+/// Mean difference of bytes that lie `distance` apart.
+double MeanDifference(std::span<const uint8_t> bytes, size_t distance) {
+    const size_t compared = std::min(bytes.size() - distance, kComparedBytes);
+    const size_t start = (bytes.size() - distance - compared) / 2;
+    uint64_t sum = 0;
+    for (size_t i = start; i < start + compared; ++i) {
+        sum += static_cast<uint64_t>(std::abs(bytes[i] - bytes[i + distance]));
+    }
+    return static_cast<double>(sum) / static_cast<double>(compared);
+}
+
+/// Every second byte from `first` on.
+std::vector<uint8_t> EverySecond(std::span<const uint8_t> bytes, size_t first) {
+    std::vector<uint8_t> half(bytes.size() / 2);
+    for (size_t i = 0; i < half.size(); ++i) {
+        half[i] = bytes[2 * i + first];
+    }
+    return half;
+}
+
+/// The most prominent lags of all bytes, then of every second one: the noise of words' low bytes hides what their high
+/// bytes show.
+std::vector<size_t> Lags(std::span<const uint8_t> bytes) {
+    const size_t used = std::min(bytes.size(), kCorrelatedBytes);
+    const std::span<const uint8_t> middle = bytes.subspan((bytes.size() - used) / 2, used);
+    std::vector<size_t> lags = ProminentLags(Autocorrelation(middle), kShortestRow, kLags);
+    for (const size_t first : {0, 1}) {
+        const std::vector<double> correlation = Autocorrelation(EverySecond(middle, first));
+        for (const size_t lag : ProminentLags(correlation, kShortestRow / 2, kSureLags)) {
+            lags.insert(lags.begin(), 2 * lag);
+        }
+    }
+    return lags;
+}
+
+/// Prominent lags and simple fractions and multiples of them; of these the ones at which bytes resemble those one or
+/// two rows further on, and the most prominent lags in any case.
+std::vector<size_t> RowLengths(std::span<const uint8_t> bytes) {
+    const std::vector<size_t> lags = Lags(bytes);
+    std::set<size_t> lengths;
+    for (const size_t lag : lags) {
+        for (const size_t length : {lag, lag * 2, lag * 3, lag / 2, lag / 3}) {
+            if (length >= kShortestRow / 2 && length * 4 <= bytes.size()) {
+                lengths.insert(length);
+            }
+        }
+    }
+    std::vector<std::pair<double, size_t>> byDifference;
+    for (const size_t length : lengths) {
+        byDifference.emplace_back(std::min(MeanDifference(bytes, length), MeanDifference(bytes, 2 * length)), length);
+    }
+    std::sort(byDifference.begin(), byDifference.end());
+    byDifference.resize(std::min(byDifference.size(), kRowLengths));
+    std::set<size_t> best;
+    for (const auto& [difference, length] : byDifference) {
+        best.insert(length);
+    }
+    for (size_t i = 0; i < std::min(lags.size(), 3 * kSureLags); ++i) {
+        best.insert(lags[i]);
+        best.insert(lags[i] / 2);
+    }
+    return {best.begin(), best.end()};
+}
+
+std::vector<Hypothesis> BestHypotheses(std::span<const uint8_t> bytes, uint64_t fileBytes) {
+    std::vector<Hypothesis> all;
+    for (const size_t length : RowLengths(bytes)) {
+        for (Hypothesis& hypothesis : HypothesesFor(length, fileBytes % length != 0)) {
+            hypothesis.bitsPerByte = BitsPerByte(bytes, hypothesis, kFirstLook);
+            all.push_back(hypothesis);
+        }
+    }
+    const auto cheaper = [](const Hypothesis& a, const Hypothesis& b) { return a.bitsPerByte < b.bitsPerByte; };
+    std::stable_sort(all.begin(), all.end(), cheaper);
+    const double most = (all.empty() ? 0 : all.front().bitsPerByte) + kFarBehind;
+    std::map<std::pair<Packing, Sites>, size_t> looks;
+    std::erase_if(all, [&](const Hypothesis& hypothesis) {
+        return hypothesis.bitsPerByte > most || looks[{hypothesis.packing, hypothesis.sites}]++ >= kSecondLooks;
+    });
+    for (Hypothesis& hypothesis : all) {
+        hypothesis.bitsPerByte = BitsPerByte(bytes, hypothesis, kSecondLook);
+    }
+    std::stable_sort(all.begin(), all.end(), cheaper);
+    return all;
+}
+
+/// How much better a site is predicted by the four sites of the other colour of its diagonal than by the four nearest
+/// of its own, as a ratio of mean misses: below 1 where both are green, which lies closer together than red or blue.
+///
+///     . o .      o   the four of the diagonal
+///     o x o      the four of its own kind are two rows or columns away
+double DiagonalMisses(const Plane& samples, size_t firstColumn) {
+    uint64_t byDiagonal = 1;
+    uint64_t byOwn = 1;
+    for (size_t r = 2; r + 2 < samples.Rows(); ++r) {
+        const int32_t* up2 = samples.Row(r - 2);
+        const int32_t* up = samples.Row(r - 1);
+        const int32_t* row = samples.Row(r);
+        const int32_t* down = samples.Row(r + 1);
+        const int32_t* down2 = samples.Row(r + 2);
+        for (size_t c = 2 + (firstColumn + r) % 2; c + 2 < samples.Columns(); c += 2) {
+            const int32_t diagonal = (up[c - 1] + up[c + 1] + down[c - 1] + down[c + 1]) >> 2;
+            const int32_t own = (row[c - 2] + row[c + 2] + up2[c] + down2[c]) >> 2;
+            byDiagonal += static_cast<uint64_t>(std::abs(row[c] - diagonal));
+            byOwn += static_cast<uint64_t>(std::abs(row[c] - own));
+        }
+    }
+    return static_cast<double>(byDiagonal) / static_cast<double>(byOwn);
+}
+
+std::string PackingSuffix(const Hypothesis& hypothesis) {
+    switch (hypothesis.packing) {
+        case Packing::kBits10:
+            return "10p";
+        case Packing::kBits12:
+            return "12p";
+        case Packing::k10Packed:
+            return "10Packed";
+        case Packing::k12Packed:
+            return "12Packed";
+        case Packing::kCsi2Raw10:
+            return "10CSI2";
+        case Packing::kCsi2Raw12:
+            return "12CSI2";
+        default:
+            return "8";
+    }
+}
+
+/// Depths that words may have, with the evidence: the bits that are ever set decide, the next larger depth stays
+/// possible.
+std::vector<Name> WordDepths(const Plane& samples) {
+    uint32_t set = 0;
+    for (size_t r = 0; r < samples.Rows(); ++r) {
+        for (size_t c = 0; c < samples.Columns(); ++c) {
+            set |= static_cast<uint32_t>(samples.Row(r)[c]);
+        }
+    }
+    const auto low = static_cast<unsigned>(set == 0 ? 0 : std::countr_zero(set));
+    const auto top = static_cast<unsigned>(std::bit_width(set));
+    std::vector<Name> depths;
+    if (top == 16 && low >= 2) {
+        const unsigned depth = 16 - low <= 10 ? 10 : 16 - low <= 12 ? 12 : 14;
+        depths.push_back(
+            {std::to_string(depth), 16 - depth, 0, "the low " + std::to_string(low) + " bits are never set"});
+        depths.push_back({"16", 0, 0.05, ""});
+        return depths;
+    }
+    double doubt = 0;
+    for (const unsigned depth : {10u, 12u, 14u, 16u}) {
+        if (top <= depth) {
+            depths.push_back({std::to_string(depth), 0, doubt, "no sample exceeds " + std::to_string((1u << top) - 1)});
+            doubt += 0.3;
+        }
+    }
+    return depths;
+}
+
+std::vector<Name> Depths(const Plane& samples, const Hypothesis& hypothesis) {
+    if (hypothesis.packing == Packing::kWords) {
+        return WordDepths(samples);
+    }
+    return {{PackingSuffix(hypothesis), 0, 0, ""}};
+}
+
+std::vector<Name> BayerNames(const Plane& samples, const Hypothesis& hypothesis) {
+    const double fromTopLeft = DiagonalMisses(samples, 0);
+    const double fromTopRight = DiagonalMisses(samples, 1);
+    const bool greenFirst = fromTopLeft < fromTopRight;
+    const char* likely[] = {greenFirst ? "GR" : "RG", greenFirst ? "GB" : "BG"};
+    const char* unlikely[] = {greenFirst ? "RG" : "GR", greenFirst ? "BG" : "GB"};
+    const std::string evidence =
+        Text("the diagonal taken for green predicts itself %.2f times as badly as sites two apart",
+             std::min(fromTopLeft, fromTopRight)) +
+        Text(", the other one %.2f times", std::max(fromTopLeft, fromTopRight));
+    std::vector<Name> names;
+    for (const Name& depth : Depths(samples, hypothesis)) {
+        for (int i = 0; i < 2; ++i) {
+            names.push_back({std::string("Bayer") + likely[i] + depth.format, depth.shift, depth.doubt + 0.0001 * i,
+                             evidence + (depth.evidence.empty() ? "" : "; " + depth.evidence)});
+            names.push_back({std::string("Bayer") + unlikely[i] + depth.format, depth.shift, depth.doubt + 0.4, ""});
+        }
+    }
+    return names;
+}
+
+/// 0 for U Y V; more if bytes 0 and 2 of the pixels do not lie around 128 or vary more than byte 1, as chroma does not.
+double ChromaDoubt(const Plane& samples) {
+    double spread[3] = {};
+    double mean[3] = {};
+    for (size_t i = 0; i < 3; ++i) {
+        const Plane plane = samples.Sites(0, 1, i, 3);
+        double sum = 0;
+        double squares = 0;
+        for (size_t r = 0; r < plane.Rows(); ++r) {
+            for (size_t c = 0; c < plane.Columns(); ++c) {
+                sum += plane.Row(r)[c];
+                squares += static_cast<double>(plane.Row(r)[c]) * plane.Row(r)[c];
+            }
+        }
+        const auto count = static_cast<double>(std::max<size_t>(plane.Rows() * plane.Columns(), 1));
+        mean[i] = sum / count;
+        spread[i] = squares / count - mean[i] * mean[i];
+    }
+    const bool chroma = std::abs(mean[0] - 128) < 40 && std::abs(mean[2] - 128) < 40 && spread[0] < 0.7 * spread[1] &&
+                        spread[2] < 0.7 * spread[1];
+    return chroma ? -0.05 : 0.1;
+}
+
+std::vector<Name> NamesOf(std::span<const uint8_t> bytes, const Ranked& ranked) {
+    const Hypothesis& hypothesis = ranked.hypothesis;
+    const auto skipped = static_cast<size_t>(std::min<uint64_t>(ranked.geometry.offset, bytes.size()));
+    Hypothesis fromFirstRow = hypothesis;
+    fromFirstRow.alignment = 0;
+    const Plane samples = SamplesOf(bytes.subspan(skipped), fromFirstRow, 0, kNamedBytes);
+    switch (hypothesis.sites) {
+        case Sites::kMono: {
+            std::vector<Name> names = Depths(samples, hypothesis);
+            for (Name& name : names) {
+                name.format.insert(0, "Mono");
+            }
+            return names;
+        }
+        case Sites::kBayer:
+            return BayerNames(samples, hypothesis);
+        case Sites::kColour: {
+            std::vector<Name> names;
+            for (const Name& depth : Depths(samples, hypothesis)) {
+                if (depth.shift == 0 && depth.format != "14" && depth.format != "16") {
+                    names.push_back({"RGB" + depth.format, 0, depth.doubt, depth.evidence});
+                    names.push_back({"BGR" + depth.format, 0, depth.doubt + 0.0001, depth.evidence});
+                }
+            }
+            return names;
+        }
+        case Sites::kUyv:
+            return {{"YUV8_UYV", 0, ChromaDoubt(samples), ""}};
+        case Sites::kUyvy:
+            return {{"YUV422_8_UYVY", 0, 0, ""}};
+        case Sites::kYuyv:
+            return {{"YUV422_8", 0, 0, ""}};
+        case Sites::kUyyvyy:
+            return {{"YUV411_8_UYYVYY", 0, 0, ""}};
+    }
+    return {};
+}
+
+std::vector<std::string> Evidence(const Ranked& ranked, const Name& name, uint64_t fileBytes) {
+    const Geometry& geometry = ranked.geometry;
+    std::vector<std::string> evidence = {
+        "rows of " + std::to_string(ranked.hypothesis.rowBytes) + " bytes",
+        Text("predicted from its neighbours a byte takes %.2f bits", ranked.hypothesis.bitsPerByte)};
+    if (geometry.rest == 0) {
+        evidence.push_back("the length of " + std::to_string(fileBytes) + " bytes is " +
+                           (geometry.offset > 0 ? std::to_string(geometry.offset) + " and " : "") +
+                           std::to_string(geometry.frames) + (geometry.frames == 1 ? " frame" : " frames"));
+    }
+    if (!name.evidence.empty()) {
+        evidence.push_back(name.evidence);
+    }
+    return evidence;
+}
+
+}  // namespace
+
+std::vector<Guess> RankLayouts(std::span<const uint8_t> bytes, uint64_t fileBytes, size_t most) {
+    std::vector<Guess> guesses;
+    std::vector<Ranked> ranking;
+    for (const Hypothesis& hypothesis : BestHypotheses(bytes, fileBytes)) {
+        for (const Geometry& geometry : GeometriesOf(bytes, fileBytes, hypothesis, kGeometriesEach)) {
+            ranking.push_back({hypothesis, geometry, hypothesis.bitsPerByte + geometry.penalty});
+        }
+    }
+    std::stable_sort(ranking.begin(), ranking.end(),
+                     [](const Ranked& a, const Ranked& b) { return a.score < b.score; });
+    ranking.resize(std::min(ranking.size(), most));
+    for (const Ranked& ranked : ranking) {
+        for (const Name& name : NamesOf(bytes, ranked)) {
+            const Geometry& geometry = ranked.geometry;
+            guesses.push_back({name.format, geometry.width, geometry.height, geometry.stride, geometry.offset,
+                               name.shift, geometry.frames, geometry.rest, ranked.hypothesis.bitsPerByte,
+                               ranked.score + name.doubt, Evidence(ranked, name, fileBytes)});
+        }
+    }
+    std::stable_sort(guesses.begin(), guesses.end(), [](const Guess& a, const Guess& b) { return a.score < b.score; });
+    std::set<std::tuple<std::string, uint32_t, uint32_t, uint64_t, uint64_t>> seen;
+    std::erase_if(guesses, [&](const Guess& guess) {
+        return !seen.emplace(guess.format, guess.width, guess.height, guess.stride, guess.offset).second;
+    });
+    guesses.resize(std::min(guesses.size(), most));
+    return guesses;
+}
+
+}  // namespace VexaGuess
