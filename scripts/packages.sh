@@ -13,7 +13,7 @@ PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-
     qemu-user clang dpkg-dev fakeroot file
     python3-build python3-setuptools python3-wheel python3-venv binutils
     gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
-    gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-x xvfb xauth)
+    gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-x xvfb xauth python3-gi gir1.2-gstreamer-1.0)
 PACKAGES_DOCS=(doxygen python3)
 PACKAGES_BENCH=(libbenchmark-dev valgrind libyuv-dev libdc1394-dev libswscale-dev libavutil-dev
     libopencv-dev libgstreamer1.0-dev gstreamer1.0-plugins-bad python3-matplotlib)

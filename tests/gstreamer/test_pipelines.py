@@ -1,0 +1,94 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+"""The elements among GStreamer's own: videocrop, tee and queue around them, and nothing left alive at the end.
+
+GST_PLUGIN_PATH names the plugin; the tool is on the PATH.
+"""
+
+import os
+import re
+import subprocess
+
+import pytest
+
+TIMEOUT = 120
+WIDTH, HEIGHT = 160, 120
+TRACING = {"GST_TRACERS": "leaks", "GST_DEBUG": "GST_TRACER:7", "GST_DEBUG_NO_COLOR": "1"}
+LEAK = re.compile(r"object-alive, type-name=\(string\)[A-Z]\w+")
+
+
+def launch(folder, *pipeline, fails=False):
+    """Runs a pipeline under the leaks tracer; returns what it printed."""
+    result = subprocess.run(["gst-launch-1.0", *" ".join(pipeline).split()], cwd=folder, env=os.environ | TRACING,
+                            text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=TIMEOUT, check=False)
+    assert (result.returncode != 0) == fails, result.stdout
+    assert LEAK.findall(result.stdout) == []
+    return result.stdout
+
+
+def cropped(picture, pixel_bytes, left, right, top, bottom):
+    """A part of a picture of WIDTH x HEIGHT pixels without padding."""
+    row = WIDTH * pixel_bytes
+    return b"".join(picture[y * row + left * pixel_bytes:(y + 1) * row - right * pixel_bytes]
+                    for y in range(top, HEIGHT - bottom))
+
+
+@pytest.fixture(scope="module", name="scene")
+def fixture_scene(tmp_path_factory):
+    """A folder with an RWH frame of 12 bits and the tool's BGRA picture of it."""
+    folder = tmp_path_factory.mktemp("scene")
+    for command in (["synth", "--format", "BayerGR12", "--size", f"{WIDTH}x{HEIGHT}", "scene.rwh"],
+                    ["convert", "scene.rwh", "scene.bgra"]):
+        subprocess.run(["vexacamutl", *command], cwd=folder, check=True, timeout=TIMEOUT)
+    return folder
+
+
+def test_the_leaks_tracer_sees_a_leak():
+    """Otherwise the other tests of this page could not fail."""
+    program = ("import gi; gi.require_version('Gst', '1.0'); from gi.repository import Gst; Gst.init(None);"
+               "b = Gst.Buffer.new(); Gst.deinit()")
+    result = subprocess.run(["/usr/bin/python3", "-c", program], env=os.environ | TRACING, text=True,
+                            capture_output=True, timeout=TIMEOUT, check=False)
+    assert any("GstBuffer" in leak for leak in LEAK.findall(result.stderr)), result.stderr
+
+
+def test_tee_queue_and_videocrop(scene):
+    launch(scene, "filesrc location=scene.rwh ! vexarwhdec ! tee name=t",
+           "t. ! queue ! vexaconvert n-threads=2 ! video/x-raw,format=BGRA ! filesink location=whole.raw",
+           "t. ! queue ! vexaconvert bayer-mode=adaptive ! fakesink",
+           "t. ! queue ! vexaconvert ! video/x-raw,format=BGRA",
+           "! videocrop left=16 right=32 top=4 bottom=8 ! filesink location=part.raw")
+    picture = (scene / "scene.bgra").read_bytes()
+    assert (scene / "whole.raw").read_bytes() == picture
+    assert (scene / "part.raw").read_bytes() == cropped(picture, 4, 16, 32, 4, 8)
+
+
+@pytest.mark.parametrize("source", ["UYVY", "YUY2", "RGB", "GRAY8", "GRAY16_LE"])
+def test_videocrop_before_the_element(tmp_path, source):
+    frame = f"videotestsrc num-buffers=1 ! video/x-raw,format={source},width={WIDTH},height={HEIGHT}"
+    launch(tmp_path, frame, "! vexaconvert ! video/x-raw,format=BGRA ! filesink location=whole.raw")
+    launch(tmp_path, frame, "! videocrop left=16 right=30 top=4 bottom=8 ! vexaconvert ! video/x-raw,format=BGRA",
+           "! filesink location=part.raw")
+    whole = (tmp_path / "whole.raw").read_bytes()
+    assert (tmp_path / "part.raw").read_bytes() == cropped(whole, 4, 16, 30, 4, 8)
+
+
+def test_videoscale_and_videorate_negotiate_around_it(tmp_path):
+    launch(tmp_path, "videotestsrc num-buffers=10 ! videorate ! videoscale ! videoconvert ! rgb2bayer ! vexaconvert",
+           "! videoscale ! videoconvert ! videorate ! video/x-raw,format=I420,width=96,height=64,framerate=10/1",
+           "! fakesink")
+
+
+def test_errors_leave_nothing_behind(scene):
+    (scene / "short.rwh").write_bytes((scene / "scene.rwh").read_bytes()[:1000])
+    text = launch(scene, "filesrc location=short.rwh ! vexarwhdec ! vexaconvert ! fakesink", fails=True)
+    assert "an RWH file ends early: it holds 1000 of 38416 bytes" in text
+    text = launch(scene, "videotestsrc num-buffers=1 ! video/x-bayer,format=rggb,width=161,height=120 ! vexaconvert",
+                  "! fakesink", fails=True)
+    assert "161 x 120 pixels: BayerRG8 frames have widths that are a multiple of 2, and even heights" in text
+
+
+def test_typefinder(scene):
+    result = subprocess.run(["gst-typefind-1.0", "scene.rwh"], cwd=scene, text=True, capture_output=True,
+                            timeout=TIMEOUT, check=True)
+    assert result.stdout == "scene.rwh - application/x-vexa-rwh\n"
