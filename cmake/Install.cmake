@@ -27,7 +27,7 @@ install(TARGETS VexaCamFrames
   EXPORT VexaCamFramesTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT frames NAMELINK_COMPONENT frames_development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/include/VexaCamFrames.h
+install(FILES ${PROJECT_SOURCE_DIR}/include/VexaCamFrames.h ${PROJECT_SOURCE_DIR}/include/VexaCamFrames.hpp
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT frames_development)
 
 # find_package(VexaCamUtl 1 CONFIG), with COMPONENTS Frames where the frames layer is wanted

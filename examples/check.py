@@ -17,6 +17,7 @@ import sys
 import zlib
 
 BARS = [(255, 0, 0), (0, 255, 0), (0, 0, 255), (200, 120, 40), (17, 17, 17), (250, 240, 230)]  # red, green, blue
+GREYS = [400, 800, 1400, 2000, 2800, 3600]  # of 4095
 BAR = 16
 WIDTH, HEIGHT = BAR * len(BARS), 24
 MONO8, RG8 = 0x01080001, 0x01080009
@@ -94,6 +95,28 @@ def frame(path):
         file.write(struct.pack("<4I", RG8, WIDTH, HEIGHT, WIDTH) + mosaic(BARS))
 
 
+def packed(path):
+    light = (1.0, 0.8, 0.4)  # of red, green, blue
+    with open(path, "wb") as file:
+        for y in range(HEIGHT):
+            row = 0
+            for x in range(WIDTH):
+                sample = int(GREYS[x // BAR] * light[SITES[RG8][y % 2][x % 2]])
+                row |= sample << 12 * x
+            file.write(row.to_bytes(WIDTH * 12 // 8, "little") + b"\xee" * 16)
+
+
+def balanced(path):
+    width, height, channels, pixels = read_picture(path)
+    assert (width, height) == (WIDTH, HEIGHT), f"size {width} x {height}"
+    for y in range(2, HEIGHT - 2):
+        for x in (x for x in range(WIDTH) if 3 <= x % BAR < BAR - 3):
+            found = pixels[(y * WIDTH + x) * channels :][:3]
+            light = GREYS[x // BAR] / 4095  # the largest gain is not red's, so red stays
+            expected = 255 * (1.055 * light ** (1 / 2.4) - 0.055)
+            assert all(abs(f - expected) < 2 for f in found), f"pixel ({x}, {y}) is {tuple(found)}, not {expected}"
+
+
 def lie(path):
     with open(path, "wb") as file:
         file.write(struct.pack("<4I", RG8, 1024, 1024, 4) + bytes(4 * 1024))
@@ -137,5 +160,6 @@ def mosaic_of_picture(picture_path, frame_path):
 
 
 if __name__ == "__main__":
-    commands = {"ramps": ramps, "frame": frame, "lie": lie, "bars": bars, "stream": stream, "refuses": refuses, "mosaic": mosaic_of_picture}
+    commands = {"ramps": ramps, "frame": frame, "lie": lie, "bars": bars, "stream": stream, "refuses": refuses, "mosaic": mosaic_of_picture,
+                "packed": packed, "balanced": balanced}
     commands[sys.argv[1]](*sys.argv[2:])

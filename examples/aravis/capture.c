@@ -2,30 +2,55 @@
  * Copyright (c) the Vexa camera utility library authors
  *
  * One frame from a camera, as a PNG to look at and as a raw frame to keep. The camera's pixel-format codes are the
- * library's own, so nothing has to be translated. Without a camera name Aravis' built-in fake camera is used.
+ * library's own, so nothing has to be translated; packed formats and padded rows are fine. Without a camera name
+ * Aravis' built-in fake camera is used.
  *
  *     capture picture.png frame.rwh [camera-name [pixel-format-name]]
  */
-#include <VexaCamUtl.h>
+#include <VexaCamFrames.h>
 #include <arv.h>
 #include <png.h>
 
+/* What the camera sends: packed samples, padding at the ends of rows; chunk data after the picture are left out. */
+static VcfLayout layout_of(ArvBuffer* buffer) {
+    VcfLayout layout;
+    gint x_padding = 0;
+    gint y_padding = 0;
+    VcfInitLayout(&layout, arv_buffer_get_image_pixel_format(buffer), (uint32_t)arv_buffer_get_image_width(buffer),
+                  (uint32_t)arv_buffer_get_image_height(buffer));
+    arv_buffer_get_image_padding(buffer, &x_padding, &y_padding);
+    if (x_padding > 0) {
+        layout.stride = VcfRowBytes(&layout) + (uint64_t)x_padding;
+    }
+    return layout;
+}
+
 static gboolean save(ArvBuffer* buffer, const char* png_path, const char* rwh_path) {
-    const PixelFormat format = arv_buffer_get_image_pixel_format(buffer);
-    const uint32_t width = (uint32_t)arv_buffer_get_image_width(buffer);
-    const uint32_t height = (uint32_t)arv_buffer_get_image_height(buffer);
-    png_image png = {.version = PNG_IMAGE_VERSION, .width = width, .height = height, .format = PNG_FORMAT_BGRA};
+    const VcfLayout layout = layout_of(buffer);
+    const VcfFormat* format = VcfFindFormat(layout.format);
+    png_image png = {
+        .version = PNG_IMAGE_VERSION, .width = layout.width, .height = layout.height, .format = PNG_FORMAT_BGRA};
     size_t size = 0;
-    const void* frame = arv_buffer_get_data(buffer, &size);
-    uint8_t* bgra = g_malloc((size_t)width * height * 4);
-    /* The library trusts sizes; a camera's buffer is better asked. */
-    gboolean good = format != PIXEL_FORMAT_YUV8_UYV && size >= (size_t)width * height * BitPerPixel(format) / 8;
-    good = good && ConvImage(CONV_DST_BGRA, format, 1, bgra, frame, width, height) == UTL_STS_SUCCESS;
-    good = good && SaveRWH(frame, format, width, height, rwh_path) == UTL_STS_SUCCESS;
-    good = good && png_image_write_to_file(&png, png_path, 0, bgra, 0, NULL) != 0;
-    g_print("%u x %u, format %#010x: %s\n", width, height, format, good ? "saved" : "failed");
-    g_free(bgra);
-    return good;
+    const void* image = arv_buffer_get_image_data(buffer, &size);
+    const size_t pixels = (size_t)layout.width * layout.height;
+    g_autofree uint8_t* bgra = g_malloc(pixels * 4);
+    g_autofree uint8_t* samples = g_malloc(pixels * 6);
+    char text[VCF_TEXT_BYTES] = "saved";
+    VcfConverter* converter = NULL;
+    VcfStatus status = VcfCreateConverter(&converter, &layout, VCF_OUTPUT_BGRA, NULL, text, sizeof text);
+    if (status == VCF_OK) {
+        status = VcfConvert(converter, image, size, bgra, 0, text, sizeof text);
+    }
+    VcfDestroyConverter(converter);
+    if (status == VCF_OK) { /* the raw frame is kept unpacked and without padding */
+        status = VcfUnpack(&layout, image, size, samples, 0, format->depth == 8 ? 1 : 2, text, sizeof text);
+    }
+    if (status != VCF_OK) {
+        g_printerr("capture: %s\n", text);
+        return FALSE;
+    }
+    return SaveRWH(samples, format->unpacked, layout.width, layout.height, rwh_path) == UTL_STS_SUCCESS &&
+           png_image_write_to_file(&png, png_path, 0, bgra, 0, NULL) != 0;
 }
 
 int main(int argc, char** argv) {
@@ -36,7 +61,6 @@ int main(int argc, char** argv) {
         g_printerr("usage: capture picture.png frame.rwh [camera-name [pixel-format-name]]\n");
         return 1;
     }
-    PrepareLUT();
     arv_enable_interface("Fake");
     camera = arv_camera_new(argc > 3 ? argv[3] : "Fake_1", &error);
     if (error == NULL && argc > 4) {

@@ -193,7 +193,7 @@ TEST_P(FrameConversion, FramesOfManyBands) {
     };
     for (const Big& big : kFrames) {
         for (const uint32_t output : {VCF_OUTPUT_BGRA, VCF_OUTPUT_RGB}) {
-            for (const size_t padding : {0, 12}) {
+            for (const size_t padding : {size_t{0}, size_t{12}}) {
                 FrameTrial trial;
                 trial.output = output;
                 trial.padding = padding;

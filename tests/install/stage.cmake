@@ -12,6 +12,7 @@ file(RENAME ${first} ${STAGE})
 foreach(file
     include/VexaCamUtl.h
     include/VexaCamFrames.h
+    include/VexaCamFrames.hpp
     ${LIBDIR}/libVexaCamFrames.so
     ${LIBDIR}/libVexaCamFrames.so.0
     ${LIBDIR}/cmake/VexaCamUtl/VexaCamFramesTargets.cmake
