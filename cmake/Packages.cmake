@@ -96,7 +96,7 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library_package} (>= ${PROJECT_VERSION}
 set(CPACK_DEBIAN_GSTREAMER_PACKAGE_DEPENDS
   "libvexacamframes0 (>= ${PROJECT_VERSION}), ${library_package} (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
-  "python3 (>= 3.9), python3-numpy, ${library_package} (>= ${PROJECT_VERSION})")
+  "python3 (>= 3.9), python3-numpy, ${library_package} (>= ${PROJECT_VERSION}), ${CPACK_DEBIAN_FRAMES_PACKAGE_NAME}")
 
 # What a program that links the library depends on: the symbols file is kept by hand, as each symbol carries the
 # version that brought it; shlibs is the coarse answer for tools that don't read symbols.

@@ -23,6 +23,7 @@ endfunction()
 function(vexa_python_environment variable reason)
   set(environment
     VEXACAMUTL_LIBRARY=$<TARGET_FILE:VexaCamUtl>
+    VEXACAMUTL_FRAMES_LIBRARY=$<TARGET_FILE:VexaCamFrames>
     VEXACAMUTL_FRAMES_DIR=${VEXACAMUTL_FRAMES_DIR}
     PYTHONPATH=${PROJECT_SOURCE_DIR}/python
     PYTHONDONTWRITEBYTECODE=1)

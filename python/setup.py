@@ -84,7 +84,7 @@ class PlatformDistribution(Distribution):
         return True
 
 
-# A build folder in the source tree would hand files of an older build to the next wheel. This one goes when Python ends.
+# A build folder in the source tree would hand files of an older build to the next wheel. This one goes with Python.
 scratch_folder = tempfile.TemporaryDirectory(prefix="vexacamutl-")
 
 setup(

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
-"""The converters: each of them by its name, the choice of one for a format, and the two calls that most users need.
+"""The library's converters: each of them by its name, and the choice of one for a format.
 
 A converter reads its own layout, which for three of the YUV converters is not the camera's: ConvYUV422PToBGR reads 5
 bytes for 2 pixels, ConvYUV444PToBGRA and ConvYUV444PToBGR read 4 bytes per pixel. Called by name they require just
@@ -18,7 +18,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from . import _library
-from ._arrays import Frame, base_array, check_frame, check_out
+from ._arrays import Frame, check_frame, check_out
 from ._formats import (
     BYTE,
     WORD,
@@ -45,7 +45,7 @@ class BayerMode(enum.IntEnum):
 ModeLike = Union[BayerMode, int, str]
 
 
-def _bayer_mode(mode: ModeLike) -> BayerMode:
+def bayer_mode(mode: ModeLike) -> BayerMode:
     """A mode by its member, its number, or its name in any case."""
     if isinstance(mode, str):
         try:
@@ -75,7 +75,7 @@ def set_bayer_mode(mode: ModeLike) -> None:
     'ConvByrRG8ToBGRAACPI'
     >>> vcu.set_bayer_mode("default")
     """
-    check_status("SetBayerConvMode", LIBRARY.SetBayerConvMode(int(_bayer_mode(mode))))
+    check_status("SetBayerConvMode", LIBRARY.SetBayerConvMode(int(bayer_mode(mode))))
 
 
 def _source_layout(name: str) -> Layout:
@@ -90,7 +90,7 @@ def _source_layout(name: str) -> Layout:
     return Layout(dtype, 1, 3 if source.startswith(("RGB", "BGR")) else 1)
 
 
-class Converter:
+class NamedConverter:
     """One of the library's converters: call it with a frame, get the picture.
 
     Examples
@@ -130,7 +130,7 @@ class Converter:
         return self._takes_shift
 
     def __repr__(self) -> str:
-        return f"<Converter {self._name}>"
+        return f"<NamedConverter {self._name}>"
 
     def source_bytes(self, width: int, height: int) -> int:
         """Bytes that the frame must hold."""
@@ -199,7 +199,9 @@ class Converter:
 
 
 #: All converters by name.
-CONVERTERS: Mapping[str, Converter] = MappingProxyType({name: Converter(name) for name in _library.converter_names()})
+CONVERTERS: Mapping[str, NamedConverter] = MappingProxyType(
+    {name: NamedConverter(name) for name in _library.converter_names()}
+)
 
 
 def _address(name: str) -> int:
@@ -209,22 +211,22 @@ def _address(name: str) -> int:
 _NAME_AT = {_address(name): name for name in CONVERTERS}
 
 
-def _warn_of_bilinear(format: PixelFormat, stacklevel: int) -> None:
+def warn_of_bilinear(name: str, stacklevel: int) -> None:
     warnings.warn(
-        f"{format.name} is demosaiced bilinearly: the ACPI mode serves 8-bit Bayer frames only",
+        f"{name} is demosaiced bilinearly: the ACPI mode serves 8-bit Bayer frames only",
         UserWarning,
         stacklevel=stacklevel + 1,
     )
 
 
-def _choose(
+def choose(
     format: FormatLike, to: str, bayer: bool, mode: Optional[ModeLike], stacklevel: int
-) -> tuple[PixelFormat, Converter]:
+) -> tuple[PixelFormat, NamedConverter]:
     """What converter_for answers; `stacklevel` is that of the user's call, for warnings."""
     if to not in ("bgra", "bgr"):
         raise ValueError(f"to must be 'bgra' or 'bgr', not {to!r}")
     chosen, bayer = pixel_format(format), flag(bayer, "bayer")
-    wanted = None if mode is None else _bayer_mode(mode)
+    wanted = None if mode is None else bayer_mode(mode)
     getter = LIBRARY.GetBGRAConverter if to == "bgra" else LIBRARY.GetBGRConverter
     address = getter(int(chosen), int(bayer))
     if address is None:
@@ -237,13 +239,13 @@ def _choose(
         if wanted == BayerMode.ACPI and f"{name}ACPI" in CONVERTERS:
             name = f"{name}ACPI"
         elif wanted == BayerMode.ACPI:
-            _warn_of_bilinear(chosen, stacklevel + 1)
+            warn_of_bilinear(chosen.name, stacklevel + 1)
     return chosen, CONVERTERS[name]
 
 
 def converter_for(
     format: FormatLike, to: str = "bgra", *, bayer: bool = True, mode: Optional[ModeLike] = None
-) -> Converter:
+) -> NamedConverter:
     """Choose the converter for a format, to keep for a stream of frames.
 
     Parameters
@@ -259,7 +261,7 @@ def converter_for(
 
     Returns
     -------
-    Converter
+    NamedConverter
 
     Raises
     ------
@@ -276,9 +278,9 @@ def converter_for(
     Examples
     --------
     >>> vcu.converter_for("BayerRG8", "bgr", mode="acpi")
-    <Converter ConvByrRG8ToBGRACPI>
+    <NamedConverter ConvByrRG8ToBGRACPI>
     """
-    return _choose(format, to, bayer, mode, stacklevel=2)[1]
+    return choose(format, to, bayer, mode, stacklevel=2)[1]
 
 
 def _fits(frame: Frame, layout: Layout, width: Optional[int], height: Optional[int]) -> bool:
@@ -289,9 +291,9 @@ def _fits(frame: Frame, layout: Layout, width: Optional[int], height: Optional[i
     return True
 
 
-def _run(
+def run(
     chosen: PixelFormat,
-    converter: Converter,
+    converter: NamedConverter,
     frame: Frame,
     width: Optional[int],
     height: Optional[int],
@@ -313,146 +315,3 @@ def _run(
         spread[..., :3] = array.reshape(height, width, 3)
         converter(spread, out=picture)
     return picture if out is None else out
-
-
-def to_bgra(
-    frame: Frame,
-    format: FormatLike,
-    *,
-    width: Optional[int] = None,
-    height: Optional[int] = None,
-    bayer: bool = True,
-    mode: Optional[ModeLike] = None,
-    out: Optional[NDArray[np.uint8]] = None,
-) -> NDArray[np.uint8]:
-    """Convert a frame to a picture of blue, green, red and 255 per pixel.
-
-    The frame is not copied, except that a YUV8_UYV frame of 3 bytes per pixel is spread to 4 first.
-
-    Parameters
-    ----------
-    frame : array or bytes-like
-        In the shape of the format's layout, or any bytes with `width` and `height` given.
-    format : PixelFormat, int or str
-        Of the frame.
-    width, height : int, optional
-        In pixels and rows, where the shape does not have them.
-    bayer : bool
-        False shows a Bayer frame as the grey picture of its mosaic.
-    mode : BayerMode, int or str, optional
-        The demosaic, ``"default"`` or ``"acpi"``; None for the one that `set_bayer_mode` chose.
-    out : ndarray of uint8, optional
-        Receives the picture; C-contiguous, not overlapping the frame.
-
-    Returns
-    -------
-    ndarray of uint8
-        `out`, or a new array of shape (height, width, 4).
-
-    Raises
-    ------
-    UnsupportedFormatError
-        The format is unknown or has no converter.
-    TypeError, ValueError
-        An array, a size or an option does not fit; nothing is written.
-
-    Warns
-    -----
-    UserWarning
-        The ACPI mode is named for a Bayer format of 10 or 12 bits, which is demosaiced bilinearly.
-
-    Examples
-    --------
-    >>> vcu.to_bgra(np.array([[0, 128]], np.uint8), "Mono8")
-    array([[[  0,   0,   0, 255],
-            [128, 128, 128, 255]]], dtype=uint8)
-    """
-    return _run(*_choose(format, "bgra", bayer, mode, 2), frame, width, height, out)
-
-
-def to_bgr(
-    frame: Frame,
-    format: FormatLike,
-    *,
-    width: Optional[int] = None,
-    height: Optional[int] = None,
-    bayer: bool = True,
-    mode: Optional[ModeLike] = None,
-    out: Optional[NDArray[np.uint8]] = None,
-) -> NDArray[np.uint8]:
-    """Convert a frame to a picture of blue, green and red per pixel, as OpenCV wants it.
-
-    The frame is not copied, with two exceptions: a YUV422_8_UYVY frame goes through BGRA, and a YUV8_UYV frame of 3
-    bytes per pixel is spread to 4 first.
-
-    Parameters
-    ----------
-    frame, format, width, height, bayer, mode, out
-        As in `to_bgra`.
-
-    Returns
-    -------
-    ndarray of uint8
-        `out`, or a new array of shape (height, width, 3).
-
-    Raises
-    ------
-    UnsupportedFormatError, TypeError, ValueError
-        As `to_bgra`.
-
-    Warns
-    -----
-    UserWarning
-        As `to_bgra`.
-
-    Examples
-    --------
-    >>> vcu.to_bgr(bytes([10, 20, 30]), "RGB8", width=1, height=1)
-    array([[[30, 20, 10]]], dtype=uint8)
-    """
-    return _run(*_choose(format, "bgr", bayer, mode, 2), frame, width, height, out)
-
-
-def to_rgb(
-    frame: Frame,
-    format: FormatLike,
-    *,
-    width: Optional[int] = None,
-    height: Optional[int] = None,
-    bayer: bool = True,
-    mode: Optional[ModeLike] = None,
-    out: Optional[NDArray[np.uint8]] = None,
-) -> NDArray[np.uint8]:
-    """Convert a frame to a picture of red, green and blue per pixel, as Matplotlib and Pillow want it.
-
-    The picture is made as `to_bgr` makes it; then red and blue are exchanged in place.
-
-    Parameters
-    ----------
-    frame, format, width, height, bayer, mode, out
-        As in `to_bgra`.
-
-    Returns
-    -------
-    ndarray of uint8
-        `out`, or a new array of shape (height, width, 3).
-
-    Raises
-    ------
-    UnsupportedFormatError, TypeError, ValueError
-        As `to_bgra`.
-
-    Warns
-    -----
-    UserWarning
-        As `to_bgra`.
-
-    Examples
-    --------
-    >>> vcu.to_rgb(bytes([10, 20, 30]), "RGB8", width=1, height=1)
-    array([[[10, 20, 30]]], dtype=uint8)
-    """
-    picture = _run(*_choose(format, "bgr", bayer, mode, 2), frame, width, height, out)
-    pixels = base_array(picture)
-    pixels[..., ::2] = pixels[..., ::-2].copy()
-    return picture

@@ -75,14 +75,6 @@ class PixelFormat(enum.IntEnum):
 FormatLike = Union[PixelFormat, int, str]
 
 
-def _not_served(row: FormatName) -> UnsupportedFormatError:
-    if row.layout == "packed":
-        return UnsupportedFormatError(
-            f"frames of {row.name} are packed: unpack them to 16-bit words first (vexacamutl unpack)"
-        )
-    return UnsupportedFormatError(f"{row.name} is not served (did you mean YUV422_8_UYVY?)")
-
-
 def _code_of_name(text: str) -> int:
     """A hex code, a decimal code, or a name as cameras and other programs write it."""
     try:
@@ -97,14 +89,15 @@ def _code_of_name(text: str) -> int:
     raise UnsupportedFormatError(f"unknown pixel format {text!r}; did you mean {first}, {second} or {third}?")
 
 
-def _code(value: FormatLike) -> int:
-    if isinstance(value, str):
-        return _code_of_name(value)
-    return integer(value, "a pixel format")
+def format_code(format: FormatLike) -> int:
+    """The code of any format, known or not."""
+    if isinstance(format, str):
+        return _code_of_name(format)
+    return integer(format, "a pixel format")
 
 
 def pixel_format(format: FormatLike) -> PixelFormat:
-    """Find a pixel format by its name or its code.
+    """Find a pixel format of the library by its name or its code.
 
     Parameters
     ----------
@@ -119,7 +112,7 @@ def pixel_format(format: FormatLike) -> PixelFormat:
     Raises
     ------
     UnsupportedFormatError
-        The format is unknown, or its frames have to be unpacked first.
+        The format is unknown, or one that only `to_bgr`, `to_bgra`, `to_rgb`, `unpack` and `Converter` take.
     TypeError
         It is neither a number nor a string.
 
@@ -131,13 +124,15 @@ def pixel_format(format: FormatLike) -> PixelFormat:
     Traceback (most recent call last):
     vexacamutl._formats.UnsupportedFormatError: unknown pixel format 'rg8'; did you mean BayerRG8, RGB8 or Mono8?
     """
-    code = _code(format)
+    code = format_code(format)
     try:
         return PixelFormat(code)
     except ValueError:
         row = find_code(code)
     if row is not None:
-        raise _not_served(row)
+        raise UnsupportedFormatError(
+            f"{row.name} is not served by this call: unpack it first, or convert it with to_bgr, to_bgra, to_rgb"
+        )
     raise UnsupportedFormatError(f"unknown pixel format {code:#010x}")
 
 
@@ -164,7 +159,7 @@ def bits_per_pixel(format: FormatLike) -> int:
     >>> vcu.bits_per_pixel("Mono10")
     16
     """
-    return int(LIBRARY.BitPerPixel(_code(format)))
+    return int(LIBRARY.BitPerPixel(format_code(format)))
 
 
 def data_depth(format: FormatLike) -> int:
@@ -191,7 +186,7 @@ def data_depth(format: FormatLike) -> int:
     >>> vcu.data_depth("BayerGR12")
     12
     """
-    return int(LIBRARY.DataDepth(_code(format)))
+    return int(LIBRARY.DataDepth(format_code(format)))
 
 
 def is_monochromic(format: FormatLike) -> bool:
@@ -217,7 +212,7 @@ def is_monochromic(format: FormatLike) -> bool:
     >>> vcu.is_monochromic("Mono12"), vcu.is_monochromic("RGB8"), vcu.is_monochromic(0)
     (True, False, True)
     """
-    return bool(LIBRARY.IsMonochromic(_code(format)))
+    return bool(LIBRARY.IsMonochromic(format_code(format)))
 
 
 def is_bayer(format: FormatLike) -> bool:
@@ -243,7 +238,7 @@ def is_bayer(format: FormatLike) -> bool:
     >>> vcu.is_bayer("BayerBG10"), vcu.is_bayer("Mono8")
     (True, False)
     """
-    return bool(LIBRARY.IsPixelBayer(_code(format)))
+    return bool(LIBRARY.IsPixelBayer(format_code(format)))
 
 
 BYTE: np.dtype[Any] = np.dtype(np.uint8)
@@ -308,7 +303,7 @@ def frame_layout(format: FormatLike) -> Layout:
     Raises
     ------
     UnsupportedFormatError
-        The format is unknown, or its frames have to be unpacked first.
+        The format is unknown, or one that only `to_bgr`, `to_bgra`, `to_rgb`, `unpack` and `Converter` take.
 
     Examples
     --------

@@ -9,8 +9,8 @@ The library is looked for in this order; the first that is there is taken:
 3. libVexaCamUtl_64.so.1 as the loader finds it: LD_LIBRARY_PATH, ldconfig's cache, /usr/lib.
 
 Its SONAME must be the name that this package was written for. A package that brings its own library (a wheel) has the
-build id of each in libraries.txt, and a library in its folder must be that very build. Elsewhere any build of the SONAME
-is good: it may be newer.
+build id of each in libraries.txt, and a library in its folder must be that very build. Elsewhere any build of the
+SONAME is good: it may be newer.
 
 ctypes.CDLL lets go of the interpreter's lock during every call, so other threads run meanwhile.
 """

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
-"""Names of pixel formats: the list that the shell tool is tested against as well, and the search through it."""
+"""Names of pixel formats: the list that tool and frames layer are tested against as well, and the search through it."""
 from __future__ import annotations
 
 from pathlib import Path
@@ -12,14 +12,14 @@ class FormatName(NamedTuple):
 
     name: str
     code: int
-    layout: str
+    served: str
     aliases: tuple[str, ...]
 
 
 def _read() -> tuple[FormatName, ...]:
     text = (Path(__file__).parent / "format_names.txt").read_text(encoding="ascii")
     rows = [line.split() for line in text.splitlines() if not line.startswith("#")]
-    return tuple(FormatName(name, int(code, 16), layout, tuple(aliases)) for name, code, layout, *aliases in rows)
+    return tuple(FormatName(name, int(code, 16), served, tuple(aliases)) for name, code, served, *aliases in rows)
 
 
 FORMAT_NAMES = _read()
@@ -70,6 +70,4 @@ def _distance(wanted: str, row: FormatName) -> int:
 def nearest_names(text: str) -> tuple[str, ...]:
     """The three names nearest to a text: names that contain it first, then those with the fewest letters to change."""
     wanted = normalised(text)
-    served = [row for row in FORMAT_NAMES if row.layout != "none"]
-    served.sort(key=lambda row: _distance(wanted, row))
-    return tuple(row.name for row in served[:3])
+    return tuple(row.name for row in sorted(FORMAT_NAMES, key=lambda row: _distance(wanted, row))[:3])

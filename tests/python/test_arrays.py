@@ -20,7 +20,6 @@ FRAME = np.zeros((4, 6), np.uint8)
         (FRAME.astype(">u2"), "BayerRG12", TypeError, "dtype big-endian uint16; expected is uint16"),
         (FRAME.astype(np.float32), "BayerRG8", TypeError, "dtype float32"),
         (FRAME[:, ::2], "Mono8", ValueError, r"not C-contiguous; pass numpy.ascontiguousarray"),
-        (FRAME[:, 1:], "BayerRG8", ValueError, r"not C-contiguous"),
         (FRAME.T, "Mono8", ValueError, r"not C-contiguous"),
         (FRAME[::-1], "Mono8", ValueError, r"not C-contiguous"),
         (FRAME[np.newaxis, np.newaxis], "Mono8", ValueError, r"expected is \(height, width\)"),

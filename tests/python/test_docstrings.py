@@ -13,6 +13,7 @@ import pytest
 import vexacamutl as vcu
 
 FUNCTIONS = {name: value for name in vcu.__all__ if inspect.isfunction(value := getattr(vcu, name))}
+FUNCTIONS["NamedConverter.__call__"] = vcu.NamedConverter.__call__
 FUNCTIONS["Converter.__call__"] = vcu.Converter.__call__
 PUBLIC = {name: getattr(vcu, name) for name in vcu.__all__}
 
@@ -48,7 +49,7 @@ def test_everything_public_is_described():
                     assert member.__doc__ or issubclass(value, enum.Enum), f"{name}.{part}"
 
 
-@pytest.mark.parametrize("name", [*FUNCTIONS, "Converter", "Layout"])
+@pytest.mark.parametrize("name", [*FUNCTIONS, "NamedConverter", "Converter", "Layout"])
 def test_examples(name, tmp_path, monkeypatch):
     monkeypatch.chdir(tmp_path)
     value = FUNCTIONS.get(name) or PUBLIC[name]

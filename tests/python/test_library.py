@@ -19,12 +19,15 @@ from vexacamutl._library import FILE_NAME, LIBRARY
 
 PACKAGE = Path(vexacamutl.__file__).parent
 BUILT = os.environ.get("VEXACAMUTL_LIBRARY")
+FRAMES = os.environ.get("VEXACAMUTL_FRAMES_LIBRARY")
+FRAMES_NAME = "libVexaCamFrames.so.0"
+OURS = ("VEXACAMUTL_LIBRARY", "VEXACAMUTL_FRAMES_LIBRARY", "LD_LIBRARY_PATH")
 
 pytestmark = pytest.mark.skipif(not BUILT, reason="VEXACAMUTL_LIBRARY does not name the library")
 
 
 def run(code: str, packages: Path, **variables: str) -> subprocess.CompletedProcess[str]:
-    environment = {k: v for k, v in os.environ.items() if k not in ("VEXACAMUTL_LIBRARY", "LD_LIBRARY_PATH")}
+    environment = {k: v for k, v in os.environ.items() if k not in OURS}
     environment.update(PYTHONPATH=str(packages), **variables)
     return subprocess.run(
         [sys.executable, "-c", code], env=environment, capture_output=True, text=True, timeout=60, check=False
@@ -102,6 +105,63 @@ def test_another_build_in_the_package(tmp_path):
     assert f"{package / FILE_NAME} is not the build that this package was made with" in result.stderr
     assert f"(build id {build_id}, expected {'0' * 40}): install the package again" in result.stderr
     assert run(PRINT_LIBRARY, tmp_path, VEXACAMUTL_LIBRARY=BUILT).stdout.strip() == BUILT
+
+
+PRINT_FRAMES = """
+import vexacamutl as vcu
+try:
+    print(vcu.frames_library_info().path)
+except ImportError as error:
+    print("ImportError:", error)
+"""
+
+
+def test_the_frames_layer_is_found(tmp_path):
+    """By its variable, beside the other library, and by the loader; a wrong variable is an error."""
+    environment = {"VEXACAMUTL_LIBRARY": BUILT}
+    given = run(PRINT_FRAMES, PACKAGE.parent, **environment, VEXACAMUTL_FRAMES_LIBRARY=FRAMES)
+    assert given.stdout.strip() == os.path.realpath(FRAMES)
+    found = run(PRINT_FRAMES, PACKAGE.parent, **environment, LD_LIBRARY_PATH=str(Path(FRAMES).parent))
+    assert found.stdout.strip() == os.path.realpath(FRAMES)
+    for library in (BUILT, FRAMES):
+        shutil.copy(library, tmp_path)
+    beside = run(PRINT_FRAMES, PACKAGE.parent, VEXACAMUTL_LIBRARY=str(tmp_path / FILE_NAME))
+    assert beside.stdout.strip() == str(tmp_path / FRAMES_NAME)
+    wrong = {"VEXACAMUTL_FRAMES_LIBRARY": str(tmp_path / "nothing.so")}
+    result = run(PRINT_FRAMES, PACKAGE.parent, VEXACAMUTL_LIBRARY=str(tmp_path / FILE_NAME), **wrong)
+    assert f"ImportError: {FRAMES_NAME} was not found" in result.stdout
+    assert "set VEXACAMUTL_FRAMES_LIBRARY to its full path" in result.stdout
+
+
+def test_without_the_frames_layer():
+    """Frames that need it say so; all others are converted."""
+    code = """
+import numpy as np, vexacamutl as vcu
+from vexacamutl import _frames
+frame = np.arange(64, dtype=np.uint8).reshape(8, 8)
+print(vcu.to_rgb(frame, "BayerRG8").shape, vcu.to_bgra(b"", "Mono8", width=0, height=0).shape, _frames.available())
+try:
+    vcu.to_bgr(bytes(36), "BayerRG12p", width=6, height=4)
+except ImportError as error:
+    print(error)
+"""
+    result = run(code, PACKAGE.parent, VEXACAMUTL_LIBRARY=BUILT, VEXACAMUTL_FRAMES_LIBRARY="/nowhere.so")
+    assert result.stdout.startswith("(8, 8, 3) (0, 0, 4) False\nlibVexaCamFrames.so.0 was not found: /nowhere.so")
+
+
+def test_a_frames_layer_of_another_kind(tmp_path):
+    other = tmp_path / FRAMES_NAME
+    shutil.copy(FRAMES, other)
+    with_soname(other, b"libVexaCamFrames.so.0", b"libVexaCamFrames.so.1")
+    for wrong, text in ((other, "is libVexaCamFrames.so.1; this package needs"), ("libc.so.6", "VcfVersion")):
+        result = run(PRINT_FRAMES, PACKAGE.parent, VEXACAMUTL_LIBRARY=BUILT, VEXACAMUTL_FRAMES_LIBRARY=str(wrong))
+        assert "ImportError: " in result.stdout and text in result.stdout
+
+
+def test_version_of_the_frames_layer():
+    header = (PACKAGE.parents[1] / "include" / "VexaCamFrames.h").read_text(encoding="ascii")
+    numbers = [re.search(rf"_VERSION_{part} (\d+)", header).group(1) for part in ("MAJOR", "MINOR", "PATCH")]
+    assert vexacamutl.frames_library_version() == ".".join(numbers)
 
 
 def test_which_library_it_is():
