@@ -16,8 +16,9 @@ class Tool:
 
     def __call__(self, *arguments, stdin=b"", **options):
         """Runs the program to its end. The result has returncode, stdout (bytes) and stderr (text)."""
+        options.setdefault("timeout", 120)
         done = subprocess.run([PROGRAM, *map(str, arguments)], cwd=self.folder, input=stdin,
-                              capture_output=True, timeout=120, check=False, **options)
+                              capture_output=True, check=False, **options)
         done.stderr = done.stderr.decode()
         return done
 

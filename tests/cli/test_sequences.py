@@ -66,7 +66,7 @@ def test_stream_to_folder(tool):
 
 def test_second_frame_of_a_stream_for_one_picture(tool):
     line = tool.bad(2, "convert", *SHAPE, "-", "out.pgm", stdin=frame(1) + frame(2))
-    assert line == ("there is more than one frame for out.pgm; number the outputs (out_%05d.png), "
+    assert line == ("there is more than one frame for out.pgm; number the outputs (out_%05d.pgm), "
                     "or use --output-dir or --frame")
     assert tool.names() == []
 
@@ -119,7 +119,7 @@ def test_sequence_file(tool, jobs):
 def test_sequence_file_into_one_picture(tool):
     tool.write("in.raw", frame(1) + frame(2))
     assert tool.bad(2, "convert", *SHAPE, "in.raw", "out.pgm") == (
-        "in.raw holds 2 frames of Mono8 6x4; number the outputs (out_%05d.png), or use --output-dir or --frame")
+        "in.raw holds 2 frames of Mono8 6x4; number the outputs (out_%05d.pgm), or use --output-dir or --frame")
     tool.good("convert", *SHAPE, "--frame", 1, "in.raw", "out.pgm")
     assert tool.read("out.pgm") == pgm(2)
     assert tool.bad(3, "convert", *SHAPE, "--frame", 2, "in.raw", "out.pgm") == (

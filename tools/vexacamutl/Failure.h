@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// How the program ends when something is wrong: any function throws a Failure, main prints its one line and returns
-// its code. The codes are part of the program's interface; the man page lists them.
+// How the tool ends when something is wrong: any function throws a Failure, main prints its one line and returns its
+// code. The codes are part of the interface; the man page lists them.
 #pragma once
 
 #include <cerrno>
@@ -11,13 +11,15 @@
 #include <string>
 #include <system_error>
 
+#include "Text.h"
+
 namespace VexaTool {
 
 enum class ExitCode : int {
     kSuccess = 0,
     kSomeFailed = 1,   ///< a batch: some inputs failed, the others were done
     kUsage = 2,        ///< the command line is wrong or says too little
-    kInput = 3,        ///< an input cannot be read or is not what it is said to be
+    kInput = 3,        ///< an input cannot be read or does not match its declared format
     kOutput = 4,       ///< a result cannot be written
     kUnsupported = 5,  ///< the operation does not exist for this format or size
     kNoMemory = 6,     ///< out of memory
@@ -39,7 +41,7 @@ inline std::string SystemMessage(int error = errno) {
 
 /// A line on standard error; nothing can be done if that fails.
 inline void SayLine(const std::string& line) {
-    static_cast<void>(std::fprintf(stderr, "vexacamutl: %s\n", line.c_str()));
+    static_cast<void>(std::fprintf(stderr, "vexacamutl: %s\n", Printable(line).c_str()));
 }
 
 }  // namespace VexaTool

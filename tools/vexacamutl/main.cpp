@@ -3,8 +3,13 @@
 //
 // vexacamutl: the library from the command line. This file declares the verbs and turns whatever goes wrong into one
 // line on standard error and an exit code.
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
+#include <iostream>
 #include <new>
 #include <string>
 
@@ -18,15 +23,31 @@ using namespace VexaTool;
 
 namespace {
 
-int Report(ExitCode code, std::string line) {
-    std::replace(line.begin(), line.end(), '\n', ' ');
+/// A descriptor of the standard streams that is closed would be given to the next file, and messages would land inside
+/// results. It is taken by one on which reading and writing fail.
+void HoldStandardStreams() {
+    for (int fd = open("/", O_PATH | O_CLOEXEC); fd >= 0; fd = dup(fd)) {
+        if (fd > STDERR_FILENO) {
+            close(fd);
+            return;
+        }
+    }
+}
+
+int Report(ExitCode code, const std::string& line) {
     SayLine(line);
     return static_cast<int>(code);
 }
 
+/// What a parser says in several lines, in one.
+std::string InOneLine(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
 void Declare(CLI::App& app) {
     app.require_subcommand(1);
-    app.set_version_flag("--version", VEXACAMUTL_VERSION_TEXT);
+    app.set_version_flag("-V,--version", VEXACAMUTL_VERSION_TEXT);
     AddConvert(app);
     AddInfo(app);
     AddFormats(app);
@@ -63,28 +84,44 @@ void RefuseUnknownVerb(const CLI::App& app, int argc, char** argv) {
     throw Failure(ExitCode::kUsage, "unknown verb '" + std::string(argv[1]) + "'; the verbs are " + verbs);
 }
 
+/// True when nobody reads standard output any more.
+bool ReaderIsGone() {
+    pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+    return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
+/// What was printed is a result, too.
+int FlushStandardOutput() {
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good()) {
+        return static_cast<int>(ExitCode::kSuccess);
+    }
+    // The write that failed may be that of an earlier line.
+    const int error = ReaderIsGone() ? EPIPE : errno;
+    if (error == EPIPE) {
+        EndByClosedPipe();
+    }
+    return Report(ExitCode::kOutput, "cannot write standard output: " + SystemMessage(error));
+}
+
 int Run(int argc, char** argv) {
-    CLI::App app("Raw frames of industrial cameras to pictures, and back into order.", "vexacamutl");
+    CLI::App app("Convert and inspect raw frames of industrial cameras.", "vexacamutl");
     Declare(app);
     RefuseUnknownVerb(app, argc, argv);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& help) {
-        return app.exit(help);
+        app.exit(help);
     } catch (const CLI::ParseError& error) {
-        return Report(ExitCode::kUsage, error.what() + HelpHint(app));
+        return Report(ExitCode::kUsage, InOneLine(error.what()) + HelpHint(app));
     }
-    // What was printed is a result, too.
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-        return Report(ExitCode::kOutput, "cannot write standard output: " + SystemMessage());
-    }
-    return static_cast<int>(ExitCode::kSuccess);
+    return FlushStandardOutput();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     try {
+        HoldStandardStreams();
         InstallSignalHandling();
         PrepareLUT();
         return Run(argc, argv);
@@ -92,6 +129,8 @@ int main(int argc, char** argv) {
         return Report(failure.Code(), failure.what());
     } catch (const std::bad_alloc&) {
         return Report(ExitCode::kNoMemory, "out of memory");
+    } catch (const std::system_error& error) {
+        return Report(ExitCode::kNoMemory, std::string("the system has no thread to give: ") + error.what());
     } catch (const std::exception& error) {
         return Report(ExitCode::kInput, error.what());
     }

@@ -3,50 +3,45 @@
 //
 // See Batch.h.
 #include "commands/Batch.h"
-#include "output/OutputFile.h"
 
-#include <map>
 #include <new>
 
-#include "Failure.h"
 #include "commands/Parallel.h"
 #include "formats/Unpack.h"
-#include "input/Sidecar.h"
-#include "output/OutputNames.h"
 
 namespace VexaTool {
 
-namespace {
+Batch::Batch(const ConversionOptions& options, OutputPlan& plan, const std::vector<Failure>& failures)
+    : options_(options),
+      plan_(plan),
+      progress_(options.quiet),
+      givenUp_(failures),
+      inputs_(options.inputs.size() + failures.size()) {}
 
-Failure Collision(const std::string& first, const std::string& second, const std::string& path) {
-    return {ExitCode::kUsage, first + " and " + second + " would both become " + path};
-}
-
-/// Two inputs of one name would overwrite each other's result in the folder.
-void RefuseCollisions(const ConversionOptions& options) {
-    std::map<std::string, std::string> takenBy;
-    for (const std::string& input : options.inputs) {
-        const std::string path = PathInFolder(options.outputDir, input, ExtensionOf(options.encode.kind), std::nullopt);
-        const auto [taken, fresh] = takenBy.emplace(path, input);
-        if (!fresh) {
-            throw Collision(taken->second, input, path);
+void Batch::Plan() {
+    for (const std::string& input : options_.inputs) {
+        plan_.Protect(input);
+        for (const std::string& sidecar : SidecarsRead(input, options_.input)) {
+            plan_.Protect(sidecar);
         }
     }
-}
-
-void RefuseSequenceIntoOneFile(const ConversionOptions& options, const MappedFrames& frames) {
-    if (frames.Count() > 1 && options.outputDir.empty() && !NumberedPath(options.output, 0)) {
-        throw Failure(ExitCode::kUsage, frames.Path() + " holds " + std::to_string(frames.Count()) + " frames of " +
-                                            frames.Shape().Text() +
-                                            "; number the outputs (out_%05d.png), or use --output-dir or --frame");
+    std::vector<Failure> failures = givenUp_;
+    for (const std::string& input : options_.inputs) {
+        uint64_t count = 0;
+        RawShape shape;
+        try {
+            const MappedFrames frames(input, options_.input);
+            count = frames.Count();
+            shape = frames.Shape();
+        } catch (const Failure& failure) {
+            failures.push_back(failure);
+            continue;
+        }
+        jobs_.push_back({input, count, plan_.Add(input, count, shape)});
     }
-}
-
-}  // namespace
-
-Batch::Batch(const ConversionOptions& options) : options_(options), progress_(options.quiet) {
-    if (!options.outputDir.empty()) {
-        RefuseCollisions(options);
+    plan_.Begin();
+    for (const Failure& failure : failures) {
+        Record(failure);
     }
 }
 
@@ -58,12 +53,14 @@ bool Batch::TakeTask(Task& task) {
             return true;
         }
         current_.reset();
-        if (nextInput_ == options_.inputs.size()) {
+        if (nextJob_ == jobs_.size()) {
             return false;
         }
         try {
-            current_ = std::make_shared<OpenFile>(options_, options_.inputs[nextInput_++]);
-            RefuseSequenceIntoOneFile(options_, current_->frames);
+            current_ = std::make_shared<OpenFile>(options_, std::move(jobs_[nextJob_++]));
+            if (current_->frames.Count() != current_->job.frames) {
+                throw Failure(ExitCode::kInput, current_->job.path + " changed after its frames were counted");
+            }
         } catch (const Failure& failure) {
             current_.reset();
             Record(failure);
@@ -75,38 +72,40 @@ double Batch::Fraction() {
     const std::lock_guard lock(mutex_);
     const double opened =
         current_ ? static_cast<double>(current_->next) / static_cast<double>(current_->frames.Count()) : 1.0;
-    return (static_cast<double>(nextInput_) - 1.0 + opened) / static_cast<double>(options_.inputs.size());
+    return (static_cast<double>(nextJob_) - 1.0 + opened) / static_cast<double>(jobs_.size());
 }
 
-// Called with the lock held.
+// Called with the lock held, or before other threads start.
 void Batch::Record(const Failure& failure) {
     ++failures_;
     last_ = std::make_unique<Failure>(failure);
-    if (options_.inputs.size() > 1) {
+    if (inputs_ > 1) {
         progress_.Note(failure.what());
     }
 }
 
-std::string Batch::PathOf(const OpenFile& file, size_t frame) const {
-    const size_t count = file.frames.Count();
-    if (!options_.outputDir.empty()) {
-        return PathInFolder(options_.outputDir, file.frames.Path(), ExtensionOf(options_.encode.kind),
-                            count > 1 ? std::optional<uint64_t>(frame) : std::nullopt);
+void Batch::Write(const std::string& path, Bytes bytes, const RawShape& shape) {
+    const RawShape result = options_.encode.reversal.ShapeAfter(shape);
+    plan_.Write(path, bytes, result);
+    if (options_.announce) {
+        const std::lock_guard lock(mutex_);
+        options_.announce(path, result);
     }
-    return NumberedPath(options_.output, frame).value_or(options_.output);
 }
 
 void Batch::Convert(FrameEncoder& encoder, const Task& task, std::vector<uint8_t>& scratch) {
-    const RawShape& shape = task.file->frames.Shape();
-    const RawShape tight = TightShape(shape);
-    const Bytes frame = TightFrame(shape, task.file->frames.Frame(task.frame), scratch);
-    const std::string path = PathOf(*task.file, task.frame);
-    WriteWholeFile(path, encoder.Encode(tight, frame));
-    if (options_.sidecar) {
-        WriteSidecar(path, tight);
-    }
-    if (options_.checkRange) {
-        task.file->range.Add(tight, frame);
+    const std::string path = task.file->job.names.Of(task.frame);
+    const bool kept = plan_.Keeps(path);
+    if (kept) {
+        plan_.CountSkipped();
+    } else {
+        const RawShape& shape = task.file->frames.Shape();
+        const RawShape tight = TightShape(shape);
+        const Bytes frame = TightFrame(shape, task.file->frames.Frame(task.frame), scratch);
+        Write(path, encoder.Encode(tight, frame), tight);
+        if (options_.checkRange) {
+            task.file->range.Add(tight, frame);
+        }
     }
     if (++task.file->done == task.file->frames.Count() && options_.checkRange) {
         progress_.Note(task.file->range.Line(task.file->frames.Path()));
@@ -137,15 +136,16 @@ void Batch::Work() {
 }
 
 void Batch::Run() {
+    Plan();
     OnThreads(options_.jobs, [this](size_t /*thread*/) { Work(); });
     if (failures_ == 0) {
         return;
     }
-    if (options_.inputs.size() == 1) {
+    if (inputs_ == 1) {
         throw Failure(*last_);
     }
-    throw Failure(ExitCode::kSomeFailed, std::to_string(failures_) + " of " + std::to_string(options_.inputs.size()) +
-                                             " inputs failed, " + std::to_string(options_.inputs.size() - failures_) +
+    throw Failure(ExitCode::kSomeFailed, std::to_string(failures_) + " of " + std::to_string(inputs_) +
+                                             " inputs failed, " + std::to_string(inputs_ - failures_) +
                                              " were converted");
 }
 

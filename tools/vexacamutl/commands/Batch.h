@@ -1,28 +1,40 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Files to files on several threads. A file that fails is reported and does not stop the others.
+// Files to files on several threads. Every input is looked at first, so that the plan of all results stands before
+// anything is written; then each thread takes the next frame of the next file. A file that fails is reported and does
+// not stop the others.
 #pragma once
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 #include "Failure.h"
-#include "commands/Conversion.h"
+#include "commands/ConversionOptions.h"
 #include "commands/Progress.h"
 
 namespace VexaTool {
 
 class Batch {
   public:
-    explicit Batch(const ConversionOptions& options);
+    /// `failures` are those of inputs that were given up already.
+    Batch(const ConversionOptions& options, OutputPlan& plan, const std::vector<Failure>& failures);
 
     /// Returns when every input was done; else a Failure: the input's own when there is only one, a count otherwise.
     void Run();
 
   private:
+    /// An input whose frames can be read, and the names of its results.
+    struct Job {
+        std::string path;
+        uint64_t frames = 0;
+        ResultNames names;
+    };
     struct OpenFile {
-        explicit OpenFile(const ConversionOptions& options, const std::string& path) : frames(path, options.input) {}
+        OpenFile(const ConversionOptions& options, Job planned)
+            : job(std::move(planned)), frames(job.path, options.input) {}
+        Job job;
         MappedFrames frames;
         size_t next = 0;
         std::atomic<size_t> done = 0;
@@ -34,18 +46,23 @@ class Batch {
         size_t frame;
     };
 
+    void Plan();
     bool TakeTask(Task& task);
     void Work();
     void Convert(FrameEncoder& encoder, const Task& task, std::vector<uint8_t>& scratch);
-    std::string PathOf(const OpenFile& file, size_t frame) const;
+    void Write(const std::string& path, Bytes bytes, const RawShape& shape);
     double Fraction();
     void Record(const Failure& failure);
 
     const ConversionOptions& options_;
+    OutputPlan& plan_;
     Progress progress_;
     std::mutex mutex_;
-    size_t nextInput_ = 0;
+    std::vector<Job> jobs_;
+    size_t nextJob_ = 0;
     std::shared_ptr<OpenFile> current_;
+    const std::vector<Failure>& givenUp_;
+    size_t inputs_;
     size_t failures_ = 0;
     std::unique_ptr<Failure> last_;
 };

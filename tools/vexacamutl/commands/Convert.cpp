@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// convert: raw frames to pictures. pack and unpack: the same road with the raw frame itself as the result.
+// convert: raw frames to pictures. pack, unpack and reverse: the same way with the raw frame itself as the result.
 #include <algorithm>
+#include <cstdio>
 #include <memory>
 #include <thread>
 
 #include "Failure.h"
+#include "Options.h"
 #include "commands/Commands.h"
 #include "commands/Conversion.h"
+#include "commands/ResultOptions.h"
+#include "input/InputPaths.h"
 
 namespace VexaTool {
 
@@ -18,6 +22,7 @@ struct Arguments {
     std::vector<std::string> paths;
     std::string to;
     std::string bayerMode = "default";
+    ResultOptions results;
     ConversionOptions conversion;
 };
 
@@ -26,70 +31,111 @@ unsigned DefaultJobs() {
 }
 
 void AddSharedOptions(CLI::App& command, Arguments& arguments) {
-    command.add_option("PATHS", arguments.paths, "INPUT OUTPUT, or with --output-dir any number of inputs and folders")
+    command
+        .add_option("PATHS", arguments.paths,
+                    "INPUT OUTPUT, or any number of inputs and a folder for the results (a folder as input stands for "
+                    "the raw frames in it)")
         ->required();
     arguments.conversion.input.AddTo(command);
-    command.add_option("-o,--output-dir", arguments.conversion.outputDir, "Write the results into this folder");
-    command.add_option("-j,--jobs", arguments.conversion.jobs, "Threads (default: one a processor)")
-        ->check(CLI::Range(1, 256));
+    command.add_option("-o,--output-dir", arguments.conversion.output.folder, "Write the results into this folder");
+    arguments.results.AddTo(command);
+    AddWhole(command, "-j,--jobs", arguments.conversion.jobs, "Threads (default: one per processor)", 1, 256);
     command.add_flag("--check-range", arguments.conversion.checkRange,
                      "Count samples above the format's depth, which wrap");
-    command.add_flag("-q,--quiet", arguments.conversion.quiet, "No progress on a terminal");
+    command.add_flag("-q,--quiet", arguments.conversion.quiet, "No progress on a terminal, no note of skipped results");
     arguments.conversion.jobs = DefaultJobs();
 }
 
-/// The last path is the output unless a folder takes the results.
-void SplitPaths(const Arguments& arguments, ConversionOptions& conversion) {
-    conversion.inputs = arguments.paths;
-    if (!conversion.outputDir.empty()) {
-        return;
-    }
-    if (arguments.paths.size() != 2) {
-        throw Failure(ExitCode::kUsage, arguments.paths.size() == 1
-                                            ? "one input and no output; name the output, or give --output-dir"
-                                            : "more than one input; give --output-dir for the results");
-    }
-    conversion.output = arguments.paths[1];
-    conversion.inputs.pop_back();
+bool NamesFolder(const std::string& path) {
+    return IsFolder(path) || (!path.empty() && path.back() == '/');
 }
 
-OutputKind ChooseKind(const Arguments& arguments, const ConversionOptions& conversion) {
+/// The last path is the output, a file or a folder, unless --output-dir takes the results.
+ConversionOptions WithPaths(const Arguments& arguments) {
+    ConversionOptions conversion = arguments.conversion;
+    arguments.results.ApplyTo(conversion.output);
+    conversion.inputs = arguments.paths;
+    if (!conversion.output.folder.empty()) {
+        return conversion;
+    }
+    const std::string& last = arguments.paths.back();
+    if (arguments.paths.size() == 1) {
+        throw Failure(ExitCode::kUsage, "one input and no output; name the output, or give --output-dir");
+    }
+    if (arguments.paths.size() > 2 && !NamesFolder(last)) {
+        throw Failure(ExitCode::kUsage, "more than one input; give --output-dir for the results");
+    }
+    (NamesFolder(last) ? conversion.output.folder : conversion.output.path) = last;
+    conversion.inputs.pop_back();
+    return conversion;
+}
+
+OutputKind ChooseKind(const Arguments& arguments, const OutputOptions& output) {
     if (!arguments.to.empty()) {
         const auto kind = FindOutputKind(arguments.to);
         if (!kind) {
             throw Failure(ExitCode::kUsage,
-                          "'" + arguments.to + "' is no kind of output; choose one of " + OutputKindNames());
+                          "invalid kind of output '" + arguments.to + "': expected one of " + OutputKindNames());
         }
         return *kind;
     }
-    if (!conversion.outputDir.empty()) {
+    if (!output.folder.empty()) {
         return OutputKind::kPng;
     }
-    return conversion.output == "-" ? OutputKind::kBgra : OutputKindOf(conversion.output);
+    return output.path == "-" ? OutputKind::kBgra : OutputKindOf(output.path);
+}
+
+void RunWithKind(ConversionOptions conversion, OutputKind kind) {
+    conversion.encode.kind = kind;
+    conversion.output.kind = kind;
+    RunConversion(conversion);
 }
 
 void RunConvert(const Arguments& arguments) {
-    ConversionOptions conversion = arguments.conversion;
-    SplitPaths(arguments, conversion);
-    conversion.encode.kind = ChooseKind(arguments, conversion);
+    const ConversionOptions conversion = WithPaths(arguments);
+    const OutputKind kind = ChooseKind(arguments, conversion.output);
     SetBayerMode(arguments.bayerMode);
-    RunConversion(conversion);
+    RunWithKind(conversion, kind);
 }
 
 void AddRepacking(CLI::App& app, const std::string& name, const std::string& help, OutputKind kind) {
     auto arguments = std::make_shared<Arguments>();
     CLI::App& command = *app.add_subcommand(name, help);
     AddSharedOptions(command, *arguments);
-    arguments->conversion.encode.kind = kind;
     if (kind == OutputKind::kRaw) {
-        command.add_flag("--sidecar", arguments->conversion.sidecar,
+        command.add_flag("--sidecar", arguments->conversion.output.sidecar,
                          "Write format and size into a text beside each output");
     }
-    command.callback([arguments] {
-        ConversionOptions conversion = arguments->conversion;
-        SplitPaths(*arguments, conversion);
-        RunConversion(conversion);
-    });
+    command.callback([arguments, kind] { RunWithKind(WithPaths(*arguments), kind); });
+}
+
+/// The kind of the input where only a folder is named.
+OutputKind KindOfReversed(const ConversionOptions& conversion) {
+    if (conversion.output.path == "-") {
+        return OutputKind::kRaw;
+    }
+    if (!conversion.output.folder.empty()) {
+        return IsRwhPath(conversion.inputs[0]) ? OutputKind::kRwh : OutputKind::kRaw;
+    }
+    return OutputKindOf(conversion.output.path);
+}
+
+void SayFormat(const std::string& path, const RawShape& shape) {
+    const bool taken = path == "-";  // standard output holds the frames
+    static_cast<void>(std::fprintf(taken ? stderr : stdout, "%s: %s\n",
+                                   taken ? "standard output" : Printable(path).c_str(), shape.Text().c_str()));
+}
+
+void RunReverse(const Arguments& arguments) {
+    if (arguments.paths.size() != 2) {
+        throw Failure(ExitCode::kUsage, "reverse takes one INPUT and one OUTPUT");
+    }
+    ConversionOptions conversion = WithPaths(arguments);
+    conversion.encode.reversal.wanted = true;
+    conversion.announce = SayFormat;
+    const OutputKind kind = KindOfReversed(conversion);
+    conversion.output.sidecar = kind == OutputKind::kRaw;  // the phase that the frame has now
+    RunWithKind(conversion, kind);
 }
 
 }  // namespace
@@ -102,10 +148,9 @@ void AddConvert(CLI::App& app) {
     command.add_option("-t,--to", arguments->to, "Kind of output instead of the extension's: " + OutputKindNames());
     command.add_option("-b,--bayer-mode", arguments->bayerMode, "Demosaic of 8-bit Bayer frames: default or acpi")
         ->check(CLI::IsMember({"default", "acpi"}));
-    command.add_flag("-g,--grey", encode.render.grey, "Show Bayer frames as the grey mosaic that they are");
+    command.add_flag("-g,--grey", encode.render.grey, "Show Bayer frames as grey mosaics");
     command.add_flag("--alpha", encode.render.alpha, "Four channels in png, bmp and vbmp files");
-    command.add_option("--png-level", encode.pngLevel, "Compression of png files, 0 (none) to 9 (default: 3)")
-        ->check(CLI::Range(0, 9));
+    AddWhole(command, "--png-level", encode.pngLevel, "Compression of png files, 0 (none) to 9 (default: 3)", 0, 9);
     command.callback([arguments] { RunConvert(*arguments); });
 }
 
@@ -115,6 +160,23 @@ void AddPack(CLI::App& app) {
 
 void AddUnpack(CLI::App& app) {
     AddRepacking(app, "unpack", "Take raw frames out of RWH files, or unpack transport formats", OutputKind::kRaw);
+}
+
+void AddReverse(CLI::App& app) {
+    auto arguments = std::make_shared<Arguments>();
+    CLI::App& command = *app.add_subcommand("reverse", "Mirror raw frames or turn them upside down");
+    command
+        .add_option("PATHS", arguments->paths,
+                    "INPUT OUTPUT: a raw or RWH file or -, and the same, a picture or a folder")
+        ->required();
+    Reversal& reversal = arguments->conversion.encode.reversal;
+    command.add_flag("-m,--mirror", reversal.mirror, "Left to right");
+    command.add_flag("-u,--flip", reversal.flip, "Upside down; with --mirror a half turn");
+    arguments->conversion.input.AddTo(command);
+    arguments->results.AddTo(command);
+    command.add_flag("-q,--quiet", arguments->conversion.quiet,
+                     "No progress on a terminal, no note of skipped results");
+    command.callback([arguments] { RunReverse(*arguments); });
 }
 
 }  // namespace VexaTool

@@ -11,7 +11,9 @@
 #include <memory>
 
 #include "Failure.h"
+#include "Options.h"
 #include "commands/Commands.h"
+#include "commands/ResultOptions.h"
 #include "input/FrameSource.h"
 #include "output/FrameEncoder.h"
 #include "output/OutputFile.h"
@@ -24,7 +26,8 @@ namespace {
 
 struct Arguments {
     std::string input;
-    std::string output;
+    OutputOptions output;
+    ResultOptions results;
     std::string size;
     uint64_t offset = 0;
     uint32_t tileWidth = 480;
@@ -137,11 +140,23 @@ void Run(const Arguments& arguments) {
     ParseSize(arguments.size, shape.width, shape.height);
     shape.format = FindFormat(PIXEL_FORMAT_MONO8);
     CheckShape(shape, arguments.input);
-    const OutputKind kind = OutputKindOf(arguments.output);
+    OutputOptions output = arguments.output;
+    arguments.results.ApplyTo(output);
+    const OutputKind kind = OutputKindOf(output.path);
+    output.kind = kind;
     if (IsFrameKind(kind) || kind == OutputKind::kPgm || IsAppendable(kind)) {
         throw Failure(ExitCode::kUsage, "the contact sheet is a colour picture; choose png, ppm or bmp");
     }
     const MappedFile file(arguments.input);
+    OutputPlan plan(output);
+    plan.Protect(arguments.input);
+    const ResultNames names = plan.Add(arguments.input, 1, shape);
+    plan.Begin();
+    if (plan.Keeps(names.Of(0))) {
+        plan.CountSkipped();
+        SaySkipped(plan, false);
+        return;
+    }
     if (file.Content().size() <= arguments.offset) {
         throw Failure(ExitCode::kInput, arguments.input + ": there is nothing to show");
     }
@@ -160,20 +175,23 @@ void Run(const Arguments& arguments) {
             std::printf("%s has the length of one frame\n", shape.Text().c_str());
         }
     }
-    WriteWholeFile(arguments.output, EncodePicture(sheet.Sheet(), kind, EncodeOptions().pngLevel));
+    std::vector<uint8_t> encoded;
+    plan.Write(names.Of(0), EncodePicture(sheet.Sheet(), kind, EncodeOptions().pngLevel, encoded), shape);
 }
 
 }  // namespace
 
 void AddGuess(CLI::App& app) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command = *app.add_subcommand("guess", "Show a file of unknown layout in every likely one, side by side");
+    CLI::App& command =
+        *app.add_subcommand("guess", "Show a file of unknown layout under every plausible format, side by side");
     command.add_option("INPUT", arguments->input, "Raw file")->required();
-    command.add_option("OUTPUT", arguments->output, "Picture for the contact sheet")->required();
+    command.add_option("OUTPUT", arguments->output.path, "Picture for the contact sheet")->required();
     command.add_option("-s,--size", arguments->size, "Size of the frame, WIDTHxHEIGHT")->required();
-    command.add_option("--offset", arguments->offset, "Bytes to skip before the frame");
-    command.add_option("--tile-width", arguments->tileWidth, "Largest width of a tile in pixels (default: 480)")
-        ->check(CLI::Range(16, 8192));
+    AddWhole(command, "--offset", arguments->offset, "Bytes to skip before the frame");
+    AddWhole(command, "--tile-width", arguments->tileWidth, "Largest width of a tile in pixels (default: 480)", 16,
+             8192);
+    arguments->results.AddTo(command);
     command.callback([arguments] { Run(*arguments); });
 }
 

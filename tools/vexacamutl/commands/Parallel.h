@@ -1,21 +1,35 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The same function on several threads, the calling one among them. It must not throw.
+// Work on several threads, the calling one among them. Where the system gives fewer threads than asked for, the work is
+// done by those that there are.
 #pragma once
 
+#include <atomic>
+#include <system_error>
 #include <thread>
 #include <vector>
 
 namespace VexaTool {
 
+/// Calls work(0) ... work(count - 1), each once, on up to as many threads. It must not throw.
 template <class Work>
-void OnThreads(size_t threads, Work work) {
+void OnThreads(size_t count, Work work) {
+    std::atomic<size_t> next = 0;
+    const auto takeAll = [&work, &next, count] {
+        for (size_t i = next++; i < count; i = next++) {
+            work(i);
+        }
+    };
     std::vector<std::jthread> others;
-    for (size_t i = 1; i < threads; ++i) {
-        others.emplace_back([&work, i] { work(i); });
+    try {
+        for (size_t i = 1; i < count; ++i) {
+            others.emplace_back(takeAll);
+        }
+    } catch (const std::system_error&) {
+        // The system has no further thread to give.
     }
-    work(size_t{0});
+    takeAll();
 }
 
 }  // namespace VexaTool

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "Failure.h"
 
@@ -20,7 +21,7 @@ Progress::~Progress() {
 }
 
 void Progress::Erase() const {
-    if (shown_) {
+    if (std::exchange(drawn_, false)) {
         static_cast<void>(std::fputs("\r\x1b[K", stderr));
     }
 }
@@ -30,6 +31,7 @@ void Progress::Draw(std::optional<double> fraction) const {
     const double seconds = std::max(Seconds(), 1e-3);
     const double rate = static_cast<double>(frames_) / seconds;
     Erase();
+    drawn_ = true;
     if (fraction) {
         const int filled = static_cast<int>(std::clamp(*fraction, 0.0, 1.0) * kCells);
         const std::string bar =

@@ -43,6 +43,7 @@ class Progress {
     std::mutex mutex_;
     Clock::time_point lastDrawn_;
     uint64_t frames_ = 0;
+    mutable bool drawn_ = false;
 };
 
 }  // namespace VexaTool

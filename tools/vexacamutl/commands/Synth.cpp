@@ -5,13 +5,13 @@
 #include <memory>
 
 #include "Failure.h"
+#include "Options.h"
 #include "commands/Commands.h"
 #include "commands/Progress.h"
+#include "commands/ResultOptions.h"
 #include "formats/Unpack.h"
-#include "input/Sidecar.h"
 #include "output/FrameEncoder.h"
-#include "output/OutputFile.h"
-#include "output/OutputNames.h"
+#include "output/FrameWriter.h"
 #include "scene/Scene.h"
 
 namespace VexaTool {
@@ -19,26 +19,39 @@ namespace VexaTool {
 namespace {
 
 struct Arguments {
-    std::string output;
+    OutputOptions output;
+    ResultOptions results;
     std::string format = "BayerRG8";
     std::string size = "1920x1080";
     uint64_t frames = 1;
-    bool sidecar = false;
     bool quiet = false;
 };
 
 /// Raw and RWH hold the frame in its own layout, pictures show it.
-std::vector<uint8_t> EncodeScene(const RawShape& shape, uint64_t frame, FrameEncoder& encoder, OutputKind kind) {
-    std::vector<uint8_t> raw = RawFrameOf(Scene(shape.width, shape.height, frame), shape);
-    if (kind == OutputKind::kRaw) {
-        return raw;
+class SceneEncoder {
+  public:
+    SceneEncoder(const RawShape& shape, const EncodeOptions& options)
+        : shape_(shape), kind_(options.kind), encoder_(options) {}
+
+    Bytes Encode(uint64_t frame) {
+        raw_ = RawFrameOf(Scene(shape_.width, shape_.height, frame), shape_);
+        if (kind_ == OutputKind::kRaw) {
+            return raw_;
+        }
+        if (kind_ == OutputKind::kRwh) {
+            raw_ = EncodeRwh(shape_, raw_);
+            return raw_;
+        }
+        return encoder_.Encode(TightShape(shape_), TightFrame(shape_, raw_, scratch_));
     }
-    if (kind == OutputKind::kRwh) {
-        return EncodeRwh(shape, raw);
-    }
-    std::vector<uint8_t> scratch;
-    return encoder.Encode(TightShape(shape), TightFrame(shape, raw, scratch));
-}
+
+  private:
+    RawShape shape_;
+    OutputKind kind_;
+    FrameEncoder encoder_;
+    std::vector<uint8_t> raw_;
+    std::vector<uint8_t> scratch_;
+};
 
 void Run(const Arguments& arguments) {
     RawShape shape;
@@ -46,31 +59,31 @@ void Run(const Arguments& arguments) {
     ParseSize(arguments.size, shape.width, shape.height);
     CheckShape(shape, "synth");
     EncodeOptions encode;
-    encode.kind = arguments.output == "-" ? OutputKind::kRaw : OutputKindOf(arguments.output);
-    const bool numbered = NumberedPath(arguments.output, 0).has_value();
-    if (arguments.frames > 1 && !numbered && !IsAppendable(encode.kind)) {
-        throw Failure(ExitCode::kUsage, "a " + std::string(ExtensionOf(encode.kind)) +
-                                            " file holds one frame; number the outputs, for example frame_%05d." +
-                                            ExtensionOf(encode.kind));
+    OutputOptions output = arguments.output;
+    arguments.results.ApplyTo(output);
+    encode.kind = output.path == "-" ? OutputKind::kRaw : OutputKindOf(output.path);
+    output.kind = encode.kind;
+    if (arguments.frames > 1 && !IsAppendable(output.kind) && !ParsePattern(output.path).numbered) {
+        const std::string kind = ExtensionOf(output.kind);
+        throw Failure(ExitCode::kUsage,
+                      "a " + kind + " file holds one frame; number the outputs, for example frame_%05d." + kind);
     }
-    FrameEncoder encoder(encode);
+    OutputPlan plan(output);
+    const ResultNames names = plan.Add("synth", arguments.frames, shape);
+    plan.Begin();
+    FrameWriter writer(plan, names, shape);
+    SceneEncoder encoder(shape, encode);
     Progress progress(arguments.quiet);
-    std::unique_ptr<OutputFile> file = numbered ? nullptr : std::make_unique<OutputFile>(arguments.output);
-    for (uint64_t frame = 0; frame < arguments.frames; ++frame) {
-        const std::vector<uint8_t> bytes = EncodeScene(shape, frame, encoder, encode.kind);
-        if (numbered) {
-            WriteWholeFile(*NumberedPath(arguments.output, frame), bytes);
+    for (uint64_t frame = 0; frame < arguments.frames && !writer.KeepsAll(); ++frame) {
+        if (writer.Keeps(frame)) {
+            plan.CountSkipped();
         } else {
-            file->Write(bytes);
+            writer.Write(frame, encoder.Encode(frame));
         }
         progress.FrameDone(static_cast<double>(frame + 1) / static_cast<double>(arguments.frames));
     }
-    if (file) {
-        file->Commit();
-        if (arguments.sidecar && arguments.output != "-") {
-            WriteSidecar(arguments.output, shape);
-        }
-    }
+    writer.Commit();
+    SaySkipped(plan, arguments.quiet);
 }
 
 }  // namespace
@@ -78,13 +91,15 @@ void Run(const Arguments& arguments) {
 void AddSynth(CLI::App& app) {
     auto arguments = std::make_shared<Arguments>();
     CLI::App& command = *app.add_subcommand("synth", "Make raw frames of a drawn scene");
-    command.add_option("OUTPUT", arguments->output, "Raw or RWH file, a picture, or - for standard output")->required();
+    command.add_option("OUTPUT", arguments->output.path, "Raw or RWH file, a picture, or - for standard output")
+        ->required();
     command.add_option("-f,--format", arguments->format, "Pixel format (default: BayerRG8)");
     command.add_option("-s,--size", arguments->size, "Size, WIDTHxHEIGHT (default: 1920x1080)");
-    command.add_option("-n,--frames", arguments->frames, "How many frames; a disc moves through them (default: 1)")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{1} << 32));
-    command.add_flag("--sidecar", arguments->sidecar, "Write format and size into a text beside the output");
-    command.add_flag("-q,--quiet", arguments->quiet, "No progress on a terminal");
+    AddWhole(command, "-n,--frames", arguments->frames, "How many frames; a disc moves through them (default: 1)", 1,
+             uint64_t{1} << 32);
+    arguments->results.AddTo(command);
+    command.add_flag("--sidecar", arguments->output.sidecar, "Write format and size into a text beside the output");
+    command.add_flag("-q,--quiet", arguments->quiet, "No progress on a terminal, no note of skipped results");
     command.callback([arguments] { Run(*arguments); });
 }
 

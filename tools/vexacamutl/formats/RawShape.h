@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <string>
 
+#include "Failure.h"
 #include "formats/FormatNames.h"
 
 namespace VexaTool {
@@ -35,10 +36,16 @@ struct RawShape {
     }
 };
 
-/// "1920x1080"; a Failure unless both are at least 1 and the frame is of a sane size.
+/// "1920x1080"; a Failure unless both are at least 1.
 void ParseSize(const std::string& text, uint32_t& width, uint32_t& height);
 
-/// A Failure for sizes beyond what the program handles (2^30 pixels), and for a stride shorter than a row.
-void CheckShape(const RawShape& shape, const std::string& name);
+/// Who is wrong when a shape is: the command line, or the file or sidecar that says so.
+struct ShapeOrigin {
+    ExitCode size = ExitCode::kUsage;
+    ExitCode stride = ExitCode::kUsage;
+};
+
+/// A Failure for sizes beyond what the tool handles (2^30 pixels), and for a stride shorter than a row.
+void CheckShape(const RawShape& shape, const std::string& name, ShapeOrigin origin = {});
 
 }  // namespace VexaTool

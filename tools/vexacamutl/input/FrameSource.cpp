@@ -26,9 +26,26 @@ Failure CannotRead(const std::string& path) {
 }
 
 int OpenToRead(const std::string& path) {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
     if (fd < 0) {
         throw CannotRead(path);
+    }
+    return fd;
+}
+
+/// Does not wait for the writer of a FIFO, as a plain open would.
+int OpenRegularFile(const std::string& path, struct stat& status) {
+    if (path == "-") {
+        throw Failure(ExitCode::kUsage, "standard input cannot be used here; name a file");
+    }
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd < 0 || fstat(fd, &status) != 0) {  // an open descriptor always has a status
+        throw CannotRead(path);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        close(fd);
+        throw Failure(ExitCode::kInput, "cannot read " + path + ": " +
+                                            (S_ISDIR(status.st_mode) ? SystemMessage(EISDIR) : "not a regular file"));
     }
     return fd;
 }
@@ -37,7 +54,8 @@ RawShape ShapeOfRwh(const std::string& path) {
     PixelFormat code = 0;
     RawShape shape;
     uint32_t rowSize = 0;
-    close(OpenToRead(path));  // for the system's own words when it cannot be
+    struct stat status = {};
+    close(OpenRegularFile(path, status));  // for the system's own words when it cannot be
     if (LoadRWH(path.c_str(), nullptr, &code, &shape.width, &shape.height, &rowSize) != UTL_STS_SUCCESS) {
         throw Failure(ExitCode::kInput, "cannot read " + path);
     }
@@ -81,14 +99,6 @@ RawShape ShapeOfRaw(const std::string& path, const InputOptions& options) {
 
 }  // namespace
 
-void InputOptions::AddTo(CLI::App& command) {
-    command.add_option("-f,--format", format, "Pixel format: name, alias or hex code (see: vexacamutl formats)");
-    command.add_option("-s,--size", size, "Size of a frame, WIDTHxHEIGHT");
-    command.add_option("--stride", stride, "Bytes from one row to the next (default: rows without padding)");
-    command.add_option("--offset", offset, "Bytes to skip before the first frame");
-    command.add_option("--frame", frame, "Only this frame of a sequence, counted from 0");
-}
-
 bool IsRwhPath(const std::string& path) {
     std::string extension = std::filesystem::path(path).extension().string();
     std::transform(extension.begin(), extension.end(), extension.begin(),
@@ -103,20 +113,23 @@ bool IsStream(const std::string& path) {
 
 RawShape FindShape(const std::string& path, const InputOptions& options) {
     const RawShape shape = IsRwhPath(path) ? ShapeOfRwh(path) : ShapeOfRaw(path, options);
-    CheckShape(shape, path == "-" ? "standard input" : path);
+    const ShapeOrigin origin = {options.size.empty() || IsRwhPath(path) ? ExitCode::kInput : ExitCode::kUsage,
+                                options.stride == 0 ? ExitCode::kInput : ExitCode::kUsage};
+    CheckShape(shape, path == "-" ? "standard input" : path, origin);
     return shape;
 }
 
+std::vector<std::string> SidecarsRead(const std::string& path, const InputOptions& options) {
+    const bool read = path != "-" && !IsRwhPath(path) && (options.format.empty() || options.size.empty());
+    return read ? SidecarPaths(path) : std::vector<std::string>();
+}
+
 MappedFile::MappedFile(const std::string& path) {
-    const int fd = OpenToRead(path);
     struct stat status = {};
+    const int fd = OpenRegularFile(path, status);
     void* address = nullptr;
-    bool failed = fstat(fd, &status) != 0;
-    if (!failed && S_ISDIR(status.st_mode)) {
-        errno = EISDIR;
-        failed = true;
-    }
-    if (!failed && status.st_size > 0) {
+    bool failed = false;
+    if (status.st_size > 0) {
         address = mmap(nullptr, static_cast<size_t>(status.st_size), PROT_READ, MAP_PRIVATE, fd, 0);
         failed = address == MAP_FAILED;
     }
@@ -177,8 +190,7 @@ FrameStream::FrameStream(std::string path, const InputOptions& options)
     fd_ = path_ == "-" ? STDIN_FILENO : OpenToRead(path_);
     SkipOffset();
     std::vector<uint8_t> skipped;
-    for (uint64_t frame = 0; options.frame && frame < *options.frame; ++frame) {
-        Read(skipped);
+    for (uint64_t frame = 0; options.frame && frame < *options.frame && Read(skipped); ++frame) {
     }
 }
 

@@ -7,15 +7,18 @@
 //     RWH file        the same, its shape from its own header
 //     "-", a FIFO     read frame by frame until the end
 //
-// A length that is no whole number of frames is an error, never a silent rest.
+// A length that is not a whole number of frames is an error, never a silent rest.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <optional>
 #include <vector>
 
 #include "formats/Bytes.h"
 #include "formats/RawShape.h"
+
+namespace CLI {
+class App;
+}
 
 namespace VexaTool {
 
@@ -35,10 +38,13 @@ bool IsRwhPath(const std::string& path);
 /// The shape of the frames in a file: an RWH header, else the command line, else a sidecar.
 RawShape FindShape(const std::string& path, const InputOptions& options);
 
+/// The texts that FindShape reads for this input.
+std::vector<std::string> SidecarsRead(const std::string& path, const InputOptions& options);
+
 /// True for "-" and for what is neither a regular file nor a folder.
 bool IsStream(const std::string& path);
 
-/// A regular file in memory, read-only.
+/// A regular file in memory, read-only. A Failure for anything else.
 class MappedFile {
   public:
     explicit MappedFile(const std::string& path);

@@ -2,8 +2,8 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // The text beside a raw file that says what the file cannot: for frame.raw the file frame.txt (or frame.raw.txt) with
-// lines of "key: value". Read are "pixel format" (hex code or name), "width", "height", "stride" and "offset"; other
-// lines are for people.
+// lines of "key: value". Read are "pixel format" (hex code or name), "width", "height", "stride" and "offset", in any
+// case; other lines are for people.
 //
 //     pixel format: 0x01080009 BayerRG8
 //     width: 1920
@@ -11,6 +11,8 @@
 #pragma once
 
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "formats/RawShape.h"
 
@@ -19,9 +21,20 @@ namespace VexaTool {
 /// Nothing when there is no sidecar; a Failure when it does not name format, width and height.
 std::optional<RawShape> ReadSidecar(const std::string& rawPath);
 
-/// Where WriteSidecar puts it.
+/// Where the text beside a result goes.
 std::string SidecarPath(const std::string& rawPath);
 
-void WriteSidecar(const std::string& rawPath, const RawShape& shape);
+/// Every place where ReadSidecar looks, in its order.
+std::vector<std::string> SidecarPaths(const std::string& rawPath);
+
+/// What the tool writes into a sidecar.
+std::string SidecarText(const std::string& rawPath, const RawShape& shape);
+
+/// True for a text as SidecarText makes it for this file, of any layout.
+bool IsSidecarTextOf(const std::string& text, const std::string& rawPath);
+
+/// The text of a small file beside a frame; nothing when there is none. A Failure for what is not a regular file of at
+/// most 64 KiB: a device or a FIFO would be read without end.
+std::optional<std::string> ReadSideFile(const std::string& path);
 
 }  // namespace VexaTool

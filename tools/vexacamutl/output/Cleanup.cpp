@@ -37,17 +37,42 @@ void EndByShrunkInput(int /*number*/) {
     _exit(static_cast<int>(ExitCode::kInput));
 }
 
-/// Those that end the program; what the parent ignores stays ignored (nohup).
+bool s_endsByClosedPipe = true;
+
+bool IsIgnored(int number) {
+    struct sigaction action = {};
+    return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+/// Those that end a process from outside; what the parent ignores stays ignored (nohup).
 sigset_t EndingSignals() {
     sigset_t ending;
     sigemptyset(&ending);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction action = {};
-        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+    const auto add = [&ending](int number) {
+        if (!IsIgnored(number)) {
             sigaddset(&ending, number);
         }
+    };
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGVTALRM, SIGPROF, SIGUSR1, SIGUSR2, SIGXCPU,
+                             SIGIO, SIGPWR, SIGSTKFLT}) {
+        add(number);
+    }
+    for (int number = SIGRTMIN; number <= SIGRTMAX; ++number) {
+        add(number);
     }
     return ending;
+}
+
+/// Ends the tool as this signal does.
+[[noreturn]] void EndBySignal(int number) {
+    RemoveUnfinishedForGood();
+    static_cast<void>(std::signal(number, SIG_DFL));
+    sigset_t only;
+    sigemptyset(&only);
+    sigaddset(&only, number);
+    pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
+    static_cast<void>(std::raise(number));
+    _exit(static_cast<int>(ExitCode::kOutput));  // not reached: the signal has ended the tool
 }
 
 }  // namespace
@@ -61,20 +86,16 @@ void InstallSignalHandling() {
             EndBySignal(number);
         }
     }).detach();
+    s_endsByClosedPipe = !IsIgnored(SIGPIPE);
     static_cast<void>(std::signal(SIGBUS, EndByShrunkInput));
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
 }
 
-void EndBySignal(int number) {
-    RemoveUnfinishedForGood();
-    static_cast<void>(std::signal(number, SIG_DFL));
-    sigset_t only;
-    sigemptyset(&only);
-    sigaddset(&only, number);
-    pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
-    static_cast<void>(std::raise(number));
-    _exit(static_cast<int>(ExitCode::kOutput));  // not reached: the signal has ended the program
+void EndByClosedPipe() {
+    if (s_endsByClosedPipe) {
+        EndBySignal(SIGPIPE);
+    }
 }
 
 std::unique_lock<std::mutex> LockNames() {

@@ -10,12 +10,22 @@
 
 namespace VexaTool {
 
-std::vector<uint8_t> FrameEncoder::Encode(const RawShape& shape, Bytes tight) {
-    if (options_.kind == OutputKind::kRwh) {
-        return EncodeRwh(shape, tight);
+Bytes FrameEncoder::Encode(const RawShape& shape, Bytes tight) {
+    if (!options_.reversal.wanted) {
+        return EncodeShown(shape, tight);
     }
+    const RawShape after = options_.reversal.ShapeAfter(shape);
+    options_.reversal.Apply(shape, tight, reversed_);
+    return EncodeShown(after, reversed_);
+}
+
+Bytes FrameEncoder::EncodeShown(const RawShape& shape, Bytes tight) {
     if (options_.kind == OutputKind::kRaw) {
-        return {tight.begin(), tight.end()};
+        return tight;
+    }
+    if (options_.kind == OutputKind::kRwh) {
+        encoded_ = EncodeRwh(shape, tight);
+        return encoded_;
     }
     const bool grey = IsGrey(*shape.format, options_.render);
     if (options_.kind == OutputKind::kPgm && !grey) {
@@ -31,9 +41,9 @@ std::vector<uint8_t> FrameEncoder::Encode(const RawShape& shape, Bytes tight) {
     renderer_.Render(shape, tight, render, picture_);
     if (grey && holdsOneChannel && !render.alpha) {
         KeepOneChannel(picture_, grey_);
-        return EncodePicture(grey_, options_.kind, options_.pngLevel);
+        return EncodePicture(grey_, options_.kind, options_.pngLevel, encoded_);
     }
-    return EncodePicture(picture_, options_.kind, options_.pngLevel);
+    return EncodePicture(picture_, options_.kind, options_.pngLevel, encoded_);
 }
 
 void RangeCheck::Add(const RawShape& shape, Bytes tight) {

@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// One raw frame in, the bytes of one output file out: unpack, render, encode.
+// One raw frame in, the bytes of one output file out: reverse, render, encode.
 #pragma once
 
 #include <mutex>
 
 #include "output/PictureWriter.h"
+#include "output/Reversal.h"
 
 namespace VexaTool {
 
 struct EncodeOptions {
     OutputKind kind = OutputKind::kPng;
     RenderOptions render;
+    Reversal reversal;
     int pngLevel = 3;
 };
 
@@ -22,13 +24,18 @@ class FrameEncoder {
     explicit FrameEncoder(const EncodeOptions& options) : options_(options) {}
 
     /// `tight` as TightFrame returns it, with its shape.
-    std::vector<uint8_t> Encode(const RawShape& shape, Bytes tight);
+    /// The result is part of this object or of `tight`; it stays until the next call.
+    Bytes Encode(const RawShape& shape, Bytes tight);
 
   private:
+    Bytes EncodeShown(const RawShape& shape, Bytes tight);
+
     EncodeOptions options_;
     Renderer renderer_;
     Picture picture_;
     Picture grey_;
+    std::vector<uint8_t> reversed_;
+    std::vector<uint8_t> encoded_;
 };
 
 /// Counts the samples that are larger than their depth allows; such samples wrap when they are converted.

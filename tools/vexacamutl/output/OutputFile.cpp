@@ -5,7 +5,6 @@
 #include "output/OutputFile.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -22,6 +21,7 @@ namespace VexaTool {
 namespace {
 
 constexpr mode_t kFileMode = 0666;  // the process's mask takes its part
+constexpr mode_t kPermissions = 0777;
 
 std::string FolderOf(const std::string& path) {
     const std::string folder = std::filesystem::path(path).parent_path().string();
@@ -34,33 +34,48 @@ std::string TemporaryNameFor(const std::string& path) {
     return FolderOf(path) + "/.vexacamutl-" + std::to_string(getpid()) + "-" + std::to_string(s_serial++) + ".part";
 }
 
-/// A link's own target is replaced, not the link.
-std::string ResolveLinks(const std::string& path) {
-    std::error_code error;
-    const std::filesystem::path resolved = std::filesystem::canonical(path, error);
-    return error ? path : resolved.string();
-}
-
 }  // namespace
 
-OutputFile::OutputFile(std::string path) : given_(std::move(path)), path_(given_) {
-    struct stat status = {};
-    if (given_ == "-") {
-        fd_ = STDOUT_FILENO;
-        direct_ = true;
-    } else if (stat(path_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        fd_ = open(path_.c_str(), O_WRONLY | O_CLOEXEC);
-        direct_ = true;
-    } else {
-        path_ = ResolveLinks(path_);
-        OpenUnfinished();
-    }
-    if (fd_ < 0) {
-        Fail(errno);
+OutputFile::OutputFile(std::string path, WriteRules rules) : given_(std::move(path)), rules_(rules) {
+    try {
+        Open();
+    } catch (...) {
+        Discard();
+        throw;
     }
 }
 
 OutputFile::~OutputFile() {
+    Discard();
+}
+
+void OutputFile::Open() {
+    if (given_ == "-") {
+        fd_ = STDOUT_FILENO;
+        direct_ = true;
+    } else {
+        const Destination destination = FindDestination(given_);
+        path_ = destination.path;
+        if (destination.descriptor >= 0 || (destination.file && !destination.IsRegularFile())) {
+            OpenDirectly(destination);
+        } else {
+            // A file that its user may not write is not to be replaced either.
+            if (destination.file && faccessat(AT_FDCWD, path_.c_str(), W_OK, AT_EACCESS) != 0) {
+                Fail(errno);
+            }
+            OpenUnfinished();
+            if (destination.file) {
+                TakeOver(*destination.file);
+            }
+        }
+    }
+    if (direct_ && isatty(fd_) != 0) {
+        throw Failure(ExitCode::kUsage,
+                      (given_ == "-" ? "standard output" : given_) + " is a terminal; redirect it, or name a file");
+    }
+}
+
+void OutputFile::Discard() {
     if (fd_ >= 0 && fd_ != STDOUT_FILENO) {
         close(fd_);
     }
@@ -76,17 +91,47 @@ void OutputFile::Fail(int error) const {
                   "cannot write " + (given_ == "-" ? "standard output" : given_) + ": " + SystemMessage(error));
 }
 
+void OutputFile::OpenDirectly(const Destination& destination) {
+    direct_ = true;
+    fd_ = destination.descriptor >= 0 ? fcntl(destination.descriptor, F_DUPFD_CLOEXEC, 3)
+                                      : open(path_.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    if (fd_ < 0) {
+        Fail(errno);
+    }
+}
+
 void OutputFile::OpenUnfinished() {
-    fd_ = open(FolderOf(path_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kFileMode);
-    if (fd_ >= 0) {
-        return;
+    if (DescriptorsHaveNames()) {
+        fd_ = open(FolderOf(path_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kFileMode);
+        if (fd_ >= 0) {
+            return;
+        }
     }
     const std::string name = TemporaryNameFor(path_);
     const auto lock = LockNames();
     fd_ = open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, kFileMode);
-    if (fd_ >= 0) {
-        temporary_ = name;
-        RememberUnfinished(name);
+    if (fd_ < 0) {
+        Fail(errno);
+    }
+    temporary_ = name;
+    RememberUnfinished(name);
+}
+
+/// Where the owner cannot be kept, the group is tried; set-user-id bits stay with their owner only.
+void OutputFile::TakeOver(const struct stat& older) const {
+    struct stat fresh = {};
+    if (fstat(fd_, &fresh) != 0) {
+        Fail(errno);
+    }
+    bool owned = fresh.st_uid == older.st_uid && fresh.st_gid == older.st_gid;
+    if (!owned) {
+        owned = fchown(fd_, older.st_uid, older.st_gid) == 0;
+    }
+    if (!owned && fchown(fd_, static_cast<uid_t>(-1), older.st_gid) != 0) {
+        errno = 0;  // neither is permitted: the file is the caller's, as a new one would be
+    }
+    if (fchmod(fd_, older.st_mode & (owned ? mode_t{07777} : kPermissions)) != 0) {
+        Fail(errno);
     }
 }
 
@@ -96,7 +141,8 @@ void OutputFile::Write(Bytes bytes) {
         if (written >= 0) {
             bytes = bytes.subspan(static_cast<size_t>(written));
         } else if (errno == EPIPE) {
-            EndBySignal(SIGPIPE);  // the reader has seen enough; that is no error worth a line
+            EndByClosedPipe();
+            Fail(EPIPE);
         } else if (errno != EINTR) {
             Fail(errno);
         }
@@ -113,7 +159,7 @@ void OutputFile::NameAnonymous() {
         return;
     }
     // A link cannot replace the older file, a rename can.
-    if (errno != EEXIST) {
+    if (errno != EEXIST || !rules_.replace) {
         Fail(errno);
     }
     const std::string name = TemporaryNameFor(path_);
@@ -127,27 +173,55 @@ void OutputFile::NameAnonymous() {
     }
 }
 
+void OutputFile::NameTemporary() {
+    const auto lock = LockNames();
+    const unsigned flags = rules_.replace ? 0 : RENAME_NOREPLACE;
+    bool named = renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0;
+    if (!named && !rules_.replace && errno == EINVAL) {
+        // A file system that cannot rename so can link.
+        named = link(temporary_.c_str(), path_.c_str()) == 0 && unlink(temporary_.c_str()) == 0;
+    }
+    if (!named) {
+        Fail(errno);
+    }
+    ForgetUnfinished(temporary_);
+    temporary_.clear();
+}
+
+void OutputFile::SyncFolder() const {
+    const int folder = open(FolderOf(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const bool good = folder >= 0 && fsync(folder) == 0;
+    const int error = errno;
+    if (folder >= 0) {
+        close(folder);
+    }
+    if (!good) {
+        Fail(error);
+    }
+}
+
 void OutputFile::Commit() {
     if (direct_) {
         return;
     }
+    if (rules_.sync && fsync(fd_) != 0) {
+        Fail(errno);
+    }
     if (temporary_.empty()) {
         NameAnonymous();
     } else {
-        const auto lock = LockNames();
-        if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
-            Fail(errno);
-        }
-        ForgetUnfinished(temporary_);
-        temporary_.clear();
+        NameTemporary();
     }
     if (close(std::exchange(fd_, -1)) != 0) {
         Fail(errno);
     }
+    if (rules_.sync) {
+        SyncFolder();
+    }
 }
 
-void WriteWholeFile(const std::string& path, Bytes bytes) {
-    OutputFile file(path);
+void WriteWholeFile(const std::string& path, Bytes bytes, WriteRules rules) {
+    OutputFile file(path, rules);
     file.Write(bytes);
     file.Commit();
 }

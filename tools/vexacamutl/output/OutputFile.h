@@ -3,23 +3,31 @@
 //
 // A result file that is there completely or not at all.
 //
-//     open      an anonymous file in the folder of the result (where the file system cannot: a hidden temporary name)
+//     open      an anonymous file in the folder of the result (where that is impossible: a hidden temporary name)
 //     Write     every byte is checked, so a full disk is an error and never a short file
 //     Commit    the result gets its name, replacing an older one in one step
 //     destroyed without Commit: nothing remains, the older file is untouched
 //
-// "-" is standard output; it and other things that are no regular files (FIFOs, devices) are written directly.
+// A result that replaces a file takes over its mode and, where the system permits, its owner. A link is followed: the
+// file behind it is replaced. "-" is standard output; it, names of open descriptors (/dev/stdout) and things that are
+// not regular files (FIFOs, devices) are written directly. A terminal is refused.
 #pragma once
 
 #include <string>
 
 #include "formats/Bytes.h"
+#include "output/Destination.h"
 
 namespace VexaTool {
 
+struct WriteRules {
+    bool replace = true;  ///< false: a file that exists is an error
+    bool sync = false;    ///< on the disk before it gets its name
+};
+
 class OutputFile {
   public:
-    explicit OutputFile(std::string path);
+    explicit OutputFile(std::string path, WriteRules rules = {});
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -29,10 +37,17 @@ class OutputFile {
 
   private:
     [[noreturn]] void Fail(int error) const;
+    void Open();
+    void Discard();
+    void OpenDirectly(const Destination& destination);
     void OpenUnfinished();
+    void TakeOver(const struct stat& older) const;
     void NameAnonymous();
+    void NameTemporary();
+    void SyncFolder() const;
 
-    std::string given_;      ///< the path as the user knows it
+    std::string given_;  ///< the path as the user knows it
+    WriteRules rules_;
     std::string path_;       ///< where the file really goes
     std::string temporary_;  ///< the hidden name, while the unfinished file has one
     int fd_ = -1;
@@ -40,6 +55,6 @@ class OutputFile {
 };
 
 /// Opens, writes and commits.
-void WriteWholeFile(const std::string& path, Bytes bytes);
+void WriteWholeFile(const std::string& path, Bytes bytes, WriteRules rules = {});
 
 }  // namespace VexaTool

@@ -1,23 +1,29 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Which file each frame goes to.
-//
-//     out.png            one frame
-//     out_%05d.png       frame number n, written as the pattern says
-//     --output-dir DIR   DIR/<input's stem>.png, or DIR/<stem>_00000.png ... when the input holds several frames
+// A name with a number in it, as the command line gives it: out_%05d.png.
 #pragma once
 
-#include <optional>
+#include <cstdint>
 #include <string>
 
 namespace VexaTool {
 
-/// The path with its one %d (%5d, %05d) replaced by the number; nothing when it has none.
-std::optional<std::string> NumberedPath(const std::string& pattern, uint64_t number);
+struct NamePattern {
+    std::string before;
+    std::string after;
+    bool numbered = false;  ///< the number stands between the two
+    size_t digits = 0;      ///< at least so many
+    char fill = '0';
 
-/// A file in a folder named after the input.
-std::string PathInFolder(const std::string& folder, const std::string& input, const std::string& extension,
-                         std::optional<uint64_t> number);
+    std::string Of(uint64_t number) const;
+};
+
+/// %d, %5d and %05d stand for the number, %% for a percent sign. A Failure for a second number, and for %d before a
+/// letter: "100%done.png" is more likely a name than a pattern.
+NamePattern ParsePattern(const std::string& text);
+
+/// The input's name without folder and extension; "frame" for standard input.
+std::string StemOf(const std::string& input);
 
 }  // namespace VexaTool

@@ -4,6 +4,7 @@
 // See PictureWriter.h.
 #include "output/PictureWriter.h"
 
+#include <fcntl.h>
 #include <png.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -15,6 +16,8 @@
 #include <functional>
 
 #include "Failure.h"
+#include "output/Cleanup.h"
+#include "output/Destination.h"
 
 namespace VexaTool {
 
@@ -31,24 +34,62 @@ constexpr OutputKindName kKinds[] = {
     {"bgr", OutputKind::kBgr}, {"rwh", OutputKind::kRwh},   {"raw", OutputKind::kRaw},
 };
 
+/// A file that the library's functions can open by its path: in memory, or without /proc, where such a file has no
+/// path, in the folder for temporary files.
+class ScratchFile {
+  public:
+    ScratchFile() {
+        if (DescriptorsHaveNames()) {
+            fd_ = memfd_create("vexacamutl", MFD_CLOEXEC);
+            path_ = "/proc/self/fd/" + std::to_string(fd_);
+        } else {
+            std::error_code error;
+            temporary_ = (std::filesystem::temp_directory_path(error) / "vexacamutl-XXXXXX").string();
+            const auto lock = LockNames();
+            fd_ = mkostemp(temporary_.data(), O_CLOEXEC);
+            RememberUnfinished(temporary_);
+            path_ = temporary_;
+        }
+        if (fd_ < 0) {
+            throw Failure(ExitCode::kOutput, "cannot make a temporary file: " + SystemMessage());
+        }
+    }
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+    ~ScratchFile() {
+        close(fd_);
+        if (!temporary_.empty()) {
+            const auto lock = LockNames();
+            unlink(temporary_.c_str());
+            ForgetUnfinished(temporary_);
+        }
+    }
+
+    int Descriptor() const { return fd_; }
+    const std::string& Path() const { return path_; }
+
+  private:
+    int fd_ = -1;
+    std::string path_;
+    std::string temporary_;
+};
+
 /// The bytes of a file that one of the library's functions writes. The library does not report a write that fails,
 /// so the length is compared with the one that the file has to have.
 std::vector<uint8_t> BytesWrittenBy(const std::function<UtlStatus(const char*)>& save, size_t expected) {
-    const int fd = memfd_create("vexacamutl", MFD_CLOEXEC);
-    const std::string path = "/proc/self/fd/" + std::to_string(fd);
+    const ScratchFile file;
     std::vector<uint8_t> bytes(expected);
     struct stat status = {};
-    const bool good = fd >= 0 && save(path.c_str()) == UTL_STS_SUCCESS && fstat(fd, &status) == 0 &&
+    const bool good = save(file.Path().c_str()) == UTL_STS_SUCCESS && fstat(file.Descriptor(), &status) == 0 &&
                       static_cast<size_t>(status.st_size) == expected;
     size_t done = 0;
     while (good && done < expected) {
-        const ssize_t got = pread(fd, bytes.data() + done, expected - done, static_cast<off_t>(done));
+        const ssize_t got = pread(file.Descriptor(), bytes.data() + done, expected - done, static_cast<off_t>(done));
         if (got <= 0) {
             break;
         }
         done += static_cast<size_t>(got);
     }
-    close(fd);
     if (!good || done < expected) {
         throw Failure(ExitCode::kOutput, "cannot build the file in memory");
     }
@@ -79,7 +120,7 @@ class Appender {
 };
 
 /// BITMAPFILEHEADER (14 bytes), BITMAPINFOHEADER (40), palette of grey files, rows from the bottom padded to 4 bytes.
-std::vector<uint8_t> EncodeBmp(const Picture& picture) {
+void EncodeBmp(const Picture& picture, std::vector<uint8_t>& bytes) {
     static constexpr uint32_t kHeaders = 14 + 40;
     static constexpr uint32_t kPixelsPerMetre = 2835;  // 72 dpi
     const uint32_t colours = picture.channels == 1 ? 256 : 0;
@@ -89,7 +130,7 @@ std::vector<uint8_t> EncodeBmp(const Picture& picture) {
     if (fileBytes > UINT32_MAX) {
         throw Failure(ExitCode::kUnsupported, "the picture is too large for a BMP file; choose vbmp or png");
     }
-    std::vector<uint8_t> bytes;
+    bytes.clear();
     bytes.reserve(fileBytes);
     Appender append(bytes);
     append.Number(uint64_t{'B'} | uint64_t{'M'} << 8, 2);
@@ -114,29 +155,21 @@ std::vector<uint8_t> EncodeBmp(const Picture& picture) {
     for (size_t r = 0; r < picture.height; ++r) {
         std::memcpy(bytes.data() + pixelOffset + r * rowBytes, picture.Row(picture.height - 1 - r), picture.RowBytes());
     }
-    return bytes;
 }
 
-/// P6 of colour pictures, P5 of grey ones.
-std::vector<uint8_t> EncodeNetpbm(const Picture& picture) {
+/// P6 of pictures with three channels, P5 of grey ones. The library's exchange of red and blue works both ways.
+void EncodeNetpbm(const Picture& picture, std::vector<uint8_t>& bytes) {
     const bool grey = picture.channels == 1;
     const std::string header = std::string(grey ? "P5" : "P6") + "\n" + std::to_string(picture.width) + " " +
                                std::to_string(picture.height) + "\n255\n";
-    std::vector<uint8_t> bytes(header.begin(), header.end());
+    bytes.resize(header.size() + picture.bytes.size());
+    std::copy(header.begin(), header.end(), bytes.begin());
+    uint8_t* const pixels = bytes.data() + header.size();
     if (grey) {
-        bytes.insert(bytes.end(), picture.bytes.begin(), picture.bytes.end());
-        return bytes;
+        std::copy(picture.bytes.begin(), picture.bytes.end(), pixels);
+    } else if (ConvRGB8PToBGR(pixels, picture.bytes.data(), picture.width, picture.height) != UTL_STS_SUCCESS) {
+        throw Failure(ExitCode::kUnsupported, "cannot exchange red and blue");
     }
-    const size_t pixels = size_t{picture.width} * picture.height;
-    bytes.resize(header.size() + pixels * 3);
-    uint8_t* rgb = bytes.data() + header.size();
-    const uint8_t* bgr = picture.bytes.data();
-    for (size_t p = 0; p < pixels; ++p, rgb += 3, bgr += picture.channels) {
-        rgb[0] = bgr[2];
-        rgb[1] = bgr[1];
-        rgb[2] = bgr[0];
-    }
-    return bytes;
 }
 
 extern "C" [[noreturn]] void ThrowPngError(png_structp /*png*/, png_const_charp message) {
@@ -159,7 +192,7 @@ struct PngWriter {
     ~PngWriter() { png_destroy_write_struct(&png, &info); }
 };
 
-std::vector<uint8_t> EncodePng(const Picture& picture, int level) {
+void EncodePng(const Picture& picture, int level, std::vector<uint8_t>& bytes) {
     const PngWriter writer;
     if (writer.info == nullptr) {
         throw std::bad_alloc();
@@ -167,7 +200,7 @@ std::vector<uint8_t> EncodePng(const Picture& picture, int level) {
     const int type = picture.channels == 1   ? PNG_COLOR_TYPE_GRAY
                      : picture.channels == 3 ? PNG_COLOR_TYPE_RGB
                                              : PNG_COLOR_TYPE_RGB_ALPHA;
-    std::vector<uint8_t> bytes;
+    bytes.clear();
     png_set_user_limits(writer.png, picture.width, picture.height);
     png_set_write_fn(writer.png, &bytes, AppendPngBytes, nullptr);
     png_set_compression_level(writer.png, level);
@@ -181,7 +214,6 @@ std::vector<uint8_t> EncodePng(const Picture& picture, int level) {
         png_write_row(writer.png, picture.Row(r));
     }
     png_write_end(writer.png, writer.info);
-    return bytes;
 }
 
 }  // namespace
@@ -231,17 +263,21 @@ bool IsAppendable(OutputKind kind) {
     return kind == OutputKind::kBgra || kind == OutputKind::kBgr || kind == OutputKind::kRaw;
 }
 
-std::vector<uint8_t> EncodePicture(const Picture& picture, OutputKind kind, int pngLevel) {
+Bytes EncodePicture(const Picture& picture, OutputKind kind, int pngLevel, std::vector<uint8_t>& storage) {
     switch (kind) {
         case OutputKind::kPng:
-            return EncodePng(picture, pngLevel);
+            EncodePng(picture, pngLevel, storage);
+            return storage;
         case OutputKind::kBmp:
-            return EncodeBmp(picture);
+            EncodeBmp(picture, storage);
+            return storage;
         case OutputKind::kVbmp:
-            return EncodeVbmp(picture);
+            storage = EncodeVbmp(picture);
+            return storage;
         case OutputKind::kPpm:
         case OutputKind::kPgm:
-            return EncodeNetpbm(picture);
+            EncodeNetpbm(picture, storage);
+            return storage;
         default:
             return picture.bytes;
     }

@@ -38,7 +38,8 @@ bool IsFrameKind(OutputKind kind);
 /// True when frames of this kind simply follow each other in one file.
 bool IsAppendable(OutputKind kind);
 
-std::vector<uint8_t> EncodePicture(const Picture& picture, OutputKind kind, int pngLevel);
+/// The bytes of the file, in `storage` or, for bare pixels, those of the picture itself.
+Bytes EncodePicture(const Picture& picture, OutputKind kind, int pngLevel, std::vector<uint8_t>& storage);
 
 std::vector<uint8_t> EncodeRwh(const RawShape& tight, Bytes frame);
 

@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// See OutputPlan.h.
+#include "output/OutputPlan.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "Failure.h"
+#include "input/Sidecar.h"
+
+namespace VexaTool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string NameOf(const std::string& path) {
+    return path == "-" ? "standard output" : path;
+}
+
+std::optional<struct stat> StatusOf(const std::string& path) {
+    struct stat status = {};
+    const bool exists = path == "-" ? fstat(STDIN_FILENO, &status) == 0 : stat(path.c_str(), &status) == 0;
+    return exists ? std::optional(status) : std::nullopt;
+}
+
+/// Where a result goes: the descriptor for "-".
+Destination DestinationOf(const std::string& path) {
+    if (path != "-") {
+        return FindDestination(path);
+    }
+    Destination standardOutput;
+    standardOutput.descriptor = STDOUT_FILENO;
+    struct stat status = {};
+    if (fstat(STDOUT_FILENO, &status) == 0) {
+        standardOutput.file = status;
+    }
+    return standardOutput;
+}
+
+void MakeFolder(const std::string& folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error) {
+        throw Failure(ExitCode::kOutput, "cannot make the folder " + folder + ": " + error.message());
+    }
+}
+
+/// A text that the tool wrote for this very result may be replaced; notes of a person may not.
+void RefuseForeignText(const std::string& path, const std::string& describes) {
+    const std::optional<std::string> text = ReadSideFile(path);
+    if (text && !IsSidecarTextOf(*text, describes)) {
+        throw Failure(ExitCode::kUsage, path + " exists and is not the sidecar of " + describes +
+                                            "; move it away, or choose another name for the result");
+    }
+}
+
+}  // namespace
+
+OutputPlan::OutputPlan(const OutputOptions& options) : options_(options) {}
+
+void OutputPlan::Protect(const std::string& path) {
+    const std::optional<struct stat> status = StatusOf(path);
+    if (status && S_ISREG(status->st_mode)) {
+        inputs_.insert(IdentityOf(*status));
+    }
+}
+
+ResultNames OutputPlan::NamesFor(const std::string& input, std::optional<uint64_t> frames) const {
+    ResultNames names;
+    if (!options_.folder.empty()) {
+        static constexpr size_t kDigits = 5;
+        const std::string stem = (fs::path(options_.folder) / StemOf(input)).string();
+        const std::string extension = std::string(".") + ExtensionOf(options_.kind);
+        const bool numbered = frames != 1;
+        names.pattern_ = {numbered ? stem + "_" : stem + extension, extension, numbered, kDigits, '0'};
+        names.filePerFrame_ = true;
+        return names;
+    }
+    names.pattern_ = options_.path == "-" ? NamePattern{"-", "", false, 0, '0'} : ParsePattern(options_.path);
+    names.filePerFrame_ = names.pattern_.numbered;
+    names.takesMany_ = !names.pattern_.numbered && (options_.path == "-" || IsAppendable(options_.kind));
+    return names;
+}
+
+bool OutputPlan::WantsSidecar(const std::string& path) const {
+    if (!options_.sidecar || path == "-") {
+        return false;
+    }
+    const Destination destination = FindDestination(path);
+    return destination.descriptor < 0 && (!destination.file || destination.IsRegularFile());
+}
+
+void OutputPlan::Register(const Planned& planned) {
+    const Destination destination = DestinationOf(planned.path);
+    if (destination.descriptor >= 0 || (destination.file && !destination.IsRegularFile())) {
+        Check(planned);
+        return;
+    }
+    const auto [taken, fresh] = results_.emplace(destination.path, planned);
+    if (!fresh) {
+        throw Failure(ExitCode::kUsage,
+                      taken->second.source + " and " + planned.source + " would both become " + planned.path);
+    }
+}
+
+void OutputPlan::RegisterFrame(const std::string& path, const std::string& input) {
+    Register({path, input == "-" ? "standard input" : input, ""});
+    if (WantsSidecar(path)) {
+        Register({SidecarPath(path), "the sidecar of " + path, path});
+    }
+}
+
+ResultNames OutputPlan::Add(const std::string& input, std::optional<uint64_t> frames, const RawShape& shape) {
+    const ResultNames names = NamesFor(input, frames);
+    if (!names.FilePerFrame()) {
+        if (frames.value_or(1) > 1 && !names.TakesMany()) {
+            throw Failure(ExitCode::kUsage, input + " holds " + std::to_string(*frames) + " frames of " + shape.Text() +
+                                                "; number the outputs (out_%05d." + ExtensionOf(options_.kind) +
+                                                "), or use --output-dir or --frame");
+        }
+        RegisterFrame(names.Of(0), input);
+        return names;
+    }
+    // Two frames of a stream show whether its names collide.
+    for (uint64_t frame = 0; frame < frames.value_or(2); ++frame) {
+        RegisterFrame(names.Of(frame), input);
+    }
+    return names;
+}
+
+void OutputPlan::Check(const Planned& planned) const {
+    const Destination destination = DestinationOf(planned.path);
+    if (destination.IsRegularFile() && inputs_.count(IdentityOf(*destination.file)) != 0) {
+        throw Failure(ExitCode::kUsage, NameOf(planned.path) + " is an input; an input is never overwritten");
+    }
+    if (destination.descriptor >= 0 || !destination.file) {
+        return;
+    }
+    if (options_.existing == Existing::kRefuse && destination.IsRegularFile()) {
+        throw Failure(ExitCode::kUsage, planned.path + " exists already (--no-overwrite)");
+    }
+    if (!planned.describes.empty()) {
+        RefuseForeignText(planned.path, planned.describes);
+    }
+}
+
+void OutputPlan::Begin() {
+    for (const auto& [path, planned] : results_) {
+        Check(planned);
+    }
+    results_.clear();
+    if (!options_.folder.empty()) {
+        MakeFolder(options_.folder);
+    }
+}
+
+void OutputPlan::CheckFrame(const std::string& path) const {
+    Check({path, "", ""});
+    if (WantsSidecar(path)) {
+        Check({SidecarPath(path), "", path});
+    }
+}
+
+bool OutputPlan::Keeps(const std::string& path) const {
+    return options_.existing == Existing::kSkip && path != "-" && FindDestination(path).IsRegularFile();
+}
+
+void OutputPlan::WriteSidecarOf(const std::string& path, const RawShape& tight) const {
+    if (!WantsSidecar(path)) {
+        return;
+    }
+    const std::string text = SidecarText(path, tight);
+    const WriteRules rules = {options_.existing != Existing::kRefuse, options_.sync};
+    RefuseForeignText(SidecarPath(path), path);
+    WriteWholeFile(SidecarPath(path), {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, rules);
+}
+
+void OutputPlan::Write(const std::string& path, Bytes bytes, const RawShape& tight) const {
+    WriteWholeFile(path, bytes, options_.Rules());
+    WriteSidecarOf(path, tight);
+}
+
+}  // namespace VexaTool

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// What the results of a command are called: decided once, before anything is written.
+//
+//     out.png            one frame, or all frames of a kind that can hold many (bgra, bgr, raw)
+//     out_%05d.png       frame number n, written as the pattern says; %% is a percent sign
+//     folder             folder/<input's stem>.png, or folder/<stem>_00000.png ... when the input holds several frames
+//
+// The whole plan is refused when
+//
+//     - a result, or the text beside it, is a file that the command reads, by this name or any other
+//     - two results have one name
+//     - a text beside a result would replace a text that the tool did not write for it
+//     - results are to stay (Existing::kRefuse) and one of them exists
+//
+// Streams do not tell how many frames they hold; the names of their further frames are checked as they come.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <set>
+#include <vector>
+
+#include "formats/RawShape.h"
+#include "output/OutputFile.h"
+#include "output/OutputNames.h"
+#include "output/PictureWriter.h"
+
+namespace VexaTool {
+
+/// What happens to results that exist already.
+enum class Existing { kReplace, kRefuse, kSkip };
+
+struct OutputOptions {
+    std::string path;    ///< a path, a pattern or "-"; empty with a folder
+    std::string folder;  ///< empty with a path
+    OutputKind kind = OutputKind::kPng;
+    bool sidecar = false;  ///< a text beside each result says its layout
+    Existing existing = Existing::kReplace;
+    bool sync = false;
+
+    WriteRules Rules() const { return {existing == Existing::kReplace, sync}; }
+};
+
+/// The results of one input.
+class ResultNames {
+  public:
+    /// True when each frame has a file of its own, false when all go into one.
+    bool FilePerFrame() const { return filePerFrame_; }
+
+    /// True when one file takes all frames, one after another.
+    bool TakesMany() const { return takesMany_; }
+
+    std::string Of(uint64_t frame) const { return pattern_.Of(frame); }
+
+  private:
+    friend class OutputPlan;
+    NamePattern pattern_;
+    bool filePerFrame_ = false;
+    bool takesMany_ = false;
+};
+
+class OutputPlan {
+  public:
+    explicit OutputPlan(const OutputOptions& options);
+
+    const OutputOptions& Options() const { return options_; }
+
+    /// True when one file takes all frames, in their order.
+    bool OneFileForAll() const { return NamesFor("", std::nullopt).TakesMany(); }
+
+    /// A file that is read; "-" for standard input.
+    void Protect(const std::string& path);
+
+    /// Names the results of an input; `frames` is empty for streams. A Failure when it has more frames than the output
+    /// can hold.
+    ResultNames Add(const std::string& input, std::optional<uint64_t> frames, const RawShape& shape);
+
+    /// After the last input: a Failure that refuses the plan, else the folder is made and writing may begin.
+    void Begin();
+
+    // From here on from any thread.
+
+    /// True for a result that exists and is to stay.
+    bool Keeps(const std::string& path) const;
+    void CountSkipped() { ++skipped_; }
+    uint64_t Skipped() const { return skipped_; }
+
+    /// A result with its text beside it, where one is wanted.
+    void Write(const std::string& path, Bytes bytes, const RawShape& tight) const;
+    void WriteSidecarOf(const std::string& path, const RawShape& tight) const;
+
+    /// For a frame of a stream: a Failure for what Begin refuses.
+    void CheckFrame(const std::string& path) const;
+
+  private:
+    /// A file that the command is going to make.
+    struct Planned {
+        std::string path;       ///< as the user knows it
+        std::string source;     ///< what it is made of, for messages
+        std::string describes;  ///< of a text beside a result: that result
+    };
+
+    bool WantsSidecar(const std::string& path) const;
+    void Register(const Planned& planned);
+    void RegisterFrame(const std::string& path, const std::string& input);
+    void Check(const Planned& planned) const;
+    ResultNames NamesFor(const std::string& input, std::optional<uint64_t> frames) const;
+
+    OutputOptions options_;
+    std::set<FileIdentity> inputs_;
+    std::map<std::string, Planned> results_;  ///< by where they really go
+    std::atomic<uint64_t> skipped_ = 0;
+};
+
+}  // namespace VexaTool
