@@ -193,8 +193,8 @@
  * null path gives UTL_STS_FILE_OPEN_ERROR. An existing file is replaced.
  *
  * Memory. No function keeps memory. The stack that a call needs does not depend
- * on the picture: a few hundred bytes, about 50 KiB in the ACPI converters and
- * 64 KiB in the bitmap writers.
+ * on the picture: about 50 KiB in the ACPI converters, less than 8 KiB in every
+ * other function. A bitmap writer allocates 64 KiB until it returns.
  *
  * Exceptions. Converters, queries and ReverseImg never throw and never allocate.
  * The file functions turn exceptions into a status, except those thrown while

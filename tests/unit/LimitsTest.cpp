@@ -5,6 +5,7 @@
 // it is handed, and a memcpy that does so (linked with --wrap=memcpy, the library's objects come here first).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "Reference.h"
@@ -218,6 +219,24 @@ TEST_F(Limits, TheLastRowIsFoundModulo2To32AndTheRowsBeforeItAreNot) {
     EXPECT_EQ(wide[1].dst, m_dst + 2);
     EXPECT_EQ(wide[1].src, m_src);
     EXPECT_EQ(wide[1].count, 2u);
+}
+
+// What docs/buffers.md calls the largest frames.
+TEST_F(Limits, UpsideDownFramesAndGreyBitmapsEndWhereTheOffsetOfTheLastRowWraps) {
+    EXPECT_EQ(Reverse(PIXEL_FORMAT_MONO8, 0x10000, 0x10000, false, true).front().src, m_src + 0xFFFF0000);
+    EXPECT_EQ(Reverse(PIXEL_FORMAT_MONO8, 0x10000, 0x10001, false, true).front().src, m_src);
+    EXPECT_EQ(Reverse(PIXEL_FORMAT_MONO16, 0x7FFFFFFF, 1, false, true).front().count, 0xFFFFFFFEu);
+    EXPECT_EQ(Reverse(PIXEL_FORMAT_MONO16, 0x80000001, 1, false, true).front().count, 2u);
+
+    const auto firstRow = [](const std::vector<Call>& calls) {
+        // The headers may be copied by instructions of their own; the rows are 64 KiB long.
+        const auto row = std::find_if(calls.begin(), calls.end(), [](const Call& call) { return call.count > 2000; });
+        return row == calls.end() ? nullptr : row->src;
+    };
+    EXPECT_EQ(firstRow(CallsIn([this] { return SaveBmpMono(m_src, 0x10000, 0x10000, "/dev/full"); })),
+              m_src + 0xFFFF0000);
+    EXPECT_EQ(firstRow(CallsIn([this] { return SaveBmpMono(m_src, 0x10000, 0x10001, "/dev/full"); })), m_src);
+    EXPECT_EQ(firstRow(CallsIn([this] { return SaveBmpMono_S(m_src, 4000, 0x10001, 0x10000, "/dev/full"); })), m_src);
 }
 
 }  // namespace
