@@ -86,12 +86,12 @@ void MeasureCase(const Case& it, const std::vector<const Competitor*>& competito
     FillWithSamples(src.Data(), srcBytes, it.HasWords());
     const LimitKernel limit = FindLimit(LimitFor(Vexa::s_psKernels->name), it.srcBits, it.dstBits);
     std::vector<Work> works = {[&] { limit(dst.Data(), src.Data(), srcBytes); },
-                               [&] { it.run(dst.Data(), src.Data(), size.width, size.height); }};
+                               [&] { it.Run(dst.Data(), src.Data(), size.width, size.height); }};
 
     // All write to one destination while times are taken, so that pages and cache lines are the same for all.
     const Buffer ours(dstBytes);
     std::vector<Agreement> agreements;
-    it.run(ours.Data(), src.Data(), size.width, size.height);
+    it.Run(ours.Data(), src.Data(), size.width, size.height);
     for (const Competitor* competitor : competitors) {
         works.push_back(competitor->prepare({dst.Data(), src.Data(), size.width, size.height}));
         works.back()();

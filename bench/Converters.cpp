@@ -41,7 +41,7 @@ void Convert(benchmark::State& state, const Case& it, const Vexa::Kernels::Kerne
     double converterSeconds = 0;
     for ([[maybe_unused]] const auto iteration : state) {
         limitSeconds += SecondsFor([&] { limit(dst.Data(), src.Data(), srcBytes); }, calls);
-        const double seconds = SecondsFor([&] { it.run(dst.Data(), src.Data(), size.width, size.height); }, calls);
+        const double seconds = SecondsFor([&] { it.Run(dst.Data(), src.Data(), size.width, size.height); }, calls);
         converterSeconds += seconds;
         state.SetIterationTime(seconds);
     }

@@ -33,7 +33,7 @@ void CountCase(const Case& it, const Vexa::Kernels::KernelTable& table, const Si
     Vexa::s_psKernels = &table;
     const std::string name = std::string(it.family) + ',' + it.name + ',' + table.name + ',' + size.Text();
     CALLGRIND_ZERO_STATS;
-    it.run(dst.Data(), src.Data(), size.width, size.height);
+    it.Run(dst.Data(), src.Data(), size.width, size.height);
     CALLGRIND_DUMP_STATS_AT(name.c_str());
 }
 

@@ -87,7 +87,7 @@ void MeasureSmallest(const Case& it, const Vexa::Kernels::KernelTable& table) {
     const Buffer src(size.Pixels() * it.srcBits / 8 + 1);
     const Buffer dst(size.Pixels() * it.dstBits / 8 + 1);
     Vexa::s_psKernels = &table;
-    const Work work = [&] { it.run(dst.Data(), src.Data(), size.width, size.height); };
+    const Work work = [&] { it.Run(dst.Data(), src.Data(), size.width, size.height); };
     Print((std::string("call of ") + it.name).c_str(), table.name, size.Text(),
           MeasureByTurns({work}, kPlan)[0].median * 1e9, "ns");
 }
@@ -102,7 +102,7 @@ void MeasureSmall(const Case& it, const Vexa::Kernels::KernelTable& table) {
     const auto with = [&](const Vexa::Kernels::KernelTable& kernels) -> Work {
         return [&] {
             Vexa::s_psKernels = &kernels;
-            it.run(dst.Data(), src.Data(), size.width, size.height);
+            it.Run(dst.Data(), src.Data(), size.width, size.height);
         };
     };
     const std::vector<Timing> timings = MeasureByTurns({with(Vexa::Kernels::kScalarTable), with(table)}, kPlan);
@@ -118,7 +118,7 @@ void MeasureUnaligned(const Case& it, const Vexa::Kernels::KernelTable& table, c
     FillWithSamples(src.Data(), srcBytes, it.HasWords());
     Vexa::s_psKernels = &table;
     const auto at = [&](size_t offset) -> Work {
-        return [&, to = dst.Data() + offset] { it.run(to, src.Data(), size.width, size.height); };
+        return [&, to = dst.Data() + offset] { it.Run(to, src.Data(), size.width, size.height); };
     };
     const std::vector<Timing> timings = MeasureByTurns({at(0), at(kMallocOffset)}, kPlan);
     Print((std::string("time at 16 modulo 64 / time at 0 of ") + it.name).c_str(), table.name, size.Text(),

@@ -46,7 +46,7 @@ void MeasureCase(const Case& it, const Vexa::Kernels::KernelTable& table, const 
     Vexa::s_psKernels = &table;
     const std::vector<Timing> timings =
         MeasureByTurns({[&] { limit(limitDst, src.Data(), srcBytes); },
-                        [&] { it.run(dst.Data(), src.Data(), size.width, size.height); }},
+                        [&] { it.Run(dst.Data(), src.Data(), size.width, size.height); }},
                        options.plan);
     const double nanosecondsPerPixel = 1e9 / static_cast<double>(size.Pixels());
     static_cast<void>(std::printf("%s,%s,%s,%s,%.4f,%.4f,%.3f,%.3f\n", it.family, it.name, table.name,
