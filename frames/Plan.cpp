@@ -138,8 +138,8 @@ VcfStatus CheckSettings(const Geometry& g, uint32_t output, const VcfSettings& s
     }
     if (settings.use_matrix != 0) {
         for (const int32_t element : settings.matrix) {
-            if (element < -8 * VCF_MATRIX_ONE || element > 8 * VCF_MATRIX_ONE) {
-                return text.Say(VCF_INVALID_ARGUMENT, "an element of the matrix, %g, is not between -8 and 8",
+            if (element < -8 * VCF_MATRIX_ONE || element >= 8 * VCF_MATRIX_ONE) {
+                return text.Say(VCF_INVALID_ARGUMENT, "an element of the matrix, %g, is not at least -8 and below 8",
                                 element / double{VCF_MATRIX_ONE});
             }
         }

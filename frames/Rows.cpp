@@ -216,20 +216,16 @@ bool GreySamples(const VcfConverter& converter, const uint8_t* buffer, uint32_t 
     return true;
 }
 
-int32_t Clamped(int32_t value) {
-    return std::clamp(value, 0, 255);
-}
-
-/// The matrix on pixels of `step` bytes, red at `red`, blue at 2 - `red`.
-void ApplyMatrix(const int32_t (&m)[9], uint8_t* pixels, size_t count, uint32_t step, uint32_t red) {
-    for (size_t i = 0; i < count; ++i, pixels += step) {
-        const int32_t r = pixels[red];
-        const int32_t g = pixels[1];
-        const int32_t b = pixels[2 - red];
-        pixels[red] = static_cast<uint8_t>(Clamped((m[0] * r + m[1] * g + m[2] * b + 2048) >> 12));
-        pixels[1] = static_cast<uint8_t>(Clamped((m[3] * r + m[4] * g + m[5] * b + 2048) >> 12));
-        pixels[2 - red] = static_cast<uint8_t>(Clamped((m[6] * r + m[7] * g + m[8] * b + 2048) >> 12));
+/// The matrix for the order of the channels in memory.
+PixelMatrix MatrixInOrder(const int32_t (&m)[9], bool redFirst) {
+    PixelMatrix matrix;
+    for (size_t to = 0; to < 3; ++to) {
+        for (size_t from = 0; from < 3; ++from) {
+            matrix.rows[to][from] =
+                static_cast<int16_t>(m[(redFirst ? to : 2 - to) * 3 + (redFirst ? from : 2 - from)]);
+        }
     }
+    return matrix;
 }
 
 }  // namespace
@@ -301,7 +297,15 @@ void FinishRow(const VcfConverter& converter, uint8_t* pixels) {
     }
     if (plan.finish.matrix) {
         const bool redFirst = converter.output == VCF_OUTPUT_RGB || converter.output == VCF_OUTPUT_RGBA;
-        ApplyMatrix(converter.settings.matrix, pixels, width, plan.pixelBytes, redFirst ? 0 : 2);
+        const PixelMatrix matrix = MatrixInOrder(converter.settings.matrix, redFirst);
+        if (plan.pixelBytes == 4) {
+            s_frameKernels->matrix4(pixels, width, matrix);
+            return;
+        }
+        uint8_t* line = converter.scratch.line;
+        s_frameKernels->spread3To4(line, pixels, width);
+        s_frameKernels->matrix4(line, width, matrix);
+        s_frameKernels->drop4To3(pixels, line, width);
     }
 }
 

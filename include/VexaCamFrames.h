@@ -474,7 +474,7 @@ typedef struct VcfSettings {
     uint32_t tone;        /**< VCF_TONE_... */
     uint32_t gamma;       /**< in hundredths, 10 to 1000; 220 is 2.2. Of VCF_TONE_GAMMA */
     uint32_t use_matrix;  /**< not 0: the matrix applies, to outputs with colour */
-    int32_t matrix[9];    /**< rows R', G', B'; VCF_MATRIX_ONE is 1.0; -8.0 to 8.0 each */
+    int32_t matrix[9];    /**< rows R', G', B'; VCF_MATRIX_ONE is 1.0; at least -8.0, below 8.0 */
     uint32_t reserved[5]; /**< 0 */
 } VcfSettings;
 

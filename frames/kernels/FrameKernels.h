@@ -52,6 +52,14 @@ using WidenRange = void (*)(uint8_t* dst, const uint8_t* src, size_t bytes);
 /// Exchanges the first and third byte of each pixel in place.
 using ExchangeColours = void (*)(uint8_t* pixels, size_t count);
 
+/// A matrix as the kernels take it: rows of first, second, third channel of a pixel in memory order, 4096 is 1.0.
+struct PixelMatrix {
+    int16_t rows[3][3];
+};
+
+/// In place on pixels of four bytes: each of the first three becomes the rounded and limited product; the fourth stays.
+using ApplyMatrix4 = void (*)(uint8_t* pixels, size_t count, const PixelMatrix& matrix);
+
 struct FrameKernels {
     const char* name;
 
@@ -63,6 +71,8 @@ struct FrameKernels {
     ExchangeColours exchange3;
     ExchangeColours exchange4;
     WidenRange widenRange[kLumaPlacesCount];
+    ApplyMatrix4 matrix4;
+    Rearrange drop4To3;  ///< pixels of four bytes to three; may be in place
 };
 
 extern const FrameKernels kScalarFrameKernels;

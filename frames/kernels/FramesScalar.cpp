@@ -54,6 +54,25 @@ void Widen(uint8_t* dst, const uint8_t* src, size_t bytes) {
     }
 }
 
+void Matrix4(uint8_t* pixels, size_t count, const PixelMatrix& matrix) {
+    for (size_t i = 0; i < count; ++i, pixels += 4) {
+        const int32_t in[3] = {pixels[0], pixels[1], pixels[2]};
+        for (size_t c = 0; c < 3; ++c) {
+            const auto& row = matrix.rows[c];
+            const int32_t value = (row[0] * in[0] + row[1] * in[1] + row[2] * in[2] + 2048) >> 12;
+            pixels[c] = static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
+        }
+    }
+}
+
+void Drop4To3(uint8_t* dst, const uint8_t* src, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        for (size_t k = 0; k < 3; ++k) {
+            dst[3 * i + k] = src[4 * i + k];
+        }
+    }
+}
+
 }  // namespace
 
 constinit const FrameKernels kScalarFrameKernels = {
@@ -67,6 +86,8 @@ constinit const FrameKernels kScalarFrameKernels = {
     Exchange<3>,
     Exchange<4>,
     {Widen<kOddLuma>, Widen<kEvenLuma>, Widen<kThirdLuma>, Widen<kLumaPairs>},
+    Matrix4,
+    Drop4To3,
 };
 
 constinit const FrameKernels* s_frameKernels = &kScalarFrameKernels;

@@ -36,6 +36,10 @@ template <class Order, size_t kStep>
     return Shuffle128<InBothBlocks<Order>>(reinterpret_cast<U8>(_mm256_set_m128i(second, first)));
 }
 
+[[gnu::always_inline]] inline I32 SumOfProducts(I16 a, I16 b) {
+    return reinterpret_cast<I32>(_mm256_madd_epi16(Raw(a), Raw(b)));
+}
+
 #include "kernels/FrameRows.inc"
 
 }  // namespace

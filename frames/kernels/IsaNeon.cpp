@@ -29,6 +29,11 @@ template <class Order, size_t kStep>
     return Shuffle128<Order>(Load<U8>(from));
 }
 
+[[gnu::always_inline]] inline I32 SumOfProducts(I16 a, I16 b) {
+    const int32x4_t low = vmull_s16(vget_low_s16(Raw(a)), vget_low_s16(Raw(b)));
+    return reinterpret_cast<I32>(vpaddq_s32(low, vmull_high_s16(Raw(a), Raw(b))));
+}
+
 #include "kernels/FrameRows.inc"
 
 }  // namespace

@@ -46,7 +46,7 @@ struct FrameTrial {
     uint32_t output = VCF_OUTPUT_BGRA;
     VcfSettings settings = DefaultSettings();
     size_t padding = 0;  ///< bytes after each row of the destination
-    Reference::Against side = Reference::Against::kBack;
+    Reference::GuardSide side = Reference::GuardSide::kBack;
     std::vector<uint32_t> bands = {};  ///< rows at which a band begins; empty: one call
 };
 

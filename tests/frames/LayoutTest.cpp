@@ -13,7 +13,7 @@
 
 namespace {
 
-using Reference::Against;
+using Reference::GuardSide;
 using Reference::GuardedArena;
 using Reference::Random;
 using testing::HasSubstr;
@@ -357,7 +357,7 @@ TEST_F(Refusals, Settings) {
     settings.gamma = 220;
     EXPECT_EQ(Create(LayoutOf(PIXEL_FORMAT_YUV422_8, 8, 8), 0, settings, "raw samples"), VCF_UNSUPPORTED);
     settings.use_matrix = 1;
-    settings.matrix[5] = 8 * VCF_MATRIX_ONE + 1;
+    settings.matrix[5] = 8 * VCF_MATRIX_ONE;
     EXPECT_EQ(Create(layout, 0, settings, "matrix"), VCF_INVALID_ARGUMENT);
     settings = DefaultSettings();
     settings.reserved[4] = 1;
