@@ -70,7 +70,6 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/vexacamframes.pc.in ${PROJECT_BINARY_DI
 install(FILES ${PROJECT_BINARY_DIR}/vexacamframes.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT frames_development)
 
-
 # The program and the frames layer find the library of their own tree, wherever that is; in /usr the loader does.
 if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   set_target_properties(VexaCamFrames PROPERTIES INSTALL_RPATH "$ORIGIN")
@@ -88,5 +87,5 @@ if(VEXACAMUTL_PYTHON_DIR)
 endif()
 
 if(PROJECT_IS_TOP_LEVEL)
-  include(${CMAKE_CURRENT_LIST_DIR}/Packages.cmake)
+  include(${CMAKE_CURRENT_LIST_DIR}/Sbom.cmake)
 endif()

@@ -6,23 +6,25 @@
 # missing of them. To be sourced:  . scripts/packages.sh; require_packages BUILD TEST
 
 # shellcheck disable=SC2034  # the groups are read by name, through a reference
-PACKAGES_BUILD=(cmake ninja-build g++ pkg-config libcli11-dev libpng-dev
-    libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev)
+PACKAGES_BUILD=(cmake ninja-build g++ pkg-config libcli11-dev libpng-dev)
 PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-dev libusb-1.0-0-dev
     libopencv-dev python3 python3-numpy python3-pytest python3-clang-14 python3-matplotlib mypy doxygen groff-base
     qemu-user clang dpkg-dev fakeroot file
     python3-build python3-setuptools python3-wheel python3-venv binutils
-    gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
-    gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-x xvfb xauth python3-gi gir1.2-gstreamer-1.0)
+    libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base
+    gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-x
+    xvfb xauth python3-gi gir1.2-gstreamer-1.0)
 PACKAGES_DOCS=(doxygen python3)
 PACKAGES_BENCH=(libbenchmark-dev valgrind libyuv-dev libdc1394-dev libswscale-dev libavutil-dev
     libopencv-dev libgstreamer1.0-dev gstreamer1.0-plugins-bad python3-matplotlib)
 PACKAGES_CHECK=(clang clang-format clang-tidy libclang-rt-dev shellcheck lintian)
-PACKAGES_PACKAGE=(gstreamer1.0-tools dpkg-dev fakeroot file lintian python3 python3-numpy)
+PACKAGES_PACKAGE=(dpkg-dev debhelper dh-python lintian git python3 python3-numpy
+    libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools)
 PACKAGES_WHEEL=(binutils python3 python3-build python3-setuptools python3-wheel python3-venv python3-numpy)
 PACKAGES_QEMU=(qemu-user)
 PACKAGES_AARCH64=(qemu-user g++-aarch64-linux-gnu googletest)
 PACKAGES_COVERAGE=(gcovr)
+PACKAGES_RELEASE=(git minisign python3)
 PACKAGES_MUTATE=(python3-clang-14 qemu-user)
 PACKAGES_PROOFS=(python3 python3-pytest python3-z3)
 
