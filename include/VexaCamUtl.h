@@ -196,6 +196,9 @@
  * on the picture: about 50 KiB in the ACPI converters, less than 8 KiB in every
  * other function. A bitmap writer allocates 64 KiB until it returns.
  *
+ * Floating point. No result depends on the caller's rounding mode or exception
+ * masks, and both are as before after a call.
+ *
  * Exceptions. Converters, queries and ReverseImg never throw and never allocate.
  * The file functions turn exceptions into a status, except those thrown while
  * the stream is constructed and, in LoadRWH, while the file is opened or its
@@ -746,7 +749,7 @@ VEXACAMUTL_API UtlStatus ReverseImg(void* dst, const void* src, PixelFormat form
  * @return UTL_STS_SUCCESS; UTL_STS_INVALID_PARAMETER for a null picture, and then
  *         no file is touched; UTL_STS_FILE_OPEN_ERROR if the file cannot be
  *         opened; UTL_STS_FILE_IO_ERROR for an exception during open, write or
- *         close
+ *         close, or if memory is short
  */
 VEXACAMUTL_API UtlStatus SaveBmpARGB(const void* picture, uint32_t width, uint32_t height, const char* path);
 /** Saves a picture of 3 bytes per pixel. @copydetails SaveBmpARGB */
