@@ -13,7 +13,8 @@ GREY = "#666666"
 # From what users touch down to the kernels; each row is built on the rows below it.
 PARTS = (
     ("what users run", (("vexacamutl", "tools/vexacamutl/", "plain"), ("Python package", "python/", "plain"),
-                        ("C and C++ programs", "examples/", "plain"))),
+                        ("vexaconvert", "gstreamer/", "plain"), ("C and C++ programs", "examples/", "plain"))),
+    ("libVexaCamFrames.so.0", (("packed bits, padded rows, levels, colour", "frames/", "field"),)),
     ("libVexaCamUtl_64.so.1", (("converters", "src/convert/", "strong"), ("files, reversal", "src/imagefile/", "strong"),
                                ("formats, tables", "src/catalogue/", "strong"))),
     ("its kernels", (("obvious loops", "src/kernels/scalar/", "strong"), ("fast rows", "src/kernels/simd/", "strong"),
