@@ -97,7 +97,9 @@ SUITES: dict[str, list[Test]] = {
     "frames": [program("frames", "frames_test")],
     "tools": [cli("test_promises.py"), cli("test_verbs.py", "test_convert.py"), cli("test_mistakes.py", "test_help.py"),
               cli()],
-    "python/vexacamutl": [package("test_formats.py", "test_arrays.py", "test_files.py"), package()],
+    "python/vexacamutl": [package("test_numbers.py", "test_names.py", "test_formats.py", "test_arrays.py"),
+                          package("test_files.py", "test_output.py", "test_reversal.py", "test_library.py"),
+                          package("test_converters.py")],
 }
 
 # The layer for NEON, cross-built.
