@@ -1,0 +1,82 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+"""Edges of small helpers that the other tests pass by: sizes half given, foreign objects, distances of names."""
+from __future__ import annotations
+
+import errno
+import struct
+from pathlib import Path
+
+import numpy as np
+import pytest
+
+import vexacamutl as vcu
+from vexacamutl._elf import Identity, _padded, identity
+from vexacamutl._names import _edit_distance
+
+LOAD, DYNAMIC, NOTE = 1, 2, 4
+NAME = b"libmade.so.7"
+
+
+def test_a_size_that_is_half_given(tmp_path):
+    """An array knows its own size; bytes do not."""
+    frame = np.arange(48, dtype=np.uint8).reshape(6, 8)
+    vcu.save_rwh(frame, "Mono8", tmp_path / "whole.rwh")
+    for half in ({"width": 8}, {"height": 6}):
+        vcu.save_rwh(frame, "Mono8", tmp_path / "half.rwh", **half)
+        assert (tmp_path / "half.rwh").read_bytes() == (tmp_path / "whole.rwh").read_bytes()
+        with pytest.raises(ValueError, match="width and height have to be given"):
+            vcu.save_rwh(frame.ravel(), "Mono8", tmp_path / "flat.rwh", **half)
+    assert not (tmp_path / "flat.rwh").exists()
+
+
+def test_a_missing_file_is_named_as_one(tmp_path):
+    with pytest.raises(FileNotFoundError) as caught:
+        vcu.load_rwh(tmp_path / "missing.rwh")
+    assert caught.value.errno == errno.ENOENT
+    assert str(caught.value.filename) == str(tmp_path / "missing.rwh")
+
+
+@pytest.mark.parametrize("a, b, distance", [
+    ("", "", 0), ("a", "", 1), ("", "abc", 3), ("abc", "abc", 0), ("abc", "abd", 1), ("ab", "ba", 1),
+    ("abcd", "acbd", 1),
+    ("a", "aaa", 2), ("aaa", "a", 2), ("bayerrg8", "byaerrg8", 1), ("ca", "abc", 3),
+])
+def test_distances_of_names(a, b, distance):
+    assert _edit_distance(a, b) == distance
+    assert _edit_distance(b, a) == distance
+
+
+@pytest.mark.parametrize("size, padded", [(0, 0), (1, 4), (3, 4), (4, 4), (5, 8), (8, 8)])
+def test_notes_are_padded_to_words(size, padded):
+    assert _padded(size) == padded
+
+
+def made_object(path: Path, first: bytes = b"\x7fELF\x02\x01") -> Path:
+    """A 64-bit object whose text lies elsewhere in the file than in memory, with notes of odd lengths."""
+    headers_at, strings_at, dynamic_at, notes_at = 64, 0x200, 0x300, 0x400
+    notes = (struct.pack("<III", 3, 5, 9) + b"ab\0\0" + b"other\0\0\0" +
+             struct.pack("<III", 4, 6, 3) + b"GNU\0" + bytes.fromhex("0123456789ab") + b"\0\0")
+    dynamic = struct.pack("<QQQQ", 5, 0x7200, 14, 1)
+    segments = [(NOTE, notes_at, 0x7100, len(notes)), (LOAD, 0, 0, 0x100), (LOAD, strings_at, 0x7200, 0x40),
+                (DYNAMIC, dynamic_at, 0x8300, len(dynamic)), (LOAD, dynamic_at, 0x8300, 0x40)]
+    data = bytearray(0x500)
+    data[:len(first)] = first
+    struct.pack_into("<Q", data, 32, headers_at)
+    struct.pack_into("<HH", data, 54, 56, len(segments))
+    for n, (kind, offset, address, size) in enumerate(segments):
+        struct.pack_into("<IIQQQQ", data, headers_at + 56 * n, kind, 4, offset, address, 0, size)
+    for at, content in ((strings_at, b"\0" + NAME + b"\0"), (dynamic_at, dynamic), (notes_at, notes)):
+        data[at:at + len(content)] = content
+    path.write_bytes(data)
+    return path
+
+
+def test_an_object_that_is_loaded_elsewhere(tmp_path):
+    assert identity(str(made_object(tmp_path / "a.so"))) == Identity(NAME.decode(), "0123456789ab")
+
+
+@pytest.mark.parametrize("first", [b"\x7fELF\x01\x01", b"\x7fELF\x02\x02", b"\x7fELG\x02\x01"])
+def test_objects_of_other_machines(tmp_path, first):
+    """32 bits, the other byte order, no ELF at all."""
+    assert identity(str(made_object(tmp_path / "a.so", first))) == Identity(None, None)
