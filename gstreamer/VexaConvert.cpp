@@ -133,9 +133,28 @@ gboolean ProposeAllocation(GstBaseTransform* element, GstQuery* decided, GstQuer
     return TRUE;
 }
 
+/// Raises the alignment that the next element wants. The base class hands it to the pool.
+void AlignPictures(GstQuery* query) {
+    GstAllocator* allocator = nullptr;
+    GstAllocationParams params;
+    gst_allocation_params_init(&params);
+    if (gst_query_get_n_allocation_params(query) == 0) {
+        params.align = kAlignment;
+        gst_query_add_allocation_param(query, nullptr, &params);
+        return;
+    }
+    gst_query_parse_nth_allocation_param(query, 0, &allocator, &params);
+    params.align |= kAlignment;
+    gst_query_set_nth_allocation_param(query, 0, allocator, &params);
+    if (allocator != nullptr) {
+        gst_object_unref(allocator);
+    }
+}
+
 /// Takes the pool of the next element, or makes one of video buffers.
 gboolean DecideAllocation(GstBaseTransform* element, GstQuery* query) {
     GstCaps* caps = nullptr;
+    AlignPictures(query);
     gst_query_parse_allocation(query, &caps, nullptr);
     const auto bytes = static_cast<guint>(GST_VIDEO_INFO_SIZE(&StateOf(element).out));
     GstBufferPool* pool = nullptr;

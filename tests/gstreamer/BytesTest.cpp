@@ -167,4 +167,20 @@ TEST(Destination, RowsWithGapsFromThePoolOfTheNextElement) {
     }
 }
 
+/// The kernels are fastest on multiples of 64.
+TEST(Destination, PicturesAreAlignedTo64Bytes) {
+    Harness harness("vexaconvert");
+    harness.SetCaps(SizedCaps(kInputs[0], kWidth, kHeight), "video/x-raw,format=BGRx");
+    for (int i = 0; i < 8; ++i) {
+        ASSERT_EQ(harness.Push(Place(kInputs[0], Placement::kTight, 5).buffer), GST_FLOW_OK) << harness.Error();
+    }
+    while (GstBuffer* const picture = gst_harness_try_pull(harness.Get())) {
+        GstMapInfo map;
+        ASSERT_TRUE(gst_buffer_map(picture, &map, GST_MAP_READ));
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(map.data) % 64, 0U);
+        gst_buffer_unmap(picture, &map);
+        gst_buffer_unref(picture);
+    }
+}
+
 }  // namespace
