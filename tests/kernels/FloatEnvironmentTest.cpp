@@ -102,10 +102,10 @@ void FillChromaPairs(const Reference::Converter& converter, std::vector<uint8_t>
     }
 }
 
-/// Every chroma pair with every 21st group of lumas; with VEXACAMUTL_EVERY_TRIPLE in the environment, as scripts/prove
+/// Every chroma pair with every 21st group of lumas; with VEXACAMUTL_WHOLE_MATRIX in the environment, as scripts/prove
 /// sets it, all 2^24 triples.
 TEST_P(FloatEnvironment, YuvTriplesAreThoseOfTheReference) {
-    const uint32_t step = std::getenv("VEXACAMUTL_EVERY_TRIPLE") != nullptr ? 1 : 21;
+    const uint32_t step = std::getenv("VEXACAMUTL_WHOLE_MATRIX") != nullptr ? 1 : 21;  // NOLINT(concurrency-mt-unsafe)
     for (const Reference::Converter& converter : Reference::Converters()) {
         if (converter.family != Reference::Family::kYuv) {
             continue;
