@@ -7,7 +7,7 @@
 #   hardening.py --readelf READELF --commands compile_commands.json --linked FILE... --objects FILE...
 #
 # Every linked file: relocations read-only and bound at the start, no executable stack, no page that is both written and
-# executed. Every object of the library: marked for indirect branch tracking and shadow stacks (x86-64), and without
+# executed. Every object of the libraries: marked for indirect branch tracking and shadow stacks (x86-64), and without
 # code that runs at loading. In a linked file those marks survive only where the C runtime's own start files have them,
 # which Debian 12's crti.o has not. Every compile command: the flags.
 """Reads ELF files and compile commands."""
@@ -47,22 +47,23 @@ def check_linked(readelf, file):
     loads = re.findall(r"^\s*LOAD(?:\s+0x\w+){5}\s+([RWE ]{3})", segments, re.MULTILINE)
     require(len(loads) >= 4, f"{name}: {len(loads)} segments")
     require(not any("W" in flags and "E" in flags for flags in loads), f"{name}: writes where it executes")
-    if name.startswith("libVexaCamUtl_64"):
+    if name.startswith("libVexaCam"):
         needed = re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic)
-        require(needed and all(re.fullmatch(RUNTIME, library) for library in needed), f"{name}: needs {needed}")
+        ours = r"|libVexaCamUtl_64\.so\.1" if name.startswith("libVexaCamFrames") else ""
+        require(needed and all(re.fullmatch(RUNTIME + ours, library) for library in needed), f"{name}: needs {needed}")
         require("__stack_chk_fail" in read(readelf, "-sW", file), f"{name}: nothing guards a stack")
     elif "Position-Independent Executable" not in read(readelf, "-h", file):
         require("Shared object file" in read(readelf, "-h", file), f"{name}: its place is fixed")
 
 
 def check_object(readelf, file):
-    """An object of the library."""
+    """An object of the libraries."""
     name = pathlib.Path(file).name
     if "X86-64" in read(readelf, "-h", file):
         notes = read(readelf, "-nW", file)
         require("IBT" in notes and "SHSTK" in notes, f"{name}: no mark for branch tracking and shadow stacks")
-    # One unit initialises the library; the others must be ready before it has run.
-    if not name.startswith("VexaCamUtl.cpp"):
+    # One unit of each library initialises it; the others must be ready before it has run.
+    if not name.startswith(("VexaCamUtl.cpp", "FrameProcessor.cpp")):
         require(not re.search(r"\.(init_array|ctors|init)\b", read(readelf, "-SW", file)),
                 f"{name}: runs code at loading")
 
