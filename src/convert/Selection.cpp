@@ -109,7 +109,7 @@ UtlStatus ConvImage(ConvDstFormat dst_format, PixelFormat format, uint8_t bayer,
     return converter == nullptr ? UTL_STS_INVALID_PARAMETER : converter(dst, src, width, height);
 }
 
-// A relaxed store is a plain one in machine code; callers may change the mode while others select.
+// A relaxed store is an ordinary one in machine code; callers may change the mode while others select.
 UtlStatus SetBayerConvMode(BayerConvMode mode) {
     __atomic_store_n(&s_eBayerConvMode, mode, __ATOMIC_RELAXED);
     return UTL_STS_SUCCESS;
