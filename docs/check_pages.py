@@ -5,7 +5,7 @@
 # Keeps the project's Markdown true where a script can: relative links lead to files; functions of the library, paths of
 # the tree, scripts and presets that are named exist; blocks of C code compile without a warning against the public
 # header; the header and README.md print the first program as examples/c has it; the header's table names every converter
-# once.
+# once; docs/README.md names every page once.
 #
 #   python3 docs/check_pages.py [--compiler cc]
 """Checks the pages of the documentation."""
@@ -68,6 +68,14 @@ def name_problems(page, text):
             yield f"no preset is called {preset}"
 
 
+def index_problems():
+    """docs/README.md names each page once."""
+    index = (ROOT / "docs" / "README.md").read_text(encoding="ascii")
+    for page in sorted((ROOT / "docs").glob("*.md")):
+        if page.name != "README.md" and index.count(f"]({page.name})") != 1:
+            yield f"docs/README.md: names {page.name} {index.count(f']({page.name})')} times"
+
+
 def first_program_problems():
     """Both printed copies of the first program against the example that the tests build and run."""
     source = FIRST_SOURCE.read_text(encoding="ascii").partition(" */\n")[2]
@@ -94,7 +102,7 @@ def main():
     parser.add_argument("--compiler", default="cc")
     arguments = parser.parse_args()
     declared = set(NAME.findall(HEADER.read_text(encoding="ascii")))
-    problems = first_program_problems() + table_problems()
+    problems = [*first_program_problems(), *table_problems(), *index_problems()]
     blocks = 0
     for page in pages():
         name = page.relative_to(ROOT)
