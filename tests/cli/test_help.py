@@ -57,7 +57,9 @@ def test_bash_completion(tool):
     assert complete("convert", "--bayer") == ["--bayer-mode"]
     assert set(complete("convert", "--")) == options_of(tool, "convert") | {"--help"}
     assert complete("convert", "--format", "BayerRG1") == [
-        "BayerRG10", "BayerRG12", "BayerRG10p", "BayerRG12p", "BayerRG10Packed", "BayerRG12Packed"]
+        "BayerRG10", "BayerRG12", "BayerRG14", "BayerRG16", "BayerRG10p", "BayerRG12p", "BayerRG10Packed",
+        "BayerRG12Packed", "BayerRG10CSI2", "BayerRG12CSI2"]
+    assert complete("convert", "-f", "rggb8") == ["rggb8"] and "uyvy422" in complete("formats", "uyv")
     assert complete("convert", "-t", "p") == ["png", "ppm", "pgm"]
     assert complete("formats", "YUV8") == ["YUV8_UYV"]
     assert f"{FOLDER}/vexacamutl.1" in complete("info", f"{FOLDER}/vexa")

@@ -28,7 +28,7 @@ MISTAKES = {
                         "unknown pixel format 'BayreRG8'; did you mean BayerRG8, BayerGR8 or BayerGB8? "
                         "(see: vexacamutl formats)"),
     "misspelt alias": (2, ["convert", "-f", "uyvy42", "-s", "8x6", "in.raw", "out.png"],
-                       "unknown pixel format 'uyvy42'; did you mean YUV422_8_UYVY, YUV411_8_UYYVYY or YUV8_UYV? "
+                       "unknown pixel format 'uyvy42'; did you mean YUV422_8_UYVY, YUV411_8_UYYVYY or YUV422_8? "
                        "(see: vexacamutl formats)"),
     "unknown code": (2, ["convert", "-f", "0x01080099", "-s", "8x6", "in.raw", "out.png"],
                      "no known pixel format has the code 0x01080099 (see: vexacamutl formats)"),

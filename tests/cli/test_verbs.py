@@ -4,6 +4,7 @@
 # The other verbs: info, formats, reverse, pack, unpack, synth, guess, bench; help and version.
 import pathlib
 import re
+import json
 import struct
 
 import numpy as np
@@ -72,6 +73,17 @@ def test_info_of_many(tool):
                            "vexacamutl: 1 of 2 inputs failed\n")
 
 
+def test_info_as_json(tool):
+    tool.write("in.rwh", rwh(RG12, 6, 4, bytes(48)))
+    tool.write('"\n.raw', bytes(8))
+    lines = tool.good("info", "--json", "in.rwh").decode().splitlines()
+    assert [json.loads(line) for line in lines] == [
+        {"file": "in.rwh", "format": "BayerRG12", "code": "0x01100011", "width": 6, "height": 4, "stride": 0, "offset": 16,
+         "frames": 1, "frame_bytes": 48}]
+    line = tool.good("info", "--json", "-f", "Mono8", "-s", "2x2", "--stride", 2, '"\n.raw').decode()
+    assert json.loads(line)["file"] == '"\n.raw' and json.loads(line)["frames"] == 2 and line.count("\n") == 1
+
+
 # formats
 
 def test_formats_with_the_odd_strides(tool):
@@ -86,13 +98,13 @@ def test_formats_with_the_odd_strides(tool):
 
 def test_formats_lists_all(tool):
     names = tool.good("formats", "--names").decode().split()
-    assert len(names) == len(set(names)) == 45
+    assert len(names) == len(set(names)) == 65
     for phase in CELLS:
-        for depth in ("8", "10", "12", "10p", "12p", "10Packed", "12Packed"):
+        for depth in ("8", "10", "12", "14", "16", "10p", "12p", "10Packed", "12Packed", "10CSI2", "12CSI2"):
             assert f"Bayer{phase}{depth}" in names
-    assert len(tool.good("formats").decode().splitlines()) == 1 + 45 + 1 + 5
-    codes = {line.split()[1] for line in tool.good("formats").decode().splitlines()[1:46]}
-    assert len(codes) == 45
+    assert len(tool.good("formats").decode().splitlines()) == 1 + 65 + 1 + 5
+    codes = {line.split()[1] for line in tool.good("formats").decode().splitlines()[1:66]}
+    assert len(codes) == 65
 
 
 def test_aliases_are_accepted_and_unique(tool):
@@ -293,7 +305,10 @@ def test_bench_of_some(tool):
 
 def test_help_and_version(tool):
     assert tool.good("--version").decode().startswith("VexaCamUtl 1.")
+    assert tool.good("-V") == tool.good("--version")
     text = tool.good("--help").decode()
+    assert tool.good("help").decode() == text
+    assert tool.good("help", "convert") == tool.good("convert", "--help")
     for verb in VERBS:
         assert f"\n  {verb} " in text
         assert "Options:" in tool.good(verb, "--help").decode()

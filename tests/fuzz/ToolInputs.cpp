@@ -132,7 +132,7 @@ uint32_t BitAt(const uint8_t* bytes, size_t bit) {
 /// A sample of a packed layout, put together bit by bit.
 uint32_t SampleAt(const FormatInfo& format, const uint8_t* row, size_t n) {
     uint32_t sample = 0;
-    if (format.packing == Packing::kBitStream) {
+    if (format.packing == VCF_PACKING_10P || format.packing == VCF_PACKING_12P) {
         for (uint32_t bit = 0; bit < format.depth; ++bit) {
             sample |= BitAt(row, n * format.depth + bit) << bit;
         }
@@ -154,7 +154,7 @@ uint32_t SampleAt(const FormatInfo& format, const uint8_t* row, size_t n) {
 void TryUnpacking(Fuzz::Input& input) {
     std::vector<const FormatInfo*> packed;
     for (const FormatInfo& format : AllFormats()) {
-        if (format.packing != Packing::kNone) {
+        if (format.IsPacked() && format.packing != VCF_PACKING_10CSI2 && format.packing != VCF_PACKING_12CSI2) {
             packed.push_back(&format);
         }
     }
@@ -162,7 +162,7 @@ void TryUnpacking(Fuzz::Input& input) {
     shape.format = packed[input.Byte() % packed.size()];
     shape.width = 1 + input.Below(50);
     shape.height = 1 + input.Below(6);
-    shape.stride = input.Byte() % 2 == 0 ? 0 : shape.BytesOf(shape.width) + input.Below(9);
+    shape.stride = input.Byte() % 2 == 0 ? 0 : shape.RowBytes() + input.Below(9);
     Fuzz::ExactBlock raw(shape.FrameBytes(), 0);
     input.Fill(raw.Data(), shape.FrameBytes());
     std::vector<uint8_t> scratch;
@@ -174,7 +174,8 @@ void TryUnpacking(Fuzz::Input& input) {
         const uint32_t expected = SampleAt(*shape.format, raw.Data() + row * shape.stride, column);
         Fuzz::Require((words[2 * n] | uint32_t{words[2 * n + 1]} << 8) == expected, "an unpacked sample");
     }
-    const std::vector<uint8_t> again = PackSamples(*shape.format, words.data(), shape.Pixels());
+    shape.stride = 0;
+    const std::vector<uint8_t> again = PackSamples(shape, words.data());
     for (size_t n = 0; n < shape.Pixels(); ++n) {
         const uint32_t word = words[2 * n] | uint32_t{words[2 * n + 1]} << 8;
         Fuzz::Require(SampleAt(*shape.format, again.data(), n) == word, "a sample that was packed again");

@@ -12,6 +12,7 @@
 #include <iostream>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <VexaCamUtl.h>
 
@@ -70,18 +71,19 @@ std::string HelpHint(const CLI::App& app) {
 }
 
 /// Says so by name, where the parser would only miss a verb.
-void RefuseUnknownVerb(const CLI::App& app, int argc, char** argv) {
-    if (argc < 2 || argv[1][0] == '-') {
+void RefuseUnknownVerb(const CLI::App& app, const std::vector<std::string>& arguments) {
+    if (arguments.empty() || arguments.back().starts_with('-')) {
         return;
     }
+    const std::string& wanted = arguments.back();
     std::string verbs;
     for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
-        if (verb->get_name() == argv[1]) {
+        if (verb->get_name() == wanted) {
             return;
         }
         verbs += (verbs.empty() ? "" : ", ") + verb->get_name();
     }
-    throw Failure(ExitCode::kUsage, "unknown verb '" + std::string(argv[1]) + "'; the verbs are " + verbs);
+    throw Failure(ExitCode::kUsage, "unknown verb '" + wanted + "'; the verbs are " + verbs);
 }
 
 /// True when nobody reads standard output any more.
@@ -103,12 +105,24 @@ int FlushStandardOutput() {
     return Report(ExitCode::kOutput, "cannot write standard output: " + SystemMessage(error));
 }
 
+/// "help VERB" is "VERB --help", "help" alone is "--help"; the parser takes arguments from the last to the first.
+std::vector<std::string> ArgumentsFor(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    if (!arguments.empty() && arguments[0] == "help") {
+        arguments.erase(arguments.begin());
+        arguments.push_back("--help");
+    }
+    std::reverse(arguments.begin(), arguments.end());
+    return arguments;
+}
+
 int Run(int argc, char** argv) {
     CLI::App app("Convert and inspect raw frames of industrial cameras.", "vexacamutl");
     Declare(app);
-    RefuseUnknownVerb(app, argc, argv);
+    std::vector<std::string> arguments = ArgumentsFor(argc, argv);
+    RefuseUnknownVerb(app, arguments);
     try {
-        app.parse(argc, argv);
+        app.parse(arguments);
     } catch (const CLI::Success& help) {
         app.exit(help);
     } catch (const CLI::ParseError& error) {

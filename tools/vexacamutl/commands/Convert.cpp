@@ -33,7 +33,8 @@ unsigned DefaultJobs() {
 void AddSharedOptions(CLI::App& command, Arguments& arguments) {
     command
         .add_option("PATHS", arguments.paths,
-                    "INPUT OUTPUT, or any number of inputs and a folder for the results (a folder as input stands for "
+                    "INPUT OUTPUT, or any number of inputs and a folder for the "
+                    "results (a folder as input stands for "
                     "the raw frames in it)")
         ->required();
     arguments.conversion.input.AddTo(command);
@@ -92,9 +93,9 @@ void RunWithKind(ConversionOptions conversion, OutputKind kind) {
 }
 
 void RunConvert(const Arguments& arguments) {
-    const ConversionOptions conversion = WithPaths(arguments);
+    ConversionOptions conversion = WithPaths(arguments);
+    conversion.encode.render.adaptive = arguments.bayerMode == "acpi";
     const OutputKind kind = ChooseKind(arguments, conversion.output);
-    SetBayerMode(arguments.bayerMode);
     RunWithKind(conversion, kind);
 }
 
@@ -138,6 +139,22 @@ void RunReverse(const Arguments& arguments) {
     RunWithKind(conversion, kind);
 }
 
+/// An option whose text one of the setters of LevelOptions reads.
+void AddLevel(CLI::App& command, const std::string& name, LevelOptions& levels,
+              void (LevelOptions::*set)(const std::string&), const std::string& help) {
+    command.add_option_function<std::string>(
+        name, [&levels, set](const std::string& text) { (levels.*set)(text); }, help);
+}
+
+void AddLevels(CLI::App& command, LevelOptions& levels) {
+    AddLevel(command, "--white-balance", levels, &LevelOptions::SetWhiteBalance,
+             "Gains R,G,B of raw samples, or auto (the mean becomes grey)");
+    AddLevel(command, "--black-level", levels, &LevelOptions::SetBlackLevel, "Sample value that becomes black");
+    AddLevel(command, "--exposure", levels, &LevelOptions::SetExposure, "Factor of brightness, 0 to 16");
+    AddLevel(command, "--tone", levels, &LevelOptions::SetTone,
+             "Curve from light to picture: linear, srgb, or a gamma such as 2.2");
+}
+
 }  // namespace
 
 void AddConvert(CLI::App& app) {
@@ -146,9 +163,15 @@ void AddConvert(CLI::App& app) {
     AddSharedOptions(command, *arguments);
     EncodeOptions& encode = arguments->conversion.encode;
     command.add_option("-t,--to", arguments->to, "Kind of output instead of the extension's: " + OutputKindNames());
-    command.add_option("-b,--bayer-mode", arguments->bayerMode, "Demosaic of 8-bit Bayer frames: default or acpi")
+    command
+        .add_option("-b,--bayer-mode", arguments->bayerMode,
+                    "Demosaic of Bayer frames: default or acpi (8 bits, or any "
+                    "depth with levels)")
         ->check(CLI::IsMember({"default", "acpi"}));
     command.add_flag("-g,--grey", encode.render.grey, "Show Bayer frames as grey mosaics");
+    AddLevels(command, encode.render.levels);
+    command.add_option("--range", arguments->conversion.input.range, "Range of YUV samples: full (default) or limited")
+        ->check(CLI::IsMember({"full", "limited"}));
     command.add_flag("--alpha", encode.render.alpha, "Four channels in png, bmp and vbmp files");
     AddWhole(command, "--png-level", encode.pngLevel, "Compression of png files, 0 (none) to 9 (default: 3)", 0, 9);
     command.callback([arguments] { RunConvert(*arguments); });
@@ -167,7 +190,8 @@ void AddReverse(CLI::App& app) {
     CLI::App& command = *app.add_subcommand("reverse", "Mirror raw frames or turn them upside down");
     command
         .add_option("PATHS", arguments->paths,
-                    "INPUT OUTPUT: a raw or RWH file or -, and the same, a picture or a folder")
+                    "INPUT OUTPUT: a raw or RWH file or -, and the same, a "
+                    "picture or a folder")
         ->required();
     Reversal& reversal = arguments->conversion.encode.reversal;
     command.add_flag("-m,--mirror", reversal.mirror, "Left to right");

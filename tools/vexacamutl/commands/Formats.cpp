@@ -20,10 +20,16 @@ struct Arguments {
     bool aliases = false;
 };
 
+/// One of those that the converters of VexaCamUtl.h take; the others come to it through the frames layer.
+bool IsOfTheLibrary(const FormatInfo& format) {
+    return !format.IsPacked() && format.depth != 14 && format.code != PIXEL_FORMAT_YUV422_8 &&
+           !(format.kind == Kind::kBayer && format.depth == 16);
+}
+
 /// What the converter reads, where that is more than the frame: groups with a byte that it skips.
 std::string BytesRead(const RawShape& shape, bool bgr) {
     const PixelFormat code = shape.format->code;
-    if (shape.format->packing != Packing::kNone) {
+    if (!IsOfTheLibrary(*shape.format)) {
         return "-";
     }
     if (code == PIXEL_FORMAT_YUV8_UYV) {
@@ -50,11 +56,16 @@ void PrintTable(const std::vector<const FormatInfo*>& formats, uint32_t width, u
     }
     std::printf(
         "\n"
-        "bits: a pixel takes in a frame. depth: significant bits a sample. bytes: of a frame of %ux%u.\n"
-        "* More than the frame: ConvYUV422PToBGR reads groups of 5 bytes and ConvYUV444PToBGRA/BGR of 4, and skip\n"
-        "  the last byte of each. This program converts UYVY to BGR through BGRA, and spreads UYV before the call.\n"
-        "- A packed transport format: this program unpacks it to 16-bit words first.\n"
-        "RGB10 and RGB12 have converters that ConvImage does not choose; this program calls them by name.\n",
+        "bits: a pixel takes in a frame. depth: significant bits a "
+        "sample. bytes: of a frame of %ux%u.\n"
+        "* More than the frame: ConvYUV422PToBGR reads groups of 5 bytes "
+        "and ConvYUV444PToBGRA/BGR of 4, and skip\n"
+        "  the last byte of each. The tool takes frames of the nominal "
+        "size for both.\n"
+        "- Not a format of the converters; the tool converts it through "
+        "the frames layer.\n"
+        "RGB10 and RGB12 have converters that ConvImage does not choose; "
+        "the tool calls them.\n",
         width, height);
 }
 

@@ -16,7 +16,19 @@ namespace {
 struct Arguments {
     std::vector<std::string> paths;
     InputOptions input;
+    bool json = false;
 };
+
+/// One object per line.
+void PrintJson(const MappedFrames& frames) {
+    const RawShape& shape = frames.Shape();
+    std::printf(
+        "{\"file\": %s, \"format\": \"%s\", \"code\": \"%s\", \"width\": %u, \"height\": %u, "
+        "\"stride\": %llu, \"offset\": %llu, \"frames\": %zu, \"frame_bytes\": %zu}\n",
+        JsonString(frames.Path()).c_str(), std::string(shape.format->name).c_str(), HexCode(shape.format->code).c_str(),
+        shape.width, shape.height, static_cast<unsigned long long>(shape.stride),
+        static_cast<unsigned long long>(shape.offset), frames.Count(), shape.FrameBytes());
+}
 
 void Print(const MappedFrames& frames) {
     const RawShape& shape = frames.Shape();
@@ -25,7 +37,7 @@ void Print(const MappedFrames& frames) {
     std::printf("  format    %s (%s), %s, %u bits a pixel, %u significant\n", std::string(format.name).c_str(),
                 HexCode(format.code).c_str(), KindName(format.kind), BitPerPixel(format.code), format.depth);
     std::printf("  size      %ux%u\n", shape.width, shape.height);
-    std::printf("  row       %zu bytes\n", shape.stride != 0 ? size_t{shape.stride} : shape.BytesOf(shape.width));
+    std::printf("  row       %zu bytes\n", shape.stride != 0 ? size_t{shape.stride} : shape.RowBytes());
     std::printf("  frames    %zu of %zu bytes\n", frames.Count(), shape.FrameBytes());
     std::printf("  length    agrees\n");
 }
@@ -34,7 +46,8 @@ void RunInfo(const Arguments& arguments) {
     size_t failures = 0;
     for (const std::string& path : arguments.paths) {
         try {
-            Print(MappedFrames(path, arguments.input));
+            const MappedFrames frames(path, arguments.input);
+            arguments.json ? PrintJson(frames) : Print(frames);
         } catch (const Failure& failure) {
             if (arguments.paths.size() == 1) {
                 throw;
@@ -57,6 +70,7 @@ void AddInfo(CLI::App& app) {
     command.add_option("FILES", arguments->paths, "RWH files, or raw files with a sidecar or --format and --size")
         ->required();
     arguments->input.AddTo(command);
+    command.add_flag("--json", arguments->json, "One JSON object per file");
     command.callback([arguments] { RunInfo(*arguments); });
 }
 

@@ -2,7 +2,7 @@
 # Copyright (c) the Vexa camera utility library authors
 # shellcheck shell=bash
 #
-# Bash completion of vexacamutl. Verbs, options and formats are asked of the program itself, so they cannot grow stale.
+# Bash completion of vexacamutl. Verbs, options and formats are asked of the tool itself, so they cannot grow stale.
 
 _vexacamutl_words() { # words, for the word that is being typed
     mapfile -t COMPREPLY < <(compgen -W "$1" -- "${COMP_WORDS[COMP_CWORD]}")
@@ -16,7 +16,7 @@ _vexacamutl() {
         return
     fi
     case $previous in
-        -f | --format) _vexacamutl_words "$("$program" formats --names)" ;;
+        -f | --format) _vexacamutl_words "$("$program" formats --aliases)" ;;
         -b | --bayer-mode) _vexacamutl_words "default acpi" ;;
         -t | --to) _vexacamutl_words "png ppm pgm bmp vbmp bgra bgr rwh raw" ;;
         -o | --output-dir) mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
@@ -24,7 +24,7 @@ _vexacamutl() {
             if [[ $current == -* ]]; then
                 _vexacamutl_words "$("$program" "$verb" --help | grep -oE -- '--[a-z][a-z-]*' | sort -u)"
             elif [[ $verb == formats ]]; then
-                _vexacamutl_words "$("$program" formats --names)"
+                _vexacamutl_words "$("$program" formats --aliases)"
             else
                 compopt -o filenames 2>/dev/null
                 mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Pixel formats by name: one table of every format that the program reads, with the spellings that cameras and other
-// programs use, and the search through it.
-//
-// Besides the library's own formats the table has the packed transport layouts, which are unpacked into one of those
-// before the library sees them.
+// Pixel formats by name, from the table of the frames layer: the library's own formats, deeper ones, and the packed
+// transport layouts, which are unpacked into words before they are written or reversed.
 #pragma once
 
-#include <VexaCamUtl.h>
+#include <VexaCamFrames.h>
 
 #include <span>
 #include <string>
@@ -18,17 +15,18 @@ namespace VexaTool {
 
 enum class Kind { kMono, kBayer, kColour, kYuv };
 
-/// How samples of 10 and 12 bits share bytes on the wire (drawn in Unpack.h).
-enum class Packing { kNone, kBitStream, kPairIn3Bytes };
-
 struct FormatInfo {
     std::string_view name;
     PixelFormat code;
     Kind kind;
-    uint32_t depth;            ///< significant bits a sample
+    uint32_t depth;            ///< significant bits per sample
     std::string_view aliases;  ///< separated by spaces
-    Packing packing = Packing::kNone;
-    PixelFormat unpacked = 0;  ///< of packed layouts: the format that they are unpacked into
+    uint32_t packing;          ///< VCF_PACKING_...: how samples share bytes
+    PixelFormat unpacked;      ///< of packed layouts: the format of their words
+    uint32_t groupPixels;      ///< of YUV: pixels in a row that share their chroma; 1
+                               ///< otherwise
+
+    bool IsPacked() const { return packing != VCF_PACKING_NONE; }
 };
 
 std::span<const FormatInfo> AllFormats();
@@ -38,9 +36,6 @@ const FormatInfo& FormatNamed(std::string_view text);
 
 /// Null for a code that the table does not have.
 const FormatInfo* FindFormat(PixelFormat code);
-
-/// How many pixels in a row share their chroma: 4 (UYYVYY), 2 (UYVY), or 1. A part of a group has no defined bytes.
-uint32_t PixelsPerGroup(const FormatInfo& format);
 
 /// The format of the samples as the library gets them: the format itself unless it is packed.
 const FormatInfo& UnpackedFormat(const FormatInfo& format);

@@ -13,11 +13,46 @@ namespace {
 /// Well within what the library's 32-bit products hold for four bytes a pixel.
 constexpr uint64_t kMostPixels = uint64_t{1} << 30;
 
+/// What is said of samples has to be possible for them.
+void CheckSamples(const RawShape& shape, const std::string& name) {
+    const FormatInfo& format = *shape.format;
+    if (shape.limitedRange && format.kind != Kind::kYuv) {
+        throw Failure(ExitCode::kUnsupported,
+                      name + ": --range is for YUV frames, not for " + std::string(format.name));
+    }
+    if (shape.shift != 0 && (format.depth <= 8 || format.IsPacked() || format.depth + shape.shift > 16)) {
+        throw Failure(ExitCode::kUnsupported, name + ": samples of " + std::string(format.name) + " cannot lie " +
+                                                  std::to_string(shape.shift) + " bits higher");
+    }
+}
+
 bool ParseExtent(std::string_view text, uint32_t& value) {
     return ParseWhole(text, value) && value > 0;
 }
 
 }  // namespace
+
+VcfLayout RawShape::Layout() const {
+    VcfLayout layout;
+    VcfInitLayout(&layout, format->code, width, height);
+    layout.stride = stride;
+    layout.shift = shift;
+    layout.range = limitedRange ? VCF_RANGE_LIMITED : VCF_RANGE_FULL;
+    return layout;
+}
+
+size_t RawShape::RowBytes() const {
+    const RawShape row = {format, width, 1, 0, 0};
+    const VcfLayout layout = row.Layout();
+    const uint64_t bytes = VcfRowBytes(&layout);
+    // Groups that end in the next row have no row of their own.
+    return bytes != 0 ? bytes : (size_t{width} * BitPerPixel(format->code) + 7) / 8;
+}
+
+size_t RawShape::FrameBytes() const {
+    const VcfLayout layout = Layout();
+    return VcfFrameBytes(&layout);
+}
 
 void ParseSize(const std::string& text, uint32_t& width, uint32_t& height) {
     const std::string_view view = text;
@@ -35,18 +70,24 @@ void CheckShape(const RawShape& shape, const std::string& name, ShapeOrigin orig
     if (shape.width == 0 || shape.height == 0) {
         throw Failure(ExitCode::kInput, name + ": " + shape.Text() + " has no pixels");
     }
-    if (shape.stride != 0 && shape.stride < shape.BytesOf(shape.width)) {
+    if (shape.stride != 0 && shape.stride < shape.RowBytes()) {
         throw Failure(origin.stride, name + ": the stride of " + std::to_string(shape.stride) +
-                                         " bytes is shorter than a row of " +
-                                         std::to_string(shape.BytesOf(shape.width)) + " bytes");
+                                         " bytes is shorter than a row of " + std::to_string(shape.RowBytes()) +
+                                         " bytes");
     }
     if (shape.stride > kMostPixels) {
         throw Failure(origin.stride, name + ": the stride of " + std::to_string(shape.stride) + " bytes is too long");
     }
-    const size_t group = PixelsPerGroup(*shape.format);
+    const size_t group = shape.format->groupPixels;
     if ((shape.stride != 0 ? shape.width : shape.Pixels()) % group != 0) {
         throw Failure(ExitCode::kUnsupported, name + ": " + shape.Text() + " is not a whole number of groups of " +
                                                   std::to_string(group) + " pixels that share their chroma");
+    }
+    CheckSamples(shape, name);
+    const VcfLayout layout = shape.Layout();
+    char text[VCF_TEXT_BYTES];
+    if (VcfCheckLayout(&layout, text, sizeof text) != VCF_OK) {
+        throw Failure(origin.stride, name + ": " + shape.Text() + ": " + text);
     }
 }
 

@@ -21,14 +21,19 @@ struct RawShape {
     const FormatInfo* format = nullptr;
     uint32_t width = 0;
     uint32_t height = 0;
-    uint64_t stride = 0;  ///< bytes from row to row, 0: no padding
-    uint64_t offset = 0;  ///< bytes before the first frame of a file
+    uint64_t stride = 0;        ///< bytes from row to row, 0: no padding
+    uint64_t offset = 0;        ///< bytes before the first frame of a file
+    uint32_t shift = 0;         ///< words: the sample is word >> shift
+    bool limitedRange = false;  ///< of YUV: Y uses 16 to 235, U and V 16 to 240
 
     size_t Pixels() const { return size_t{width} * height; }
 
-    /// The bytes that a run of pixels takes; a started byte counts.
-    size_t BytesOf(size_t pixels) const { return (pixels * BitPerPixel(format->code) + 7) / 8; }
-    size_t FrameBytes() const { return stride == 0 ? BytesOf(Pixels()) : size_t{stride} * height; }
+    /// One frame, as the frames layer is told of it.
+    VcfLayout Layout() const;
+
+    /// Bytes that the pixels of a row take; a started byte counts.
+    size_t RowBytes() const;
+    size_t FrameBytes() const;
 
     /// "BayerRG8 1920x1080"
     std::string Text() const {

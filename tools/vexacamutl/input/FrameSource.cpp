@@ -68,7 +68,7 @@ RawShape ShapeOfRwh(const std::string& path) {
                                             std::to_string(rowSize) + " bytes");
     }
     // Rows of an RWH file end at whole bytes, rounded down; only where nothing is lost is that the frame itself.
-    if (shape.BytesOf(shape.Pixels()) != size_t{rowSize} * shape.height) {
+    if ((shape.Pixels() * BitPerPixel(code) + 7) / 8 != size_t{rowSize} * shape.height) {
         throw Failure(ExitCode::kInput, path + ": rows of " + shape.Text() + " do not end at whole bytes");
     }
     shape.offset = kRwhHeaderBytes;
@@ -112,7 +112,9 @@ bool IsStream(const std::string& path) {
 }
 
 RawShape FindShape(const std::string& path, const InputOptions& options) {
-    const RawShape shape = IsRwhPath(path) ? ShapeOfRwh(path) : ShapeOfRaw(path, options);
+    RawShape shape = IsRwhPath(path) ? ShapeOfRwh(path) : ShapeOfRaw(path, options);
+    shape.shift = options.shift;
+    shape.limitedRange = options.range == "limited";
     const ShapeOrigin origin = {options.size.empty() || IsRwhPath(path) ? ExitCode::kInput : ExitCode::kUsage,
                                 options.stride == 0 ? ExitCode::kInput : ExitCode::kUsage};
     CheckShape(shape, path == "-" ? "standard input" : path, origin);

@@ -28,6 +28,8 @@ struct InputOptions {
     std::string size;
     uint64_t stride = 0;
     uint64_t offset = 0;
+    uint32_t shift = 0;
+    std::string range;              ///< "limited" for YUV that does not use 0 to 255
     std::optional<uint64_t> frame;  ///< only this one of a sequence
 
     void AddTo(CLI::App& command);

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// See Picture.h. The library's converters take tight frames; three formats want more care than ConvImage alone gives:
-//
-//     YUV422_8_UYVY to BGR   that converter reads five bytes a pair, a frame has four: go through BGRA
-//     YUV8_UYV               those converters read four bytes a pixel, a frame has three: spread it first
-//     RGB10, RGB12           have converters, but ConvImage does not choose them: call them by name
+// See Picture.h.
 #include "output/Picture.h"
+
+#include <atomic>
+#include <cstring>
 
 #include "Failure.h"
 
@@ -14,25 +13,41 @@ namespace VexaTool {
 
 namespace {
 
-bool s_acpi = false;
-
-ConverterFunc ConverterByName(PixelFormat format, bool alpha) {
-    switch (format) {
-        case PIXEL_FORMAT_RGB10:
-            return alpha ? ConvRGB10PToBGRA : ConvRGB10PToBGR;
-        case PIXEL_FORMAT_RGB12:
-            return alpha ? ConvRGB12PToBGRA : ConvRGB12PToBGR;
-        default:
-            return nullptr;
-    }
+Failure CannotConvert(const RawShape& shape, VcfStatus status, const char* text) {
+    return {status == VCF_NO_MEMORY ? ExitCode::kNoMemory : ExitCode::kUnsupported, shape.Text() + ": " + text};
 }
 
-void CheckAcpiSize(const RawShape& shape, const RenderOptions& options) {
-    const bool acpi = s_acpi && !options.grey && shape.format->kind == Kind::kBayer && shape.format->depth == 8;
-    if (acpi && (shape.width < 4 || shape.height < 4 || shape.width % 2 != 0 || shape.height % 2 != 0)) {
+void CheckAdaptiveSize(const RawShape& shape) {
+    if (shape.width < 4 || shape.height < 4 || shape.width % 2 != 0 || shape.height % 2 != 0) {
         throw Failure(ExitCode::kUnsupported, "the ACPI mode needs an even width and height of at least 4, not " +
                                                   std::to_string(shape.width) + "x" + std::to_string(shape.height));
     }
+}
+
+/// Once for a command: the frames are converted, but not as somebody may think.
+void SayNotAdaptive(const FormatInfo& format) {
+    static std::atomic<bool> s_said = false;
+    if (!s_said.exchange(true)) {
+        SayLine(
+            "--bayer-mode acpi takes 8-bit frames, or levels (--tone linear "
+            "and the like); " +
+            std::string(format.name) + " is demosaiced bilinearly");
+    }
+}
+
+uint32_t DemosaicOf(const RawShape& shape, const RenderOptions& options) {
+    if (options.grey) {
+        return VCF_DEMOSAIC_NONE;
+    }
+    if (shape.format->kind != Kind::kBayer || !options.adaptive) {
+        return VCF_DEMOSAIC_BILINEAR;
+    }
+    if (shape.format->depth > 8 && !options.levels.given) {
+        SayNotAdaptive(*shape.format);
+        return VCF_DEMOSAIC_BILINEAR;
+    }
+    CheckAdaptiveSize(shape);
+    return VCF_DEMOSAIC_ADAPTIVE;
 }
 
 /// Copies `to.channels` of the channels of each pixel.
@@ -54,55 +69,41 @@ void Resize(Picture& picture, const RawShape& shape, uint32_t channels) {
     picture.bytes.resize(picture.RowBytes() * picture.height);
 }
 
-void Convert(const RawShape& shape, Bytes frame, bool demosaic, Picture& picture) {
-    const bool alpha = picture.channels == 4;
-    const ConverterFunc byName = ConverterByName(shape.format->code, alpha);
-    const UtlStatus status = byName != nullptr
-                                 ? byName(picture.bytes.data(), frame.data(), shape.width, shape.height)
-                                 : ConvImage(alpha ? CONV_DST_BGRA : CONV_DST_BGR, shape.format->code, demosaic ? 1 : 0,
-                                             picture.bytes.data(), frame.data(), shape.width, shape.height);
-    if (status != UTL_STS_SUCCESS) {
-        throw Failure(ExitCode::kUnsupported,
-                      "cannot convert " + shape.Text() + " (library status " + std::to_string(status) + ")");
-    }
-}
-
 }  // namespace
 
 bool IsGrey(const FormatInfo& format, const RenderOptions& options) {
     return format.kind == Kind::kMono || (format.kind == Kind::kBayer && options.grey);
 }
 
-void SetBayerMode(const std::string& name) {
-    s_acpi = name == "acpi";
-    SetBayerConvMode(s_acpi ? BAYER_CONV_MODE_ACPI : BAYER_CONV_MODE_DEFAULT);
-}
-
-Bytes Renderer::SpreadUyv(Bytes frame) {
-    const size_t pixels = frame.size() / 3;
-    spread_.resize(pixels * 4);
-    for (size_t p = 0; p < pixels; ++p) {
-        for (size_t c = 0; c < 3; ++c) {
-            spread_[4 * p + c] = frame[3 * p + c];
-        }
+void Renderer::Prepare(const RawShape& shape, uint32_t output, const VcfSettings& settings) {
+    char text[VCF_TEXT_BYTES];
+    const VcfLayout layout = shape.Layout();
+    VcfStatus status = VCF_OK;
+    if (converter_ && output == output_ && std::memcmp(&layout, &layout_, sizeof layout) == 0) {
+        status = VcfChangeSettings(converter_.get(), &settings, text, sizeof text);
+    } else {
+        VcfConverter* converter = nullptr;
+        status = VcfCreateConverter(&converter, &layout, output, &settings, text, sizeof text);
+        converter_.reset(converter);
+        layout_ = layout;
+        output_ = output;
     }
-    return spread_;
+    if (status != VCF_OK) {
+        throw CannotConvert(shape, status, text);
+    }
 }
 
 void Renderer::Render(const RawShape& shape, Bytes frame, const RenderOptions& options, Picture& picture) {
-    CheckAcpiSize(shape, options);
-    const bool demosaic = !options.grey;
-    if (shape.format->code == PIXEL_FORMAT_YUV8_UYV) {
-        frame = SpreadUyv(frame);
-    }
-    if (shape.format->code == PIXEL_FORMAT_YUV422_8_UYVY && !options.alpha) {
-        Resize(bgra_, shape, 4);
-        Convert(shape, frame, demosaic, bgra_);
-        KeepFirstChannels(bgra_, picture, 3);
-        return;
-    }
+    VcfSettings settings = SettingsFor(shape, frame, options.levels);
+    settings.demosaic = DemosaicOf(shape, options);
+    Prepare(shape, options.alpha ? VCF_OUTPUT_BGRA : VCF_OUTPUT_BGR, settings);
     Resize(picture, shape, options.alpha ? 4 : 3);
-    Convert(shape, frame, demosaic, picture);
+    char text[VCF_TEXT_BYTES];
+    const VcfStatus status =
+        VcfConvert(converter_.get(), frame.data(), frame.size(), picture.bytes.data(), 0, text, sizeof text);
+    if (status != VCF_OK) {
+        throw CannotConvert(shape, status, text);
+    }
 }
 
 void KeepOneChannel(const Picture& picture, Picture& grey) {

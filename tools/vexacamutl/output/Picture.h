@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// A picture in memory, and how one is made of a raw frame: this is where the program calls the library.
+// A picture in memory, and how one is made of a raw frame: this is where the tool calls the libraries.
 //
-//     channels 1   grey
-//     channels 3   B G R
-//     channels 4   B G R A
+//     channels 1   grey     channels 3   B G R     channels 4   B G R A
 #pragma once
 
+#include <memory>
 #include <vector>
 
 #include "formats/Bytes.h"
 #include "formats/RawShape.h"
+#include "output/Levels.h"
 
 namespace VexaTool {
 
@@ -27,26 +27,30 @@ struct Picture {
 };
 
 struct RenderOptions {
-    bool grey = false;   ///< show Bayer frames as the mosaic that they are
-    bool alpha = false;  ///< four channels instead of three
+    bool grey = false;      ///< show Bayer frames as the mosaic that they are
+    bool alpha = false;     ///< four channels instead of three
+    bool adaptive = false;  ///< demosaic by ACPI where the frame permits it
+    LevelOptions levels;
 };
 
 /// True when the picture has grey pixels only, because of its format or because of the options.
 bool IsGrey(const FormatInfo& format, const RenderOptions& options);
 
-/// Chooses the demosaic of 8-bit Bayer frames for the whole process: "default" or "acpi".
-void SetBayerMode(const std::string& name);
-
-/// Makes pictures; keeps its buffers from frame to frame. One for each thread.
+/// Makes pictures by the frames layer; keeps its converter from frame to frame. One for each thread.
 class Renderer {
   public:
     /// `frame` is tight (see Unpack.h). The picture has three or four channels.
     void Render(const RawShape& shape, Bytes frame, const RenderOptions& options, Picture& picture);
 
   private:
-    Bytes SpreadUyv(Bytes frame);
-    std::vector<uint8_t> spread_;
-    Picture bgra_;
+    struct Destroy {
+        void operator()(VcfConverter* converter) const { VcfDestroyConverter(converter); }
+    };
+    void Prepare(const RawShape& shape, uint32_t output, const VcfSettings& settings);
+
+    std::unique_ptr<VcfConverter, Destroy> converter_;
+    VcfLayout layout_ = {};
+    uint32_t output_ = 0;
 };
 
 /// One channel out of three or four equal ones.

@@ -49,7 +49,7 @@ RawShape Reversal::ShapeAfter(const RawShape& tight) const {
     if (!wanted) {
         return tight;
     }
-    const uint32_t group = PixelsPerGroup(*tight.format);
+    const uint32_t group = tight.format->groupPixels;
     if (tight.width % group != 0) {
         throw Failure(ExitCode::kUnsupported, "the width of " + tight.Text() + " is not a multiple of the " +
                                                   std::to_string(group) + " pixels that share their chroma");

@@ -85,7 +85,8 @@ uint8_t ByteOf(double value) {
 }
 
 /// Groups of `group` pixels share the mean of their chroma: U, half of the luma, V, the other half (UYV: U, Y, V).
-std::vector<uint8_t> YuvFrameOf(const Scene& scene, size_t group) {
+std::vector<uint8_t> YuvFrameOf(const Scene& scene, const FormatInfo& format) {
+    const size_t group = format.groupPixels;
     const size_t pixels = size_t{scene.Width()} * scene.Height();
     std::vector<uint8_t> bytes;
     for (size_t p = 0; p + group <= pixels; p += group) {
@@ -97,6 +98,10 @@ std::vector<uint8_t> YuvFrameOf(const Scene& scene, size_t group) {
             luma[i] = ByteOf(yuv.y);
             u += yuv.u / static_cast<double>(group);
             v += yuv.v / static_cast<double>(group);
+        }
+        if (format.code == PIXEL_FORMAT_YUV422_8) {
+            bytes.insert(bytes.end(), {luma[0], ByteOf(u), luma[1], ByteOf(v)});
+            continue;
         }
         const size_t beforeV = (group + 1) / 2;
         bytes.push_back(ByteOf(u));
@@ -114,7 +119,7 @@ std::vector<uint8_t> UnpackedFrameOf(const Scene& scene, const FormatInfo& forma
         case Kind::kColour:
             return ColourOf(scene, format);
         case Kind::kYuv:
-            return YuvFrameOf(scene, PixelsPerGroup(format));
+            return YuvFrameOf(scene, format);
         case Kind::kMono:
             break;
     }
@@ -126,7 +131,7 @@ std::vector<uint8_t> UnpackedFrameOf(const Scene& scene, const FormatInfo& forma
 
 std::vector<uint8_t> RawFrameOf(const Scene& scene, const RawShape& shape) {
     std::vector<uint8_t> frame = UnpackedFrameOf(scene, UnpackedFormat(*shape.format));
-    return shape.format->packing == Packing::kNone ? frame : PackSamples(*shape.format, frame.data(), shape.Pixels());
+    return shape.format->IsPacked() ? PackSamples(shape, frame.data()) : frame;
 }
 
 }  // namespace VexaTool
