@@ -40,3 +40,13 @@ def test_table_of_shapes():
             convert = vcu.CONVERTERS.get(f"Conv{name}PToBGR") if name.startswith("RGB1") else None
             picture = convert(frame) if convert else vcu.to_bgr(frame, name)
             assert picture.shape == (4, 8, 3)
+
+
+def test_calls_of_the_questions(random):
+    """The Python that docs/faq.md prints runs, and changes the picture."""
+    calls = re.findall(r"`vcu\.to_bgr\(frame, (\"\w+\"), ([^`]*)\)`", PAGE.with_name("faq.md").read_text(encoding="ascii"))
+    assert len(calls) == 3
+    for name, settings in calls:
+        frame = random.integers(0, 256, (8, 8, 2) if "YUV" in name else (8, 8), np.uint8)
+        names = {"vcu": vcu, "frame": frame}
+        assert (eval(f"vcu.to_bgr(frame, {name}, {settings})", names) != eval(f"vcu.to_bgr(frame, {name})", names)).any()
