@@ -23,9 +23,9 @@ PACKAGES_PACKAGE=(dpkg-dev debhelper dh-python lintian git python3 python3-numpy
 PACKAGES_WHEEL=(binutils python3 python3-build python3-setuptools python3-wheel python3-venv python3-numpy)
 PACKAGES_QEMU=(qemu-user)
 PACKAGES_AARCH64=(qemu-user g++-aarch64-linux-gnu googletest)
-PACKAGES_COVERAGE=(gcovr)
 PACKAGES_ABI=(abigail-tools valgrind)
 PACKAGES_RELEASE=(git minisign python3)
+PACKAGES_COVERAGE=(gcovr python3-coverage)
 PACKAGES_MUTATE=(python3-clang-14 qemu-user)
 PACKAGES_PROOFS=(python3 python3-pytest python3-z3)
 

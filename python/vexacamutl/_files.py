@@ -107,8 +107,6 @@ def save_bmp(picture: NDArray[np.uint8], path: Path, *, overwrite: bool = True) 
     row_bytes = width * channels
     stride = _check_stride(array, row_bytes, channels)
     size = _BMP_HEADER_BYTES + (_BMP_PALETTE_BYTES if channels == 1 else 0) + (row_bytes + 3) // 4 * 4 * height
-    if row_bytes >= WORD_LIMIT:
-        raise ValueError("the rows of a bitmap have less than 4 GiB")
     function = {1: "SaveBmpMono_S", 3: "SaveBmpRGB_S", 4: "SaveBmpARGB_S"}[channels]
 
     def write(name: str) -> None:

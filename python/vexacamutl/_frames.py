@@ -121,15 +121,6 @@ def library() -> ctypes.CDLL:
     return _load()[0]
 
 
-def available() -> bool:
-    """Whether the frames layer is installed."""
-    try:
-        _load()
-    except ImportError:
-        return False
-    return True
-
-
 def frames_library_info() -> LibraryInfo:
     """Tell which shared library of the frames layer the package calls.
 

@@ -332,6 +332,7 @@ SIZE = {"width": 6, "height": 4}
         (bytes(36), "BayerRG12p", {**SIZE, "stride": 1.5}, TypeError, "the stride must be an integer"),
         (bytes(36), "BayerRG12p", {**SIZE, "offset": 2**63}, ValueError, "the offset must be 0 to"),
         (bytes(36), "BayerRG12p", {**SIZE, "shift": 32}, ValueError, "the shift must be 0 to 31"),
+        (WORDS[:0], "BayerRG16", {}, ValueError, "not in one piece|size"),
         (bytes(36), "BayerRG12p", {"width": 0, "height": 4}, ValueError, ""),
         (bytes(36), "BayerRG12p", {"width": 2**32, "height": 1}, ValueError, "the width must be 0 to"),
         (FRAME, "Mono8", {"black_level": 255}, ValueError, ""),

@@ -9,6 +9,7 @@ import os
 import resource
 import shutil
 import signal
+import stat
 import subprocess
 import sys
 import threading
@@ -46,10 +47,35 @@ def save(kind):
     return WRITERS[kind]
 
 
-def test_full_devices_are_reported(save):
-    with pytest.raises(OSError, match="No space left on device: '/dev/full'"):
-        save("/dev/full")
-    save("/dev/null")
+def device(folder, name: str, minor: int):
+    """A device of the test's own: root could replace that of the system, if the writers had a mistake."""
+    path = folder / name
+    if os.getuid() == 0:
+        try:
+            os.mknod(path, stat.S_IFCHR | 0o666, os.makedev(1, minor))
+            path.open("wb").close()
+            return path
+        except PermissionError:
+            path.unlink(missing_ok=True)
+    return f"/dev/{name}"
+
+
+@pytest.fixture
+def full(tmp_path):
+    return device(tmp_path, "full", 7)
+
+
+@pytest.fixture
+def null(tmp_path):
+    return device(tmp_path, "null", 3)
+
+
+def test_full_devices_are_reported(save, full, null):
+    with pytest.raises(OSError, match=f"No space left on device: '{full}'"):
+        save(full)
+    save(null)
+    for path in (full, null):
+        assert stat.S_ISCHR(os.stat(path).st_mode)
 
 
 def test_pipes_get_the_whole_file(save, kind, tmp_path):
@@ -275,13 +301,13 @@ def test_a_source_with_a_name_of_its_own_kind(tmp_path):
     expect_refused(path, np.frombuffer(mapped, np.uint8)[16:].reshape(6, 8))
 
 
-def test_files_are_closed(save, tmp_path):
+def test_files_are_closed(save, tmp_path, full, null):
     before = len(os.listdir("/proc/self/fd"))
     for number in range(5):
         save(tmp_path / str(number))
-        save("/dev/null")
+        save(null)
         with pytest.raises(OSError):
-            save("/dev/full")
+            save(full)
         with pytest.raises(OSError):
             save(tmp_path)
     assert len(os.listdir("/proc/self/fd")) == before
@@ -318,3 +344,24 @@ def test_frames_of_4_gib_are_refused(tmp_path):
         third = (1 << 32) // 3 + 1
         vcu.to_bgr(anonymous(third * 3), "BGR8", width=third, height=1)
     assert not os.listdir(tmp_path)
+
+
+def test_a_descriptor_of_this_process(tmp_path):
+    with open(tmp_path / "a", "wb") as file:
+        file.write(b"before")
+        file.flush()
+        for folder in ("/dev/fd", "/proc/self/fd"):
+            vcu.save_rwh(FRAME, "Mono8", f"{folder}/{file.fileno()}")
+    assert len((tmp_path / "a").read_bytes()) == 6 + 2 * SIZES["rwh"]
+    (tmp_path / "loop").symlink_to("loop")
+    assert _output._descriptor(str(tmp_path / "loop")) is None
+
+
+def test_a_source_that_has_no_name_any_more(tmp_path):
+    path = tmp_path / "a"
+    vcu.save_rwh(FRAME, "Mono8", path)
+    vcu.save_rwh(FRAME, "Mono8", tmp_path / "b")
+    data = np.memmap(path, np.uint8, "r")[16:].reshape(6, 8)
+    path.unlink()
+    vcu.save_rwh(data, "Mono8", tmp_path / "b")
+    assert (tmp_path / "b").stat().st_size == SIZES["rwh"]
