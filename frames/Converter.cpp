@@ -42,7 +42,7 @@ Sizes SizesFor(const Geometry& g, uint32_t output) {
     const size_t fedRow = width * (format.kind == VCF_KIND_YUV ? 4 : format.kind == VCF_KIND_COLOUR ? 3 : 2);
     const size_t pictureRow = width * std::max(3u, PixelBytesOf(output));
     const size_t savedRows = mosaic ? std::min(g.height, kMostOverlap) : 0;
-    return {Aligned(4 * width), Aligned(mosaic ? std::max(kFeedBytes, rows * fedRow) : fedRow),
+    return {Aligned(6 * width), Aligned(mosaic ? std::max(kFeedBytes, rows * fedRow) : fedRow),
             Aligned(mosaic ? std::max(kPictureBytes, rows * pictureRow) : pictureRow), Aligned(savedRows * pictureRow)};
 }
 

@@ -44,50 +44,39 @@ RowTables TablesOf(const VcfConverter& converter, uint32_t row) {
     return {{values[sites[0]], values[sites[1]], nullptr}};
 }
 
-/// Looks `count` words up; `clamp` where they can hold more than the tables' bits.
-template <uint32_t period, bool clamp>
-void LookUpWords(const LevelTables& tables, const RowTables& row, const uint8_t* words, size_t count, uint8_t* out) {
-    const uint32_t shift = tables.shift;
-    const uint32_t largest = tables.largest;
-    const auto value = [&](const uint8_t* table, size_t i) {
-        const uint32_t index = LoadWord(words + 2 * i) >> shift;
-        return table[clamp ? std::min(index, largest) : index];
-    };
-    const uint8_t* const first = row.at[0];
-    const uint8_t* const second = row.at[1];
-    const uint8_t* const third = row.at[period == 3 ? 2 : 0];
+/// Looks samples up, `period` tables in turn. Results are gathered in a register: bytes stored one by one could change
+/// the tables, as far as a compiler knows.
+template <uint32_t period, class IndexAt>
+[[gnu::always_inline]] inline void LookUp(const RowTables& row, IndexAt indexAt, size_t count, uint8_t* out) {
+    const uint8_t* const tables[3] = {row.at[0], row.at[1], row.at[period == 3 ? 2 : 0]};
+    constexpr size_t kAtOnce = period == 3 ? 24 : 8;
     size_t i = 0;
-    // Results gathered in a register: bytes stored one by one could change the tables, as far as a compiler knows.
-    for (constexpr size_t kAtOnce = period == 3 ? 6 : 8; i + 8 <= count; i += kAtOnce) {
-        uint64_t values = 0;
-        for (uint32_t k = 0; k < kAtOnce; ++k) {
-            const uint8_t* table = k % period == 0 ? first : k % period == 1 ? second : third;
-            values |= uint64_t{value(table, i + k)} << 8 * k;
+    for (; i + kAtOnce <= count; i += kAtOnce) {
+#pragma GCC unroll 3
+        for (size_t part = 0; part < kAtOnce; part += 8) {
+            uint64_t values = 0;
+#pragma GCC unroll 8
+            for (size_t k = 0; k < 8; ++k) {
+                values |= uint64_t{tables[(part + k) % period][indexAt(i + part + k)]} << 8 * k;
+            }
+            StoreLittleEndian64(out + i + part, values);
         }
-        StoreLittleEndian64(out + i, values);
     }
     for (uint32_t k = 0; i < count; ++i, ++k) {
-        out[i] = value(row.at[k % period], i);
+        out[i] = tables[k % period][indexAt(i)];
     }
 }
 
 template <uint32_t period>
+void LookUpWords(const RowTables& row, const uint8_t* words, size_t count, uint8_t* out) {
+    LookUp<period>(
+        row, [words](size_t i) { return LoadWord(words + 2 * i); }, count, out);
+}
+
+template <uint32_t period>
 void LookUpBytes(const RowTables& row, const uint8_t* bytes, size_t count, uint8_t* out) {
-    const uint8_t* const first = row.at[0];
-    const uint8_t* const second = row.at[1];
-    const uint8_t* const third = row.at[period == 3 ? 2 : 0];
-    size_t i = 0;
-    for (constexpr size_t kAtOnce = period == 3 ? 6 : 8; i + 8 <= count; i += kAtOnce) {
-        uint64_t values = 0;
-        for (uint32_t k = 0; k < kAtOnce; ++k) {
-            const uint8_t* table = k % period == 0 ? first : k % period == 1 ? second : third;
-            values |= uint64_t{table[bytes[i + k]]} << 8 * k;
-        }
-        StoreLittleEndian64(out + i, values);
-    }
-    for (uint32_t k = 0; i < count; ++i, ++k) {
-        out[i] = row.at[k % period][bytes[i]];
-    }
+    LookUp<period>(
+        row, [bytes](size_t i) { return bytes[i]; }, count, out);
 }
 
 void LevelRow(const VcfConverter& converter, const uint8_t* buffer, uint32_t row, uint8_t* out) {
@@ -101,12 +90,13 @@ void LevelRow(const VcfConverter& converter, const uint8_t* buffer, uint32_t row
         (colour ? LookUpBytes<3> : LookUpBytes<2>)(tables, from, count, out);
         return;
     }
+    uint8_t* line = converter.scratch.line;
     if (format.packing != VCF_PACKING_NONE) {
-        UnpackWords(g, buffer, row, 0, g.width, converter.scratch.line);
-        LookUpWords<2, false>(converter.levels, tables, converter.scratch.line, count, out);
-        return;
+        UnpackWords(g, buffer, row, 0, g.width, line);
+    } else {
+        s_frameKernels->limitWords(line, from, count, converter.levels.shift, converter.levels.largest);
     }
-    (colour ? LookUpWords<3, true> : LookUpWords<2, true>)(converter.levels, tables, from, count, out);
+    (colour ? LookUpWords<3> : LookUpWords<2>)(tables, line, count, out);
 }
 
 struct YuvPixel {

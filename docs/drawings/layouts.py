@@ -142,6 +142,32 @@ def picture_out(name):
                   [(len(name), f"pixel {i}") for i in range(3)])
 
 
+PACKED_BITS = {
+    "10p": ("10p: 4 samples in 5 bytes, least significant bit first", ("aaaaaaaa", "bbbbbbAA", "ccccBBBB", "ddCCCCCC",
+                                                                         "DDDDDDDD")),
+    "12p": ("12p: 2 samples in 3 bytes, least significant bit first", ("aaaaaaaa", "bbbbAAAA", "BBBBBBBB")),
+    "10Packed": ("10Packed: 2 samples in 3 bytes, low 2 bits apart", ("AAAAAAAA", "--bb--aa", "BBBBBBBB")),
+    "12Packed": ("12Packed: 2 samples in 3 bytes, low 4 bits apart", ("AAAAAAAA", "bbbbaaaa", "BBBBBBBB")),
+    "10CSI2": ("10CSI2 (MIPI CSI-2 RAW10): 4 samples in 5 bytes", ("AAAAAAAA", "BBBBBBBB", "CCCCCCCC", "DDDDDDDD",
+                                                                     "ddccbbaa")),
+    "12CSI2": ("12CSI2 (MIPI CSI-2 RAW12): 2 samples in 3 bytes", ("AAAAAAAA", "BBBBBBBB", "bbbbaaaa")),
+}
+
+
+def packed_bits(title, group):
+    """One group of a packed layout, bit by bit, bit 7 to the left; letters are samples, capitals their high bits."""
+    kinds = {"a": "R", "b": "G", "c": "B", "d": "Y", "-": "skip"}
+    canvas = Canvas()
+    canvas.text(LEFT, 22, title, 15, bold=True)
+    width = 16
+    for i, byte in enumerate(group):
+        left = LEFT + i * (8 * width + 8)
+        for bit, letter in enumerate(byte):
+            canvas.cell(left + bit * width, 40, letter, kinds[letter.lower()], width, 26, 11)
+        canvas.bracket(left, left + 8 * width, 66, f"byte {i}")
+    return canvas.document(title)
+
+
 def fields(title, rows):
     """A file header as a list of fields: (offset, bytes, what)."""
     canvas = Canvas()
@@ -168,6 +194,9 @@ def drawings():
     result["layout-YUV411_8_UYYVYY"] = chroma_group("YUV411_8_UYYVYY: 6 bytes for 4 pixels", "UYYVYY", 4)
     result["layout-YUV422_8_UYVY"] = chroma_group(
         "YUV422_8_UYVY: 4 bytes for 2 pixels (ConvYUV422PToBGRA reads this)", "UYVY", 2)
+    result["layout-YUV422_8"] = chroma_group("YUV422_8 (YUYV): 4 bytes for 2 pixels", "YUYV", 2)
+    for name, (title, group) in PACKED_BITS.items():
+        result[f"layout-{name}"] = packed_bits(title, group)
     result["layout-YUV422-to-BGR"] = chroma_group(
         "ConvYUV422PToBGR: 5 bytes for 2 pixels", "UYVY-", 2, "The fifth byte of each group is skipped.")
     result["layout-YUV8_UYV"] = chroma_group("YUV8_UYV: 3 bytes per pixel, as the code says", "UYV", 1)

@@ -23,6 +23,9 @@ using Rearrange = void (*)(uint8_t* dst, const uint8_t* src, size_t count);
 /// Words to bytes: the low 8 bits of word >> shift, 0 <= shift < 16.
 using ReduceWords = void (*)(uint8_t* bytes, const uint8_t* words, size_t count, uint32_t shift);
 
+/// Words to words: min(word >> shift, largest), 0 <= shift < 16.
+using LimitWords = void (*)(uint8_t* dst, const uint8_t* src, size_t count, uint32_t shift, uint32_t largest);
+
 /// Where the luma bytes of YUV rows lie; all other bytes are chroma.
 enum LumaPlaces : unsigned {
     kOddLuma,    ///< U Y V Y
@@ -65,6 +68,7 @@ struct FrameKernels {
 
     UnpackGroups unpack[7];  ///< by VCF_PACKING_...; [0] is null
     ReduceWords reduce;
+    LimitWords limitWords;
     Rearrange swapBytes;   ///< pairs of bytes, exchanged: YUYV to UYVY
     Rearrange spread3To4;  ///< U Y V to U Y V 0
     Rearrange spread4To5;  ///< U Y V Y to U Y V Y 0

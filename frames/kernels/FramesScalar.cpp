@@ -19,6 +19,13 @@ void Reduce(uint8_t* bytes, const uint8_t* words, size_t count, uint32_t shift) 
     }
 }
 
+void Limit(uint8_t* dst, const uint8_t* src, size_t count, uint32_t shift, uint32_t largest) {
+    for (size_t i = 0; i < count; ++i) {
+        const uint32_t word = LoadWord(src + 2 * i) >> shift;
+        StoreWord(dst + 2 * i, word < largest ? word : largest);
+    }
+}
+
 void SwapBytes(uint8_t* dst, const uint8_t* src, size_t pairs) {
     for (size_t i = 0; i < pairs; ++i) {
         const uint8_t first = src[2 * i];
@@ -80,6 +87,7 @@ constinit const FrameKernels kScalarFrameKernels = {
     {nullptr, Unpack<VCF_PACKING_10P>, Unpack<VCF_PACKING_12P>, Unpack<VCF_PACKING_10PACKED>,
      Unpack<VCF_PACKING_12PACKED>, Unpack<VCF_PACKING_10CSI2>, Unpack<VCF_PACKING_12CSI2>},
     Reduce,
+    Limit,
     SwapBytes,
     Spread<3, 4>,
     Spread<4, 5>,
