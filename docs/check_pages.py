@@ -101,7 +101,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--compiler", default="cc")
     arguments = parser.parse_args()
-    declared = set(NAME.findall(HEADER.read_text(encoding="ascii")))
+    headers = HEADER.parent.glob("*.h")
+    declared = {name for header in headers for name in NAME.findall(header.read_text(encoding="ascii"))}
     problems = [*first_program_problems(), *table_problems(), *index_problems()]
     blocks = 0
     for page in pages():

@@ -11,7 +11,7 @@
 
 namespace {
 
-std::atomic<uint64_t> g_allocations = 0;  // NOLINT(*-avoid-non-const-global-variables): the replaced operator counts
+std::atomic<uint64_t> g_allocations = 0;  // NOLINT(*-avoid-non-const-global-variables): the wrapped functions count
 
 }  // namespace
 
@@ -21,12 +21,23 @@ extern "C" void* __wrap_malloc(size_t bytes) {  // NOLINT(*-reserved-identifier)
     return __real_malloc(bytes);
 }
 
-void* operator new(size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+extern "C" void* __real_aligned_alloc(size_t alignment, size_t bytes);   // NOLINT(*-reserved-identifier)
+extern "C" void* __wrap_aligned_alloc(size_t alignment, size_t bytes) {  // NOLINT(*-reserved-identifier)
     ++g_allocations;
-    const auto unit = static_cast<size_t>(alignment);
-    return std::aligned_alloc(unit, (bytes + unit - 1) / unit * unit);
+    return __real_aligned_alloc(alignment, bytes);
 }
-void operator delete(void* memory, std::align_val_t) noexcept {
+
+void* operator new(size_t bytes) {
+    void* memory = std::malloc(bytes);  // counted there
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, size_t) noexcept {
     std::free(memory);
 }
 

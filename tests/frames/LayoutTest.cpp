@@ -13,8 +13,8 @@
 
 namespace {
 
-using Reference::GuardSide;
 using Reference::GuardedArena;
+using Reference::GuardSide;
 using Reference::Random;
 using testing::HasSubstr;
 
