@@ -54,7 +54,8 @@ class Folder {
     }
 
   private:
-    std::string m_path = "/tmp/vexafuzzXXXXXX";
+    // In memory: on a disk, making files takes most of the time.
+    std::string m_path = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm/vexafuzzXXXXXX" : "/tmp/vexafuzzXXXXXX";
 };
 
 const Folder& TheFolder() {
@@ -104,6 +105,63 @@ void TrySidecar(Fuzz::Input& input) {
     TheFolder().Put("frame.raw", raw.data(), rawBytes);
     TheFolder().Put("frame.txt", input.Rest(), input.Left());
     Attempt([] { ReadAllFrames("frame.raw", {}); });
+}
+
+/// A sidecar that nearly is one: its own keys and values, in any order, spelling and number, between other lines.
+void TryLikelySidecar(Fuzz::Input& input) {
+    static constexpr std::string_view kKeys[] = {"pixel format", "Pixel Format", "width",     "WIDTH", "height",
+                                                 "stride",       "offset",       "timestamp", "",      "width height"};
+    static constexpr std::string_view kBlanks[] = {": ", ":", " : ", ":\t", " "};
+    static constexpr std::string_view kEnds[] = {"\n", "\r\n", " \n", "\n\n", ""};
+    const auto formats = AllFormats();
+    std::string text;
+    for (uint32_t lines = input.Byte() % 12; lines > 0; --lines) {
+        text += kKeys[input.Byte() % std::size(kKeys)];
+        text += kBlanks[input.Byte() % std::size(kBlanks)];
+        const FormatInfo& format = formats[input.Byte() % formats.size()];
+        switch (input.Byte() % 6) {
+            case 0:
+                text += HexCode(format.code) + " " + std::string(format.name);
+                break;
+            case 1:
+                text += format.name;
+                break;
+            case 2:
+                text += std::to_string(input.Word());
+                break;
+            case 3:
+                text += "-1";
+                break;
+            default:
+                text += std::to_string(input.Below(40));
+                break;
+        }
+        text += kEnds[input.Byte() % std::size(kEnds)];
+    }
+    const std::vector<uint8_t> raw(input.Below(3000), 0x5A);
+    TheFolder().Put("frame.raw", raw.data(), raw.size());
+    TheFolder().Put("frame.txt", reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    Attempt([] { ReadAllFrames("frame.raw", {}); });
+}
+
+/// An RWH file with a header that fits its frame but for what the input changes.
+void TryLikelyRwh(Fuzz::Input& input) {
+    const auto formats = AllFormats();
+    const FormatInfo& format = formats[input.Byte() % formats.size()];
+    const uint32_t width = input.Below(40);
+    const uint32_t height = input.Below(20);
+    uint32_t words[4] = {format.code, width, height, width * (format.code >> 16 & 0xFF) / 8};
+    const uint32_t frameBytes = words[3] * height;
+    if (input.Byte() % 2 == 0) {
+        words[input.Byte() % 4] += input.Byte() % 4 == 0 ? input.Word() : input.Byte() % 3;
+    }
+    std::vector<uint8_t> file(16 + frameBytes + (input.Byte() % 4 == 0 ? input.Byte() % 9 : 0), 0x5A);
+    for (size_t i = 0; i < 16; ++i) {
+        file[i] = static_cast<uint8_t>(words[i / 4] >> (i % 4 * 8));
+    }
+    TheFolder().Put("frame.rwh", file.data(),
+                    input.Byte() % 4 == 0 ? std::min<size_t>(input.Below(40), file.size()) : file.size());
+    Attempt([] { ReadAllFrames("frame.rwh", {}); });
 }
 
 void TryRwh(const Fuzz::Input& input) {
@@ -186,7 +244,13 @@ void TryUnpacking(Fuzz::Input& input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     Fuzz::Input input(bytes, size);
-    switch (input.Byte() % 6) {
+    switch (input.Byte() % 8) {
+        case 5:
+            TryLikelySidecar(input);
+            break;
+        case 6:
+            TryLikelyRwh(input);
+            break;
         case 0:
             TryFormatName(input);
             break;
