@@ -51,7 +51,7 @@ def test_every_spelling_means_the_same_format():
     answers = run("formats", "--names", *spellings).stdout.split()
     assert answers == [row.name for row in SERVED for _ in range(2 + len(row.aliases))]
     for spelling, name in zip(spellings, answers):
-        if name in vcu.PixelFormat.__members__:
+        if name in vcu.PixelFormat.__members__:  # the others are for the frames layer
             assert vcu.pixel_format(spelling).name == name
         else:
             with pytest.raises(vcu.UnsupportedFormatError, match=f"^{name} is not served by this call: unpack it first"):
