@@ -2,6 +2,8 @@
 # Copyright (c) the Vexa camera utility library authors
 #
 # The other verbs: info, formats, reverse, pack, unpack, synth, guess, bench; help and version.
+import json
+import os
 import pathlib
 import re
 import json
@@ -281,6 +283,58 @@ def test_guess_takes_any_bytes(tool):
     for length in (1, 2, 100, 5000):
         tool.write("in.bin", bytes(random_samples(length, 8)))
         tool.good("guess", "-s", "64x48", "in.bin", "sheet.ppm")
+
+
+@pytest.mark.parametrize("name, size", [("BayerRG12", "640x480"), ("BayerGB12", "512x300"), ("Mono8", "500x312"),
+                                        ("YUV422_8_UYVY", "640x360"), ("BGR8", "402x300")])
+def test_guess_without_a_size_finds_the_layout(tool, name, size):
+    tool.good("synth", "-f", name, "-s", size, "unknown.raw")
+    found = json.loads(tool.good("guess", "--json", "unknown.raw"))
+    assert len(found) <= 5
+    red_and_blue = str.maketrans("RB", "BR")
+    names = {name, name[:5] + name[5:7].translate(red_and_blue) + name[7:], name[:3].translate(red_and_blue) + name[3:]}
+    assert found[0]["format"] in names
+    assert f"{found[0]['width']}x{found[0]['height']}" == size
+    assert found[0]["offset"] == found[0]["stride"] == found[0]["shift"] == found[0]["rest"] == 0
+    assert found[0]["frames"] == 1
+    assert found[0]["evidence"]
+
+
+def test_guess_prints_options_that_convert_takes(tool):
+    tool.good("synth", "-f", "BayerGR8", "-s", "320x240", "in.raw")
+    tool.write("unknown.bin", b"HEADER" + bytes(250) + tool.read("in.raw"))
+    lines = tool.good("guess", "--most", 2, "unknown.bin", "sheet.png").decode().splitlines()
+    options = [line[3:].split() for line in lines if not line.startswith(" ")]
+    assert ["--format", "BayerGR8", "--size", "320x240", "--offset", "256"] in options
+    assert read_png(tool.read("sheet.png")).shape == (8 + 240 + 32, 8 + 4 * 328, 3)
+    tool.good("convert", *options[0], "unknown.bin", "out.png")
+
+
+def test_guess_adds_the_offset_that_it_is_told(tool):
+    tool.good("synth", "-f", "Mono8", "-s", "320x240", "in.raw")
+    tool.write("unknown.bin", bytes(range(37)) + tool.read("in.raw"))
+    found = json.loads(tool.good("guess", "--offset", 37, "--most", 1, "--json", "unknown.bin"))
+    assert [found[0][key] for key in ("format", "width", "height", "offset")] == ["Mono8", 320, 240, 37]
+
+
+def test_guess_says_when_there_is_no_picture(tool):
+    tool.write("noise.bin", os.urandom(200000))
+    tool.write("small.bin", b"abc")
+    for name in ("noise.bin", "small.bin"):
+        assert tool.bad(3, "guess", name, "sheet.png") == \
+            f"{name}: no rows of a picture found; the file may be compressed or too short"
+        assert tool.names("*.png") == []
+    tool.write("empty.bin", b"")
+    assert tool.bad(3, "guess", "empty.bin") == "empty.bin: there is nothing to guess from"
+
+
+def test_guess_refuses_options_that_do_not_meet(tool):
+    tool.good("synth", "-s", "64x48", "in.raw")
+    assert "contact sheet" in tool.bad(2, "guess", "-s", "64x48", "in.raw")
+    assert tool.bad(2, "guess", "-s", "64x48", "--json", "in.raw", "sheet.png")
+    assert tool.bad(2, "guess", "--most", 0, "in.raw")
+    assert "colour picture" in tool.bad(2, "guess", "in.raw", "sheet.raw")
+    assert tool.bad(2, "guess", "in.raw", "in.raw")
 
 
 # bench, help, version

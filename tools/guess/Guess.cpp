@@ -140,28 +140,25 @@ std::vector<Hypothesis> BestHypotheses(std::span<const uint8_t> bytes, uint64_t 
     return all;
 }
 
-/// How much better a site is predicted by the four sites of the other colour of its diagonal than by the four nearest
-/// of its own, as a ratio of mean misses: below 1 where both are green, which lies closer together than red or blue.
-///
-///     . o .      o   the four of the diagonal
-///     o x o      the four of its own kind are two rows or columns away
-double DiagonalMisses(const Plane& samples, size_t firstColumn) {
-    uint64_t byDiagonal = 1;
-    uint64_t byOwn = 1;
-    for (size_t r = 2; r + 2 < samples.Rows(); ++r) {
-        const int32_t* up2 = samples.Row(r - 2);
-        const int32_t* up = samples.Row(r - 1);
-        const int32_t* row = samples.Row(r);
-        const int32_t* down = samples.Row(r + 1);
-        const int32_t* down2 = samples.Row(r + 2);
-        for (size_t c = 2 + (firstColumn + r) % 2; c + 2 < samples.Columns(); c += 2) {
-            const int32_t diagonal = (up[c - 1] + up[c + 1] + down[c - 1] + down[c + 1]) >> 2;
-            const int32_t own = (row[c - 2] + row[c + 2] + up2[c] + down2[c]) >> 2;
-            byDiagonal += static_cast<uint64_t>(std::abs(row[c] - diagonal));
-            byOwn += static_cast<uint64_t>(std::abs(row[c] - own));
+/// Mean difference between the two sites of a diagonal, from the means of blocks, so that edges and texture do not
+/// count: small where both are green, at any light.
+double DiagonalDifference(const Plane& samples, size_t firstColumn) {
+    constexpr size_t kBlock = 16;
+    double sum = 0;
+    size_t blocks = 0;
+    for (size_t top = 0; top + kBlock <= samples.Rows(); top += kBlock) {
+        for (size_t left = 0; left + kBlock <= samples.Columns(); left += kBlock) {
+            int64_t difference = 0;
+            for (size_t r = top; r < top + kBlock; r += 2) {
+                for (size_t c = left; c < left + kBlock; c += 2) {
+                    difference += samples.Row(r)[c + firstColumn] - samples.Row(r + 1)[c + 1 - firstColumn];
+                }
+            }
+            sum += static_cast<double>(std::abs(difference)) / (kBlock * kBlock / 4);
+            ++blocks;
         }
     }
-    return static_cast<double>(byDiagonal) / static_cast<double>(byOwn);
+    return blocks == 0 ? 0 : sum / static_cast<double>(blocks);
 }
 
 std::string PackingSuffix(const Hypothesis& hypothesis) {
@@ -220,15 +217,14 @@ std::vector<Name> Depths(const Plane& samples, const Hypothesis& hypothesis) {
 }
 
 std::vector<Name> BayerNames(const Plane& samples, const Hypothesis& hypothesis) {
-    const double fromTopLeft = DiagonalMisses(samples, 0);
-    const double fromTopRight = DiagonalMisses(samples, 1);
+    const double fromTopLeft = DiagonalDifference(samples, 0);
+    const double fromTopRight = DiagonalDifference(samples, 1);
     const bool greenFirst = fromTopLeft < fromTopRight;
     const char* likely[] = {greenFirst ? "GR" : "RG", greenFirst ? "GB" : "BG"};
     const char* unlikely[] = {greenFirst ? "RG" : "GR", greenFirst ? "BG" : "GB"};
     const std::string evidence =
-        Text("the diagonal taken for green predicts itself %.2f times as badly as sites two apart",
-             std::min(fromTopLeft, fromTopRight)) +
-        Text(", the other one %.2f times", std::max(fromTopLeft, fromTopRight));
+        Text("the two green sites differ by %.1f on average", std::min(fromTopLeft, fromTopRight)) +
+        Text(", the other two by %.1f", std::max(fromTopLeft, fromTopRight));
     std::vector<Name> names;
     for (const Name& depth : Depths(samples, hypothesis)) {
         for (int i = 0; i < 2; ++i) {
@@ -305,10 +301,10 @@ std::vector<std::string> Evidence(const Ranked& ranked, const Name& name, uint64
     const Geometry& geometry = ranked.geometry;
     std::vector<std::string> evidence = {
         "rows of " + std::to_string(ranked.hypothesis.rowBytes) + " bytes",
-        Text("predicted from its neighbours a byte takes %.2f bits", ranked.hypothesis.bitsPerByte)};
+        Text("%.2f bits per byte when neighbours predict each sample", ranked.hypothesis.bitsPerByte)};
     if (geometry.rest == 0) {
-        evidence.push_back("the length of " + std::to_string(fileBytes) + " bytes is " +
-                           (geometry.offset > 0 ? std::to_string(geometry.offset) + " and " : "") +
+        evidence.push_back("length of " + std::to_string(fileBytes) +
+                           " bytes: " + (geometry.offset > 0 ? std::to_string(geometry.offset) + " and " : "") +
                            std::to_string(geometry.frames) + (geometry.frames == 1 ? " frame" : " frames"));
     }
     if (!name.evidence.empty()) {

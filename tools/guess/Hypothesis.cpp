@@ -12,6 +12,7 @@ namespace VexaGuess {
 
 namespace {
 
+constexpr double kAlike = 0.65;
 constexpr size_t kFewestRows = 4;
 constexpr size_t kFewestSamples = 16;
 constexpr double kNothing = 9;  ///< more than bytes without any structure cost
@@ -61,6 +62,21 @@ Plane LumaOf411(const Plane& samples) {
         }
     }
     return luma;
+}
+
+/// Whether high and low bytes of words are as hard to predict as each other: then they are no halves of one number, for
+/// the high byte of a number varies less than the low one.
+bool BytesAreAlike(const Plane& words, Sites sites) {
+    const Plane sites1 = words.Sites(0, sites == Sites::kBayer ? 2 : 1, 0, SitePeriod(sites));
+    Plane high(sites1.Rows(), sites1.Columns());
+    Plane low(sites1.Rows(), sites1.Columns());
+    for (size_t r = 0; r < sites1.Rows(); ++r) {
+        for (size_t c = 0; c < sites1.Columns(); ++c) {
+            high.Row(r)[c] = sites1.Row(r)[c] >> 8;
+            low.Row(r)[c] = sites1.Row(r)[c] & 0xFF;
+        }
+    }
+    return BitsPerSample(high, Measure::kEntropy) > kAlike * BitsPerSample(low, Measure::kEntropy);
 }
 
 double RowBits(const Plane& samples, Sites sites, Measure measure) {
@@ -237,6 +253,7 @@ Plane SamplesOf(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, si
 double BitsPerByte(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, const Look& look) {
     double bits = 0;
     double explained = 0;
+    size_t alike = 0;
     for (size_t block = 0; block < look.blocks; ++block) {
         // Blocks begin at even rows, so that a mosaic keeps its phase.
         const size_t last = bytes.size() - std::min(bytes.size(), look.blockBytes);
@@ -246,12 +263,15 @@ double BitsPerByte(std::span<const uint8_t> bytes, const Hypothesis& hypothesis,
         if (samples.Rows() < kFewestRows || samples.Columns() < kFewestSamples) {
             return kNothing;
         }
+        if (hypothesis.packing == Packing::kWords && look.measure == Measure::kEntropy) {
+            alike += BytesAreAlike(samples, hypothesis.sites) ? 1 : 0;
+        }
         const GroupSize group = GroupOf(hypothesis.packing);
         const auto rowBytes = static_cast<double>(samples.Columns() / group.samples * group.bytes);
         bits += RowBits(samples, hypothesis.sites, look.measure);
         explained += rowBytes;
     }
-    return bits / explained;
+    return 2 * alike > look.blocks ? kNothing : bits / explained;
 }
 
 std::vector<Hypothesis> HypothesesFor(size_t rowBytes, bool anyAlignment) {

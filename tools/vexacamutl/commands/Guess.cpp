@@ -1,12 +1,22 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// guess: one contact sheet of a file of unknown layout. Each tile shows the file's first frame as if it had the format
-// of its label; the eye finds the right one. Layouts of 16-bit words join in when the file is long enough for them.
+// guess: the layouts that a file may have.
+//
+// Without a size they are ranked by what the file's bytes say (guess/Guess.h), printed with their evidence and shown on
+// a contact sheet, the likeliest first.
+//
+// With a size the contact sheet shows the first frame under every plausible format, and the eye finds the right one.
+// Layouts of 16-bit words join in when the file is long enough for them.
 //
 //     BayerGR8  BayerRG8  BayerGB8  BayerBG8
 //     Mono8     UYVY      UYYVYY    ...
+#include "guess/Guess.h"
+
+#include <VexaCamFrames.h>
+
 #include <algorithm>
+#include <cinttypes>
 #include <cstdio>
 #include <memory>
 
@@ -18,11 +28,15 @@
 #include "output/FrameEncoder.h"
 #include "output/OutputFile.h"
 #include "output/PictureWriter.h"
-#include "scene/Lettering.h"
+#include "scene/ContactSheet.h"
 
 namespace VexaTool {
 
 namespace {
+
+using VexaGuess::Guess;
+
+constexpr size_t kRankedBytes = size_t{16} << 20;  ///< of the file's beginning
 
 struct Arguments {
     std::string input;
@@ -30,6 +44,8 @@ struct Arguments {
     ResultOptions results;
     std::string size;
     uint64_t offset = 0;
+    size_t most = 5;
+    bool json = false;
     uint32_t tileWidth = 480;
 };
 
@@ -42,67 +58,6 @@ constexpr PixelFormat kWordLayouts[] = {
     PIXEL_FORMAT_BAYER_GR10, PIXEL_FORMAT_BAYER_RG10, PIXEL_FORMAT_BAYER_GB10, PIXEL_FORMAT_BAYER_BG10,
     PIXEL_FORMAT_BAYER_GR12, PIXEL_FORMAT_BAYER_RG12, PIXEL_FORMAT_BAYER_GB12, PIXEL_FORMAT_BAYER_BG12,
     PIXEL_FORMAT_MONO10,     PIXEL_FORMAT_MONO12,     PIXEL_FORMAT_MONO16,
-};
-
-constexpr size_t kColumns = 4;
-constexpr size_t kGap = 8;
-constexpr size_t kTextScale = 2;
-constexpr size_t kLabelHeight = Glyph::kLine * kTextScale + 6;
-
-/// The mean of each block of factor x factor pixels.
-Picture Shrunk(const Picture& picture, uint32_t factor) {
-    Picture small{picture.width / factor, picture.height / factor, picture.channels, {}};
-    small.bytes.resize(small.RowBytes() * small.height);
-    for (size_t y = 0; y < small.height; ++y) {
-        for (size_t i = 0; i < small.RowBytes(); ++i) {
-            uint32_t sum = 0;
-            const size_t column = i / picture.channels * factor * picture.channels + i % picture.channels;
-            for (size_t dy = 0; dy < factor; ++dy) {
-                for (size_t dx = 0; dx < factor; ++dx) {
-                    sum += picture.Row(y * factor + dy)[column + dx * picture.channels];
-                }
-            }
-            small.Row(y)[i] = static_cast<uint8_t>(sum / (factor * factor));
-        }
-    }
-    return small;
-}
-
-class ContactSheet {
-  public:
-    ContactSheet(uint32_t tileWidth, uint32_t tileHeight, size_t tiles)
-        : tileWidth_(tileWidth), tileHeight_(tileHeight) {
-        const size_t rows = (tiles + kColumns - 1) / kColumns;
-        sheet_.width = static_cast<uint32_t>(kColumns * (tileWidth + kGap) + kGap);
-        sheet_.height = static_cast<uint32_t>(rows * (tileHeight + kLabelHeight + kGap) + kGap);
-        sheet_.channels = 3;
-        sheet_.bytes.assign(sheet_.RowBytes() * sheet_.height, kBackground);
-    }
-
-    /// An empty picture leaves the tile dark.
-    void Add(const Picture& tile, const std::string& label) {
-        const size_t left = kGap + added_ % kColumns * (tileWidth_ + kGap);
-        const size_t top = kGap + added_ / kColumns * (tileHeight_ + kLabelHeight + kGap);
-        ++added_;
-        DrawText(label, left, top, kTextScale, [&](size_t x, size_t y) {
-            if (x < std::min<size_t>(left + tileWidth_, sheet_.width) && y < sheet_.height) {
-                std::fill_n(sheet_.Row(y) + 3 * x, 3, kInk);
-            }
-        });
-        for (size_t y = 0; y < tile.height; ++y) {
-            std::copy_n(tile.Row(y), tile.RowBytes(), sheet_.Row(top + kLabelHeight + y) + 3 * left);
-        }
-    }
-
-    const Picture& Sheet() const { return sheet_; }
-
-  private:
-    static constexpr uint8_t kBackground = 40;
-    static constexpr uint8_t kInk = 235;
-    uint32_t tileWidth_;
-    uint32_t tileHeight_;
-    size_t added_ = 0;
-    Picture sheet_;
 };
 
 std::vector<PixelFormat> Candidates(const RawShape& shape, size_t bytes) {
@@ -135,30 +90,63 @@ Picture Tile(Renderer& renderer, RawShape shape, Bytes content, uint32_t factor)
     return Shrunk(picture, factor);
 }
 
-void Run(const Arguments& arguments) {
+/// Where the contact sheet goes; nothing without one, or where it exists already and is to stay.
+class SheetWriter {
+  public:
+    explicit SheetWriter(const Arguments& arguments) : plan_(OptionsOf(arguments)), shape_() {
+        shape_.format = FindFormat(PIXEL_FORMAT_MONO8);
+        if (plan_.Options().path.empty()) {
+            return;
+        }
+        plan_.Protect(arguments.input);
+        name_ = plan_.Add(arguments.input, 1, shape_).Of(0);
+        plan_.Begin();
+        wanted_ = !plan_.Keeps(name_);
+        if (!wanted_) {
+            plan_.CountSkipped();
+            SaySkipped(plan_, false);
+        }
+    }
+
+    bool Wanted() const { return wanted_; }
+
+    void Write(const ContactSheet& sheet) {
+        std::vector<uint8_t> encoded;
+        const Bytes bytes = EncodePicture(sheet.Sheet(), plan_.Options().kind, EncodeOptions().pngLevel, encoded);
+        plan_.Write(name_, bytes, shape_);
+    }
+
+  private:
+    static OutputOptions OptionsOf(const Arguments& arguments) {
+        OutputOptions output = arguments.output;
+        arguments.results.ApplyTo(output);
+        if (!output.path.empty()) {
+            output.kind = OutputKindOf(output.path);
+            if (IsFrameKind(output.kind) || output.kind == OutputKind::kPgm || IsAppendable(output.kind)) {
+                throw Failure(ExitCode::kUsage, "the contact sheet is a colour picture; choose png, ppm or bmp");
+            }
+        }
+        return output;
+    }
+
+    OutputPlan plan_;
+    RawShape shape_;
+    std::string name_;
+    bool wanted_ = false;
+};
+
+void RunWithSize(const Arguments& arguments) {
     RawShape shape;
     ParseSize(arguments.size, shape.width, shape.height);
     shape.format = FindFormat(PIXEL_FORMAT_MONO8);
     CheckShape(shape, arguments.input);
-    OutputOptions output = arguments.output;
-    arguments.results.ApplyTo(output);
-    const OutputKind kind = OutputKindOf(output.path);
-    output.kind = kind;
-    if (IsFrameKind(kind) || kind == OutputKind::kPgm || IsAppendable(kind)) {
-        throw Failure(ExitCode::kUsage, "the contact sheet is a colour picture; choose png, ppm or bmp");
-    }
     const MappedFile file(arguments.input);
-    OutputPlan plan(output);
-    plan.Protect(arguments.input);
-    const ResultNames names = plan.Add(arguments.input, 1, shape);
-    plan.Begin();
-    if (plan.Keeps(names.Of(0))) {
-        plan.CountSkipped();
-        SaySkipped(plan, false);
-        return;
-    }
+    SheetWriter writer(arguments);
     if (file.Content().size() <= arguments.offset) {
-        throw Failure(ExitCode::kInput, arguments.input + ": there is nothing to show");
+        throw Failure(ExitCode::kInput, Printable(arguments.input) + ": there is nothing to show");
+    }
+    if (!writer.Wanted()) {
+        return;
     }
     const Bytes content = file.Content().subspan(arguments.offset);
     const uint32_t factor = std::max(1u, (shape.width + arguments.tileWidth - 1) / arguments.tileWidth);
@@ -175,8 +163,112 @@ void Run(const Arguments& arguments) {
             std::printf("%s has the length of one frame\n", shape.Text().c_str());
         }
     }
-    std::vector<uint8_t> encoded;
-    plan.Write(names.Of(0), EncodePicture(sheet.Sheet(), kind, EncodeOptions().pngLevel, encoded), shape);
+    writer.Write(sheet);
+}
+
+/// The options that read a file in this layout.
+std::string OptionsFor(const Guess& guess) {
+    std::string text =
+        "--format " + guess.format + " --size " + std::to_string(guess.width) + "x" + std::to_string(guess.height);
+    text += guess.stride > 0 ? " --stride " + std::to_string(guess.stride) : "";
+    text += guess.offset > 0 ? " --offset " + std::to_string(guess.offset) : "";
+    text += guess.shift > 0 ? " --shift " + std::to_string(guess.shift) : "";
+    return text;
+}
+
+void PrintRanking(const std::vector<Guess>& guesses) {
+    for (size_t i = 0; i < guesses.size(); ++i) {
+        std::printf("%zu  %s\n", i + 1, OptionsFor(guesses[i]).c_str());
+        for (const std::string& evidence : guesses[i].evidence) {
+            std::printf("       %s\n", evidence.c_str());
+        }
+    }
+}
+
+void PrintJson(const std::vector<Guess>& guesses) {
+    std::printf("[");
+    for (size_t i = 0; i < guesses.size(); ++i) {
+        const Guess& guess = guesses[i];
+        std::printf("%s\n  {\"format\": %s, \"width\": %u, \"height\": %u, \"stride\": %" PRIu64
+                    ", \"offset\": %" PRIu64 ", \"shift\": %u, \"frames\": %" PRIu64 ", \"rest\": %" PRIu64
+                    ", \"bitsPerByte\": %.4f, \"score\": %.4f, \"evidence\": [",
+                    i > 0 ? "," : "", JsonString(guess.format).c_str(), guess.width, guess.height, guess.stride,
+                    guess.offset, guess.shift, guess.frames, guess.rest, guess.bitsPerByte, guess.score);
+        for (size_t j = 0; j < guess.evidence.size(); ++j) {
+            std::printf("%s%s", j > 0 ? ", " : "", JsonString(guess.evidence[j]).c_str());
+        }
+        std::printf("]}");
+    }
+    std::printf("\n]\n");
+}
+
+/// The first frame in that layout, or an empty picture where the file holds less than one.
+Picture FirstFrame(const Guess& guess, Bytes file) {
+    VcfLayout layout;
+    VcfInitLayout(&layout, VcfFormatNamed(guess.format.c_str()), guess.width, guess.height);
+    layout.stride = guess.stride;
+    layout.offset = guess.offset;
+    layout.shift = guess.shift;
+    VcfConverter* made = nullptr;
+    if (VcfCreateConverter(&made, &layout, VCF_OUTPUT_RGB, nullptr, nullptr, 0) != VCF_OK) {
+        return {};
+    }
+    const std::unique_ptr<VcfConverter, decltype(&VcfDestroyConverter)> converter(made, VcfDestroyConverter);
+    Picture picture{guess.width, guess.height, 3, {}};
+    picture.bytes.resize(picture.RowBytes() * picture.height);
+    if (VcfConvert(converter.get(), file.data(), file.size(), picture.bytes.data(), 0, nullptr, 0) != VCF_OK) {
+        return {};
+    }
+    return picture;
+}
+
+ContactSheet SheetOf(const std::vector<Guess>& guesses, Bytes file, uint32_t tileWidth) {
+    const Guess& best = guesses[0];
+    const auto factorOf = [tileWidth](const Guess& guess) {
+        return std::max(1u, (guess.width + tileWidth - 1) / tileWidth);
+    };
+    ContactSheet sheet(best.width / factorOf(best), best.height / factorOf(best), guesses.size());
+    for (const Guess& guess : guesses) {
+        const std::string label = guess.format + " " + std::to_string(guess.width) + "x" + std::to_string(guess.height);
+        sheet.Add(Shrunk(FirstFrame(guess, file), factorOf(guess)), label);
+    }
+    return sheet;
+}
+
+void RunRanking(const Arguments& arguments) {
+    const MappedFile file(arguments.input);
+    SheetWriter writer(arguments);
+    if (file.Content().size() <= arguments.offset) {
+        throw Failure(ExitCode::kInput, Printable(arguments.input) + ": there is nothing to guess from");
+    }
+    const Bytes content = file.Content().subspan(arguments.offset);
+    std::vector<Guess> guesses =
+        VexaGuess::RankLayouts(content.first(std::min(content.size(), kRankedBytes)), content.size(), arguments.most);
+    if (guesses.empty() || guesses[0].bitsPerByte > VexaGuess::kExplainsNothing) {
+        throw Failure(ExitCode::kInput, Printable(arguments.input) +
+                                            ": no rows of a picture found; the file may be compressed or too short");
+    }
+    for (Guess& guess : guesses) {
+        guess.offset += arguments.offset;
+    }
+    if (arguments.json) {
+        PrintJson(guesses);
+    } else {
+        PrintRanking(guesses);
+    }
+    if (writer.Wanted()) {
+        writer.Write(SheetOf(guesses, file.Content(), arguments.tileWidth));
+    }
+}
+
+void Run(const Arguments& arguments) {
+    if (arguments.size.empty()) {
+        RunRanking(arguments);
+    } else if (arguments.output.path.empty()) {
+        throw Failure(ExitCode::kUsage, "with --size the formats are shown on a contact sheet; name a picture for it");
+    } else {
+        RunWithSize(arguments);
+    }
 }
 
 }  // namespace
@@ -184,11 +276,14 @@ void Run(const Arguments& arguments) {
 void AddGuess(CLI::App& app) {
     auto arguments = std::make_shared<Arguments>();
     CLI::App& command =
-        *app.add_subcommand("guess", "Show a file of unknown layout under every plausible format, side by side");
+        *app.add_subcommand("guess", "Rank the layouts that a file of unknown layout may have, and show them");
     command.add_option("INPUT", arguments->input, "Raw file")->required();
-    command.add_option("OUTPUT", arguments->output.path, "Picture for the contact sheet")->required();
-    command.add_option("-s,--size", arguments->size, "Size of the frame, WIDTHxHEIGHT")->required();
+    command.add_option("OUTPUT", arguments->output.path, "Picture for the contact sheet");
+    auto* size = command.add_option("-s,--size", arguments->size,
+                                    "Size of the frame, WIDTHxHEIGHT: show it under every plausible format");
     AddWhole(command, "--offset", arguments->offset, "Bytes to skip before the frame");
+    AddWhole(command, "--most", arguments->most, "Layouts to list (default: 5)", 1, 64)->excludes(size);
+    command.add_flag("--json", arguments->json, "Print the ranking as JSON")->excludes(size);
     AddWhole(command, "--tile-width", arguments->tileWidth, "Largest width of a tile in pixels (default: 480)", 16,
              8192);
     arguments->results.AddTo(command);
