@@ -58,8 +58,20 @@ def read_netpbm(data):
     return np.frombuffer(pixels, np.uint8).reshape(shape)
 
 
-def read_png(data):
-    """An 8-bit PNG as an array in the order of the file (RGB)."""
+def read_grey_words(data):
+    """The 16-bit samples of a grey PNG or PGM."""
+    if data[:2] == b"P5":
+        _, size, most, pixels = data.split(b"\n", 3)
+        width, height = map(int, size.split())
+        assert most == b"65535" and len(pixels) == 2 * width * height
+        return np.frombuffer(pixels, ">u2").reshape(height, width)
+    (width, height, bits, colour), rows = png_rows(data)
+    assert (bits, colour, rows.shape) == (16, 0, (height, 1 + 2 * width))
+    return unfiltered(rows, 2).reshape(height, 2 * width).view(">u2")
+
+
+def png_rows(data):
+    """Width, height, bits and colour type of a PNG, and its rows as they are filtered."""
     assert data[:8] == b"\x89PNG\r\n\x1a\n"
     at, packed, header = 8, b"", None
     while at < len(data):
@@ -72,14 +84,25 @@ def read_png(data):
         packed += body if kind == b"IDAT" else b""
         at += 12 + length
     width, height, bits, colour = header[:4]
+    return header[:4], np.frombuffer(zlib.decompress(packed), np.uint8).reshape(height, -1)
+
+
+def unfiltered(rows, pixel_bytes):
+    """The pixels' bytes, undone of the filters none and sub, which look at the pixel to the left."""
+    picture = np.zeros((len(rows), rows.shape[1] - 1), np.uint8)
+    for y, row in enumerate(rows):
+        assert row[0] in (0, 1)
+        pixels = row[1:].reshape(-1, pixel_bytes)
+        picture[y] = (np.cumsum(pixels, axis=0, dtype=np.uint8) if row[0] == 1 else pixels).ravel()
+    return picture
+
+
+def read_png(data):
+    """An 8-bit PNG as an array in the order of the file (RGB)."""
+    (width, height, bits, colour), rows = png_rows(data)
     assert bits == 8
     channels = {0: 1, 2: 3, 6: 4}[colour]
-    rows = np.frombuffer(zlib.decompress(packed), np.uint8).reshape(height, 1 + width * channels)
-    picture = np.zeros((height, width * channels), np.uint8)
-    for y in range(height):
-        assert rows[y, 0] == 1 or not rows[y, 0]  # filters none and sub
-        row = rows[y, 1:].reshape(width, channels)
-        picture[y] = (np.cumsum(row, axis=0, dtype=np.uint8) if rows[y, 0] == 1 else row).ravel()
+    picture = unfiltered(rows, channels)
     return picture.reshape((height, width, channels) if channels > 1 else (height, width))
 
 

@@ -92,10 +92,30 @@ void RunWithKind(ConversionOptions conversion, OutputKind kind) {
     RunConversion(conversion);
 }
 
+/// What --bits 16 does not go with, whatever the frames are.
+void CheckBits(const RenderOptions& render, OutputKind kind) {
+    if (render.bits != 16) {
+        return;
+    }
+    if (!HoldsWords(kind)) {
+        throw Failure(ExitCode::kUsage,
+                      std::string("--bits 16 is for png and pgm files, not for ") + ExtensionOf(kind));
+    }
+    if (render.levels.given) {
+        throw Failure(ExitCode::kUsage,
+                      "--bits 16 keeps the samples as they are; --white-balance, --black-level, --exposure and --tone "
+                      "make 8 bits of them");
+    }
+    if (render.alpha) {
+        throw Failure(ExitCode::kUsage, "--bits 16 is for grey pictures, which have no --alpha");
+    }
+}
+
 void RunConvert(const Arguments& arguments) {
     ConversionOptions conversion = WithPaths(arguments);
     conversion.encode.render.adaptive = arguments.bayerMode == "acpi";
     const OutputKind kind = ChooseKind(arguments, conversion.output);
+    CheckBits(conversion.encode.render, kind);
     RunWithKind(conversion, kind);
 }
 
@@ -169,6 +189,10 @@ void AddConvert(CLI::App& app) {
                     "depth with levels)")
         ->check(CLI::IsMember({"default", "acpi"}));
     command.add_flag("-g,--grey", encode.render.grey, "Show Bayer frames as grey mosaics");
+    command
+        .add_option("--bits", encode.render.bits,
+                    "Bits of a grey sample in png and pgm files: 8 (default), or 16 for all of it")
+        ->check(CLI::IsMember({"8", "16"}));
     AddLevels(command, encode.render.levels);
     command.add_option("--range", arguments->conversion.input.range, "Range of YUV samples: full (default) or limited")
         ->check(CLI::IsMember({"full", "limited"}));

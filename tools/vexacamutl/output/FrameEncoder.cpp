@@ -10,6 +10,24 @@
 
 namespace VexaTool {
 
+namespace {
+
+/// For frames that are converted to colour.
+void CheckColour(const FormatInfo& format, const EncodeOptions& options) {
+    const bool bayer = format.kind == Kind::kBayer;
+    const std::string converted = "but " + std::string(format.name) + " is converted to colour";
+    if (options.render.bits == 16) {
+        throw Failure(ExitCode::kUnsupported,
+                      "--bits 16 is for grey pictures, " + converted + (bayer ? "; add --grey" : ""));
+    }
+    if (options.kind == OutputKind::kPgm) {
+        throw Failure(ExitCode::kUnsupported, "a pgm file holds grey pictures, " + converted +
+                                                  (bayer ? "; add --grey or choose ppm" : "; choose ppm"));
+    }
+}
+
+}  // namespace
+
 Bytes FrameEncoder::Encode(const RawShape& shape, Bytes tight) {
     if (!options_.reversal.wanted) {
         return EncodeShown(shape, tight);
@@ -28,10 +46,8 @@ Bytes FrameEncoder::EncodeShown(const RawShape& shape, Bytes tight) {
         return encoded_;
     }
     const bool grey = IsGrey(*shape.format, options_.render);
-    if (options_.kind == OutputKind::kPgm && !grey) {
-        const char* remedy = shape.format->kind == Kind::kBayer ? "; add --grey or choose ppm" : "; choose ppm";
-        throw Failure(ExitCode::kUnsupported, "a pgm file holds grey pictures, but " + std::string(shape.format->name) +
-                                                  " is converted to colour" + remedy);
+    if (!grey) {
+        CheckColour(*shape.format, options_);
     }
     const bool holdsAlpha =
         options_.kind == OutputKind::kPng || options_.kind == OutputKind::kBmp || options_.kind == OutputKind::kVbmp;
@@ -39,7 +55,7 @@ Bytes FrameEncoder::EncodeShown(const RawShape& shape, Bytes tight) {
     RenderOptions render = options_.render;
     render.alpha = options_.kind == OutputKind::kBgra || (render.alpha && holdsAlpha);
     renderer_.Render(shape, tight, render, picture_);
-    if (grey && holdsOneChannel && !render.alpha) {
+    if (grey && holdsOneChannel && picture_.channels == 3) {
         KeepOneChannel(picture_, grey_);
         return EncodePicture(grey_, options_.kind, options_.pngLevel, encoded_);
     }

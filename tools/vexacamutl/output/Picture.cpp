@@ -62,10 +62,15 @@ void KeepFirstChannels(const Picture& from, Picture& to, uint32_t channels) {
     }
 }
 
-void Resize(Picture& picture, const RawShape& shape, uint32_t channels) {
+uint32_t OutputOf(const RenderOptions& options) {
+    return options.bits == 16 ? VCF_OUTPUT_GREY16 : options.alpha ? VCF_OUTPUT_BGRA : VCF_OUTPUT_BGR;
+}
+
+void Resize(Picture& picture, const RawShape& shape, const RenderOptions& options) {
     picture.width = shape.width;
     picture.height = shape.height;
-    picture.channels = channels;
+    picture.channels = options.bits == 16 ? 1 : options.alpha ? 4 : 3;
+    picture.sampleBytes = options.bits / 8;
     picture.bytes.resize(picture.RowBytes() * picture.height);
 }
 
@@ -96,8 +101,8 @@ void Renderer::Prepare(const RawShape& shape, uint32_t output, const VcfSettings
 void Renderer::Render(const RawShape& shape, Bytes frame, const RenderOptions& options, Picture& picture) {
     VcfSettings settings = SettingsFor(shape, frame, options.levels);
     settings.demosaic = DemosaicOf(shape, options);
-    Prepare(shape, options.alpha ? VCF_OUTPUT_BGRA : VCF_OUTPUT_BGR, settings);
-    Resize(picture, shape, options.alpha ? 4 : 3);
+    Prepare(shape, OutputOf(options), settings);
+    Resize(picture, shape, options);
     char text[VCF_TEXT_BYTES];
     const VcfStatus status =
         VcfConvert(converter_.get(), frame.data(), frame.size(), picture.bytes.data(), 0, text, sizeof text);

@@ -4,6 +4,8 @@
 // A picture in memory, and how one is made of a raw frame: this is where the tool calls the libraries.
 //
 //     channels 1   grey     channels 3   B G R     channels 4   B G R A
+//
+// Samples are bytes; those of grey pictures can be 16-bit words instead, the low byte first.
 #pragma once
 
 #include <memory>
@@ -20,8 +22,9 @@ struct Picture {
     uint32_t height = 0;
     uint32_t channels = 0;
     std::vector<uint8_t> bytes;
+    uint32_t sampleBytes = 1;
 
-    size_t RowBytes() const { return size_t{width} * channels; }
+    size_t RowBytes() const { return size_t{width} * channels * sampleBytes; }
     const uint8_t* Row(size_t r) const { return bytes.data() + r * RowBytes(); }
     uint8_t* Row(size_t r) { return bytes.data() + r * RowBytes(); }
 };
@@ -30,6 +33,7 @@ struct RenderOptions {
     bool grey = false;      ///< show Bayer frames as the mosaic that they are
     bool alpha = false;     ///< four channels instead of three
     bool adaptive = false;  ///< demosaic by ACPI where the frame permits it
+    uint32_t bits = 8;      ///< 16: grey pictures in words that hold the whole sample
     LevelOptions levels;
 };
 
@@ -39,7 +43,7 @@ bool IsGrey(const FormatInfo& format, const RenderOptions& options);
 /// Makes pictures by the frames layer; keeps its converter from frame to frame. One for each thread.
 class Renderer {
   public:
-    /// `frame` is tight (see Unpack.h). The picture has three or four channels.
+    /// `frame` is tight (see Unpack.h). The picture has three or four channels, or with 16 bits one.
     void Render(const RawShape& shape, Bytes frame, const RenderOptions& options, Picture& picture);
 
   private:

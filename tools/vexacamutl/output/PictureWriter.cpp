@@ -157,15 +157,25 @@ void EncodeBmp(const Picture& picture, std::vector<uint8_t>& bytes) {
     }
 }
 
+/// The bytes of each pair exchanged.
+void CopyBigEndian(Bytes words, uint8_t* to) {
+    for (size_t i = 0; i + 1 < words.size(); i += 2) {
+        to[i] = words[i + 1];
+        to[i + 1] = words[i];
+    }
+}
+
 /// P6 of pictures with three channels, P5 of grey ones. The library's exchange of red and blue works both ways.
 void EncodeNetpbm(const Picture& picture, std::vector<uint8_t>& bytes) {
     const bool grey = picture.channels == 1;
     const std::string header = std::string(grey ? "P5" : "P6") + "\n" + std::to_string(picture.width) + " " +
-                               std::to_string(picture.height) + "\n255\n";
+                               std::to_string(picture.height) + (picture.sampleBytes == 2 ? "\n65535\n" : "\n255\n");
     bytes.resize(header.size() + picture.bytes.size());
     std::copy(header.begin(), header.end(), bytes.begin());
     uint8_t* const pixels = bytes.data() + header.size();
-    if (grey) {
+    if (picture.sampleBytes == 2) {
+        CopyBigEndian(picture.bytes, pixels);
+    } else if (grey) {
         std::copy(picture.bytes.begin(), picture.bytes.end(), pixels);
     } else if (ConvRGB8PToBGR(pixels, picture.bytes.data(), picture.width, picture.height) != UTL_STS_SUCCESS) {
         throw Failure(ExitCode::kUnsupported, "cannot exchange red and blue");
@@ -206,10 +216,13 @@ void EncodePng(const Picture& picture, int level, std::vector<uint8_t>& bytes) {
     png_set_compression_level(writer.png, level);
     png_set_filter(writer.png, 0,
                    PNG_FILTER_SUB);  // one filter: nearly as small as the search for the best, far quicker
-    png_set_IHDR(writer.png, writer.info, picture.width, picture.height, 8, type, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_set_IHDR(writer.png, writer.info, picture.width, picture.height, static_cast<int>(8 * picture.sampleBytes),
+                 type, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(writer.png, writer.info);
     png_set_bgr(writer.png);
+    if (picture.sampleBytes == 2) {
+        png_set_swap(writer.png);
+    }
     for (size_t r = 0; r < picture.height; ++r) {
         png_write_row(writer.png, picture.Row(r));
     }
@@ -257,6 +270,10 @@ std::string OutputKindNames() {
 
 bool IsFrameKind(OutputKind kind) {
     return kind == OutputKind::kRwh || kind == OutputKind::kRaw;
+}
+
+bool HoldsWords(OutputKind kind) {
+    return kind == OutputKind::kPng || kind == OutputKind::kPgm;
 }
 
 bool IsAppendable(OutputKind kind) {

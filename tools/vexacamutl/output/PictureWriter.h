@@ -4,8 +4,8 @@
 // Pictures and raw frames as the bytes of a file. Everything is encoded in memory first and then written by OutputFile,
 // the one place that checks writes.
 //
-//     png    8-bit grey, RGB or RGBA
-//     ppm    P6, RGB            pgm   P5, grey pictures only
+//     png    8-bit grey, RGB or RGBA, 16-bit grey
+//     ppm    P6, RGB            pgm   P5, grey pictures only, 8 or 16 bits
 //     bmp    the common bitmap (14 + 40 byte headers), which viewers open
 //     vbmp   the library's own bitmap (22 + 80 byte headers), written by its SaveBmp functions
 //     bgra, bgr                 the bare pixel bytes, as ffmpeg's rawvideo has them
@@ -34,6 +34,9 @@ std::string OutputKindNames();
 
 /// True for the raw frame itself.
 bool IsFrameKind(OutputKind kind);
+
+/// True when files of this kind can have 16-bit samples.
+bool HoldsWords(OutputKind kind);
 
 /// True when frames of this kind simply follow each other in one file.
 bool IsAppendable(OutputKind kind);
