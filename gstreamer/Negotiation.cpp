@@ -44,7 +44,7 @@ bool IsServed(GstVideoColorMatrix matrix) {
            matrix == GST_VIDEO_COLOR_MATRIX_FCC || matrix == GST_VIDEO_COLOR_MATRIX_BT2020;
 }
 
-/// Range and matrix of YUV. Without a word in the caps it is BT.601 in GStreamer's default range, whatever the size.
+/// Range and matrix of YUV. Without a word in the caps it is BT.601 in GStreamer's default range, for every size.
 bool ReadColorimetry(const GstStructure* caps, const Settings& settings, Job* job, std::string* error) {
     const bool isYuv = job->input.format->samples->kind == VCF_KIND_YUV;
     const gchar* const text = gst_structure_get_string(caps, "colorimetry");

@@ -99,20 +99,20 @@ GstFlowReturn HandleFrame(GstBaseParse* parse, GstBaseParseFrame* frame, gint* s
     return gst_base_parse_finish_frame(parse, frame, static_cast<gint>(needed));
 }
 
-void SetDecoderProperty(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void SetDecoderProperty(GObject* object, guint id, const GValue* value, GParamSpec* pspec) {
     if (id == kIdFrameRate) {
         Self(object)->rate[0] = gst_value_get_fraction_numerator(value);
         Self(object)->rate[1] = gst_value_get_fraction_denominator(value);
     } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
 }
 
-void GetDecoderProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void GetDecoderProperty(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
     if (id == kIdFrameRate) {
         gst_value_set_fraction(value, Self(object)->rate[0], Self(object)->rate[1]);
     } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
 }
 

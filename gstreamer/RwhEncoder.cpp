@@ -105,23 +105,23 @@ GstFlowReturn Transform(GstBaseTransform*, GstBuffer*, GstBuffer*) {
     return GST_FLOW_OK;
 }
 
-void SetEncoderProperty(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void SetEncoderProperty(GObject* object, guint id, const GValue* value, GParamSpec* pspec) {
     if (id == kIdDepth) {
         GST_OBJECT_LOCK(object);
         Self(object)->depth = g_value_get_uint(value);
         GST_OBJECT_UNLOCK(object);
     } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
 }
 
-void GetEncoderProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void GetEncoderProperty(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
     if (id == kIdDepth) {
         GST_OBJECT_LOCK(object);
         g_value_set_uint(value, Self(object)->depth);
         GST_OBJECT_UNLOCK(object);
     } else {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
 }
 

@@ -46,8 +46,8 @@ constexpr GEnumValue kTones[] = {{static_cast<int>(Tone::kLinear), "samples as t
                                  {0, nullptr, nullptr}};
 constexpr GEnumValue kYuvRanges[] = {
     {static_cast<int>(YuvRange::kAuto), "range and matrix of the caps; limited and BT.601 if they say nothing", "auto"},
-    {static_cast<int>(YuvRange::kFull), "0..255, BT.601, whatever the caps say", "full"},
-    {static_cast<int>(YuvRange::kLimited), "16..235 and 16..240, BT.601, whatever the caps say", "limited"},
+    {static_cast<int>(YuvRange::kFull), "0..255, BT.601; the caps are ignored", "full"},
+    {static_cast<int>(YuvRange::kLimited), "16..235 and 16..240, BT.601; the caps are ignored", "limited"},
     {0, nullptr, nullptr}};
 
 void AddEnum(GObjectClass* type, guint id, const char* name, const char* text, const char* typeName,

@@ -222,21 +222,21 @@ GstFlowReturn Transform(GstBaseTransform* element, GstBuffer* in, GstBuffer* out
     return GST_FLOW_ERROR;
 }
 
-void SetConvertProperty(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void SetConvertProperty(GObject* object, guint id, const GValue* value, GParamSpec* pspec) {
     GST_OBJECT_LOCK(object);
     const bool known = SetProperty(&StateOf(object).settings, id, value);
     GST_OBJECT_UNLOCK(object);
     if (!known) {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
 }
 
-void GetConvertProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void GetConvertProperty(GObject* object, guint id, GValue* value, GParamSpec* pspec) {
     GST_OBJECT_LOCK(object);
     const bool known = GetProperty(StateOf(object).settings, id, value);
     GST_OBJECT_UNLOCK(object);
     if (!known) {
-        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+        G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, pspec);
     }
 }
 

@@ -137,7 +137,7 @@
  *              v = floor(255 (1.055 t^(1 / 2.4) - 0.055) + 1/2)     above
  *
  * The three formulas for v are meant in exact arithmetic; the library gives
- * their value for every x and every gamma, whatever the rounding mode. Depth
+ * their value for every x and every gamma, in every rounding mode. Depth
  * 12 without gain is thus scaled and rounded (4095 becomes 255), where a
  * conversion without levels shifts. Packed colour goes the same way per
  * channel. YUV has no raw samples: levels are refused.

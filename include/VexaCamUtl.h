@@ -353,7 +353,7 @@ typedef uint32_t ConvDstFormat;
  * @param height in rows
  * @return UTL_STS_SUCCESS; UTL_STS_INVALID_PARAMETER if dst or src is null;
  *         UTL_STS_NOT_INITIALIZED from the Mono-to-BGRA and the YUV converters
- *         before PrepareLUT. Both errors are returned whatever the size, and
+ *         before PrepareLUT. Both errors are returned for every size, and
  *         then nothing is written.
  */
 typedef UtlStatus (*ConverterFunc)(void* dst, const void* src, uint32_t width, uint32_t height);
@@ -817,7 +817,7 @@ VEXACAMUTL_API UtlStatus SaveRWH(const void* frame, PixelFormat format, uint32_t
  *                 receives row size * height bytes: a block of the caller's, or,
  *                 if *frame is null, a block of exactly that size that this
  *                 function gets from malloc and stores in *frame. The caller
- *                 frees it, whatever the status.
+ *                 frees it, also after an error.
  * @param format   receives the pixel format, unless null
  * @param width    receives the width in pixels, unless null
  * @param height   receives the height in rows, unless null

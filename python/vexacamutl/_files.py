@@ -319,7 +319,7 @@ def load_rwh(path: Path) -> RawFrame:
     _expect_readable(text, load_rwh_header(text))
     address = ctypes.c_void_p()
     header = _load(text, address)
-    assert address.value is not None, "LoadRWH succeeds with a block, of whatever size"
+    assert address.value is not None, "LoadRWH succeeds with a block, also of no bytes"
     block = _Block(address.value, header.row_size * header.height % WORD_LIMIT, os.path.abspath(text))
     _expect_readable(text, header)
     return RawFrame(header.format, header.width, header.height, header.row_size, _shaped(np.asarray(block), header))

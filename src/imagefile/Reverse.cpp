@@ -74,7 +74,7 @@ uint64_t BytesOfPixels(const UnitClass& unit, uint64_t pixels) {
 
 void TurnUpsideDown(uint8_t* dst, const uint8_t* src, uint32_t rowBytes, uint32_t height) {
     if (rowBytes == 0) {
-        return;  // whatever the height claims
+        return;  // for every height
     }
     // Required: the offset of the last row is a product modulo 2^32.
     const uint8_t* lastRow = src + WrappingProduct32(height - 1, rowBytes);
@@ -88,7 +88,7 @@ void Mirror(uint8_t* dst, const uint8_t* src, const UnitClass& unit, uint32_t wi
     const size_t units = width / unit.unitPixels;
     const uint64_t rowBytes = BytesOfPixels(unit, width);
     if (units == 0) {
-        return;  // whatever the height claims
+        return;  // for every height
     }
     for (uint32_t r = 0; r < height; ++r) {
         reverse(dst, src, units);

@@ -139,7 +139,7 @@ bool FitsTenBits(std::span<const uint8_t> rows, size_t rowBytes) {
     return used * 16 * 3 <= rows.size();
 }
 
-/// The samples of the rows, whatever they are of, as those of a grey frame.
+/// The samples of the rows, read as those of a grey frame.
 bool ReadSamples(std::span<const uint8_t> rows, const Hypothesis& hypothesis, Plane& plane) {
     if (plane.Rows() == 0 || plane.Columns() == 0) {
         return false;
