@@ -71,8 +71,12 @@ if(TARGET vexacamutl)
   # The tool's folder found them, and its variables are not visible here.
   get_directory_property(cli11_version DIRECTORY ${PROJECT_SOURCE_DIR}/tools/vexacamutl DEFINITION CLI11_VERSION)
   get_directory_property(png_version DIRECTORY ${PROJECT_SOURCE_DIR}/tools/vexacamutl DEFINITION PNG_VERSION_STRING)
+  get_directory_property(jpeg_version DIRECTORY ${PROJECT_SOURCE_DIR}/tools/vexacamutl DEFINITION JPEG_TURBO_VERSION)
+  get_directory_property(tiff_version DIRECTORY ${PROJECT_SOURCE_DIR}/tools/vexacamutl DEFINITION TIFF_VERSION_STRING)
   vexa_sbom_package(CLI11 "${cli11_version}" BSD-3-Clause STATIC_LINK)
   vexa_sbom_package(libpng "${png_version}" libpng-2.0 DYNAMIC_LINK)
+  vexa_sbom_package(libjpeg-turbo "${jpeg_version}" "IJG AND BSD-3-Clause" DYNAMIC_LINK)
+  vexa_sbom_package(libtiff "${tiff_version}" libtiff DYNAMIC_LINK)
 endif()
 vexa_sbom_package(libstdcxx "${CMAKE_CXX_COMPILER_VERSION}" GPL-3.0-with-GCC-exception DYNAMIC_LINK)
 

@@ -59,7 +59,11 @@ def read_netpbm(data):
 
 
 def read_grey_words(data):
-    """The 16-bit samples of a grey PNG or PGM."""
+    """The 16-bit samples of a grey PNG, TIFF or PGM."""
+    if data[:2] == b"II":
+        tags, pixels = read_tiff(data)
+        assert (tags[258], tags[262], tags.get(277, [1])) == ([16], [1], [1])
+        return np.frombuffer(pixels, "<u2").reshape(tags[257][0], tags[256][0])
     if data[:2] == b"P5":
         _, size, most, pixels = data.split(b"\n", 3)
         width, height = map(int, size.split())
@@ -68,6 +72,36 @@ def read_grey_words(data):
     (width, height, bits, colour), rows = png_rows(data)
     assert (bits, colour, rows.shape) == (16, 0, (height, 1 + 2 * width))
     return unfiltered(rows, 2).reshape(height, 2 * width).view(">u2")
+
+
+def read_tiff(data):
+    """Tags and pixel bytes of a little-endian TIFF file with one directory and strips that are not compressed."""
+    magic, version, at = struct.unpack("<2sHI", data[:8])
+    assert (magic, version) == (b"II", 42)
+    (count,) = struct.unpack_from("<H", data, at)
+    assert struct.unpack_from("<I", data, at + 2 + 12 * count) == (0,)
+    tags = {}
+    for n in range(count):
+        tag, kind, values = struct.unpack_from("<HHI", data, at + 2 + 12 * n)
+        code, size = {3: ("H", 2), 4: ("I", 4)}[kind]
+        here = at + 10 + 12 * n
+        place = here if size * values <= 4 else struct.unpack_from("<I", data, here)[0]
+        tags[tag] = list(struct.unpack_from(f"<{values}{code}", data, place))
+    assert (tags[259], tags[284]) == ([1], [1])
+    return tags, b"".join(data[offset:offset + length] for offset, length in zip(tags[273], tags[279]))
+
+
+def jpeg_header(data):
+    """Height, width, bits and the sampling factors of the components of a JFIF file, and its first table."""
+    assert data[:4] == b"\xff\xd8\xff\xe0" and data[6:11] == b"JFIF\0" and data[-2:] == b"\xff\xd9"
+    at, table = 2, None
+    while data[at + 1] != 0xC0:
+        (length,) = struct.unpack_from(">H", data, at + 2)
+        if data[at + 1] == 0xDB and table is None:
+            table = list(data[at + 5:at + 69])
+        at += 2 + length
+    bits, height, width, components = struct.unpack_from(">BHHB", data, at + 4)
+    return height, width, bits, [data[at + 11 + 3 * n] for n in range(components)], table
 
 
 def png_rows(data):

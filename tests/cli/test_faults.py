@@ -19,7 +19,7 @@ def limit_files_to(size):
     return lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
 
 
-@pytest.mark.parametrize("kind", ["png", "ppm", "bmp", "vbmp", "bgra", "rwh", "raw"])
+@pytest.mark.parametrize("kind", ["png", "tif", "jpg", "ppm", "bmp", "vbmp", "bgra", "rwh", "raw"])
 @pytest.mark.parametrize("size", [0, 10, 60, 100000])
 def test_no_room_for_the_result(tool, kind, size):
     if size == 0 and "thread" in os.environ.get("VEXACAMUTL_SANITIZE", ""):

@@ -7,7 +7,7 @@ import pytest
 FRAME = bytes(48)
 SHAPE = ["-f", "BayerRG8", "-s", "8x6"]
 
-KINDS = "png, ppm, pgm, bmp, vbmp, bgra, bgr, rwh, raw"
+KINDS = "png, tif, tiff, jpg, jpeg, ppm, pgm, bmp, vbmp, bgra, bgr, rwh, raw"
 
 MISTAKES = {
     "no verb": (2, [], "A subcommand is required (see: vexacamutl --help)"),
@@ -58,12 +58,12 @@ MISTAKES = {
                     "empty.raw: 0 bytes are not a whole number of frames of 48 bytes (BayerRG8 8x6)"),
     "folder as input": (2, ["convert", *SHAPE, "folder", "out.png"],
                         "folder is a folder; give --output-dir for the results"),
-    "unknown extension": (2, ["convert", *SHAPE, "in.raw", "out.jpg"],
-                          f"out.jpg: unknown kind of output; end the name with one of these, or say --to: {KINDS}"),
+    "unknown extension": (2, ["convert", *SHAPE, "in.raw", "out.gif"],
+                          f"out.gif: unknown kind of output; end the name with one of these, or say --to: {KINDS}"),
     "no extension": (2, ["convert", *SHAPE, "in.raw", "out"],
                      f"out: unknown kind of output; end the name with one of these, or say --to: {KINDS}"),
-    "unknown kind": (2, ["convert", *SHAPE, "--to", "jpeg", "in.raw", "out.png"],
-                     f"invalid kind of output 'jpeg': expected one of {KINDS}"),
+    "unknown kind": (2, ["convert", *SHAPE, "--to", "gif", "in.raw", "out.png"],
+                     f"invalid kind of output 'gif': expected one of {KINDS}"),
     "missing folder": (4, ["convert", *SHAPE, "in.raw", "none/out.png"],
                        "in.raw: cannot write none/out.png: No such file or directory"),
     "output is a folder": (4, ["synth", *SHAPE, "folder.png"], "cannot write folder.png: Is a directory"),

@@ -1,14 +1,17 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
 #
-# Grey pictures of 16 bits: every bit of every sample, whatever the depth.
+# Grey pictures of 16 bits: every bit of every sample, whatever the depth. TIFF and JPEG files.
+import shutil
+import subprocess
+
 import numpy as np
 import pytest
-from model import pack_bit_stream, random_samples, read_grey_words, read_png
+from model import jpeg_header, pack_bit_stream, random_samples, read_grey_words, read_netpbm, read_png, read_tiff
 
 W, H = 8, 6
 SIZE = ["-s", f"{W}x{H}"]
-WORDS = ["png", "pgm"]
+WORDS = ["png", "pgm", "tif"]
 
 
 def widened(sample, depth):
@@ -65,7 +68,7 @@ def test_many_frames_on_many_threads(tool):
         assert (read_grey_words(tool.read(f"f_{n}.png")) == words_of(frame, 10)).all()
 
 
-@pytest.mark.parametrize("kind", ["ppm", "bmp", "vbmp", "bgra", "bgr", "rwh", "raw"])
+@pytest.mark.parametrize("kind", ["ppm", "bmp", "vbmp", "bgra", "bgr", "rwh", "raw", "jpg"])
 def test_kinds_without_words(tool, kind):
     tool.write("in.raw", bytes(2 * W * H))
     line = tool.bad(2, "convert", "-f", "Mono12", *SIZE, "--bits", 16, "in.raw", f"out.{kind}")
@@ -95,3 +98,103 @@ def test_what_makes_eight_bits_is_refused(tool, options):
 def test_wrong_bits(tool, value):
     tool.write("in.raw", bytes(2 * W * H))
     assert "--bits" in tool.bad(2, "convert", "-f", "Mono12", *SIZE, f"--bits={value}", "in.raw", "out.png")
+
+
+@pytest.mark.parametrize("size", [(1, 1), (8, 6), (641, 50)])
+@pytest.mark.parametrize("name", ["BayerRG8", "Mono8", "RGB8Packed"])
+def test_tiff_holds_what_netpbm_holds(tool, name, size):
+    """Many strips in the largest; the same pixels as in a file that the tests can read without tags."""
+    width, height = size
+    tool.write("in.raw", random_samples(width * height * (3 if name == "RGB8Packed" else 1), 8).tobytes())
+    other = "pgm" if name == "Mono8" else "ppm"
+    for result in ("out.tif", f"out.{other}"):
+        tool.good("convert", "-f", name, "-s", f"{width}x{height}", "in.raw", result)
+    tags, pixels = read_tiff(tool.read("out.tif"))
+    channels = 1 if name == "Mono8" else 3
+    assert (tags[256], tags[257], tags[258]) == ([width], [height], [8] * channels)
+    assert (tags[262], tags.get(277, [1])) == ([1 if channels == 1 else 2], [channels])
+    assert pixels == read_netpbm(tool.read(f"out.{other}")).tobytes()
+    assert set(tags) <= {256, 257, 258, 259, 262, 273, 274, 277, 278, 279, 284}  # no time, no name
+
+
+@pytest.mark.parametrize("kind", ["tif", "jpg"])
+def test_same_picture_same_bytes(tool, kind):
+    tool.write("in.raw", random_samples(64 * 48 * 4, 8).tobytes())
+    shape = ["-f", "BayerGR8", "-s", "64x48"]
+    tool.good("convert", *shape, "-j", 4, "in.raw", f"a_%d.{kind}")
+    tool.good("convert", *shape, "-j", 1, "-t", kind, "-o", "b", "in.raw")
+    for n in range(4):
+        assert tool.read(f"a_{n}.{kind}") == tool.read(f"b/in_0000{n}.{kind}")
+    assert tool.good("convert", *shape, "-t", kind, "--frame", 2, "in.raw", "-") == tool.read(f"a_2.{kind}")
+
+
+def test_long_extensions(tool):
+    tool.write("in.raw", random_samples(W * H, 8).tobytes())
+    for short, long in (("tif", "tiff"), ("jpg", "JPEG")):
+        for kind in (short, long):
+            tool.good("convert", "-f", "Mono8", *SIZE, "in.raw", f"out.{kind}")
+        assert tool.read(f"out.{short}") == tool.read(f"out.{long}")
+        tool.good("convert", "-f", "Mono8", *SIZE, "-t", long, "-o", "folder", "in.raw")
+    assert tool.names("folder/*") == ["folder/in.jpg", "folder/in.tif"]
+
+
+@pytest.mark.parametrize("name,components", [("Mono8", [0x11]), ("BayerRG8", [0x22, 0x11, 0x11])])
+def test_header_of_jpeg(tool, name, components):
+    tool.write("in.raw", random_samples(33 * 17, 8).tobytes())
+    tool.good("convert", "-f", name, "-s", "33x17", "in.raw", "out.jpg")
+    assert jpeg_header(tool.read("out.jpg"))[:4] == (17, 33, 8, components)
+
+
+@pytest.mark.skipif(shutil.which("ffmpeg") is None, reason="no ffmpeg")
+@pytest.mark.parametrize("kind,most", [("tif", 0), ("jpg", 12)])
+def test_another_program_reads_the_picture(tool, kind, most):
+    """A smooth colour picture, where 4:2:0 and quality 100 leave little that differs."""
+    y, x = np.mgrid[0:48, 0:64]
+    picture = np.stack([x * 3, y * 4, (x + y) * 2], axis=-1).astype(np.uint8)
+    tool.write("in.raw", picture.tobytes())
+    tool.good("convert", "-f", "RGB8Packed", "-s", "64x48", "--quality", 100, "in.raw", f"out.{kind}")
+    done = subprocess.run(["ffmpeg", "-v", "error", "-i", f"out.{kind}", "-pix_fmt", "rgb24", "-f", "rawvideo", "-"],
+                          cwd=tool.folder, capture_output=True, check=True)
+    got = np.frombuffer(done.stdout, np.uint8).reshape(picture.shape)
+    assert np.abs(got.astype(int) - picture).max() <= most
+
+
+def test_quality(tool):
+    """The table of quality 50 is the standard's own, 100 divides by nothing, 90 is the default."""
+    tool.write("in.raw", random_samples(64 * 48, 8).tobytes())
+    files = {}
+    for quality in (1, 50, 90, 100):
+        tool.good("convert", "-f", "Mono8", "-s", "64x48", "--quality", quality, "in.raw", "out.jpg")
+        files[quality] = tool.read("out.jpg")
+    assert jpeg_header(files[50])[4][:6] == [16, 11, 12, 14, 12, 10]
+    assert jpeg_header(files[100])[4] == [1] * 64
+    assert len(files[1]) < len(files[50]) < len(files[90]) < len(files[100])
+    tool.good("convert", "-f", "Mono8", "-s", "64x48", "in.raw", "out.jpg")
+    assert tool.read("out.jpg") == files[90]
+
+
+@pytest.mark.parametrize("value", ["0", "101", "-1", "x", "9.5", ""])
+def test_wrong_quality(tool, value):
+    tool.write("in.raw", bytes(W * H))
+    assert "--quality" in tool.bad(2, "convert", "-f", "Mono8", *SIZE, f"--quality={value}", "in.raw", "out.jpg")
+    assert tool.names() == ["in.raw"]
+
+
+@pytest.mark.parametrize("size", ["65501x1", "1x65501"])
+def test_too_large_for_jpeg(tool, size):
+    tool.write("in.raw", bytes(65501))
+    line = tool.bad(5, "convert", "-f", "Mono8", "-s", size, "in.raw", "out.jpg")
+    assert line == ("in.raw: the picture is too large for a JPEG file, which has at most 65500 rows and columns; "
+                    "choose png or tif")
+    assert tool.names() == ["in.raw"]
+    tool.good("convert", "-f", "Mono8", "-s", size, "in.raw", "out.tif")
+    assert len(read_tiff(tool.read("out.tif"))[1]) == 65501
+
+
+def test_scene_and_reversed_frames_as_new_kinds(tool):
+    for kind in ("tif", "jpg"):
+        tool.good("synth", "-s", "64x48", f"scene.{kind}")
+        tool.good("synth", "-f", "BayerRG8", "-s", "64x48", "--sidecar", "in.raw")
+        tool.good("reverse", "-m", "in.raw", f"mirrored.{kind}")
+    ppm = tool.good("convert", "-t", "ppm", "in.raw", "-")
+    assert read_tiff(tool.read("scene.tif"))[1] == read_netpbm(ppm).tobytes()

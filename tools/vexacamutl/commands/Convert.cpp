@@ -99,7 +99,7 @@ void CheckBits(const RenderOptions& render, OutputKind kind) {
     }
     if (!HoldsWords(kind)) {
         throw Failure(ExitCode::kUsage,
-                      std::string("--bits 16 is for png and pgm files, not for ") + ExtensionOf(kind));
+                      std::string("--bits 16 is for png, tif and pgm files, not for ") + ExtensionOf(kind));
     }
     if (render.levels.given) {
         throw Failure(ExitCode::kUsage,
@@ -191,13 +191,14 @@ void AddConvert(CLI::App& app) {
     command.add_flag("-g,--grey", encode.render.grey, "Show Bayer frames as grey mosaics");
     command
         .add_option("--bits", encode.render.bits,
-                    "Bits of a grey sample in png and pgm files: 8 (default), or 16 for all of it")
+                    "Bits of a grey sample in png, tif and pgm files: 8 (default), or 16 for all of it")
         ->check(CLI::IsMember({"8", "16"}));
     AddLevels(command, encode.render.levels);
     command.add_option("--range", arguments->conversion.input.range, "Range of YUV samples: full (default) or limited")
         ->check(CLI::IsMember({"full", "limited"}));
     command.add_flag("--alpha", encode.render.alpha, "Four channels in png, bmp and vbmp files");
     AddWhole(command, "--png-level", encode.pngLevel, "Compression of png files, 0 (none) to 9 (default: 3)", 0, 9);
+    AddWhole(command, "--quality", encode.jpegQuality, "Quality of jpg files, 1 to 100 (default: 90)", 1, 100);
     command.callback([arguments] { RunConvert(*arguments); });
 }
 

@@ -18,7 +18,7 @@ _vexacamutl() {
     case $previous in
         -f | --format) _vexacamutl_words "$("$program" formats --aliases)" ;;
         -b | --bayer-mode) _vexacamutl_words "default acpi" ;;
-        -t | --to) _vexacamutl_words "png ppm pgm bmp vbmp bgra bgr rwh raw" ;;
+        -t | --to) _vexacamutl_words "png tif tiff jpg jpeg ppm pgm bmp vbmp bgra bgr rwh raw" ;;
         -o | --output-dir) mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
         *)
             if [[ $current == -* ]]; then

@@ -9,5 +9,5 @@ complete -c vexacamutl -n "not __fish_use_subcommand" \
 complete -c vexacamutl -n "__fish_seen_subcommand_from formats" -f -a "(vexacamutl formats --aliases | string split -n ' ')"
 complete -c vexacamutl -s f -l format -x -a "(vexacamutl formats --aliases | string split -n ' ')"
 complete -c vexacamutl -s b -l bayer-mode -x -a "default acpi"
-complete -c vexacamutl -s t -l to -x -a "png ppm pgm bmp vbmp bgra bgr rwh raw"
+complete -c vexacamutl -s t -l to -x -a "png tif tiff jpg jpeg ppm pgm bmp vbmp bgra bgr rwh raw"
 complete -c vexacamutl -s o -l output-dir -x -a "(__fish_complete_directories)"

@@ -51,15 +51,16 @@ Bytes FrameEncoder::EncodeShown(const RawShape& shape, Bytes tight) {
     }
     const bool holdsAlpha =
         options_.kind == OutputKind::kPng || options_.kind == OutputKind::kBmp || options_.kind == OutputKind::kVbmp;
-    const bool holdsOneChannel = holdsAlpha || options_.kind == OutputKind::kPgm;
+    const bool holdsOneChannel = holdsAlpha || options_.kind == OutputKind::kPgm || options_.kind == OutputKind::kTif ||
+                                 options_.kind == OutputKind::kJpg;
     RenderOptions render = options_.render;
     render.alpha = options_.kind == OutputKind::kBgra || (render.alpha && holdsAlpha);
     renderer_.Render(shape, tight, render, picture_);
     if (grey && holdsOneChannel && picture_.channels == 3) {
         KeepOneChannel(picture_, grey_);
-        return EncodePicture(grey_, options_.kind, options_.pngLevel, encoded_);
+        return EncodePicture(grey_, options_.kind, options_.pngLevel, encoded_, options_.jpegQuality);
     }
-    return EncodePicture(picture_, options_.kind, options_.pngLevel, encoded_);
+    return EncodePicture(picture_, options_.kind, options_.pngLevel, encoded_, options_.jpegQuality);
 }
 
 void RangeCheck::Add(const RawShape& shape, Bytes tight) {

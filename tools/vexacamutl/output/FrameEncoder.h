@@ -16,6 +16,7 @@ struct EncodeOptions {
     RenderOptions render;
     Reversal reversal;
     int pngLevel = 3;
+    int jpegQuality = 90;
 };
 
 /// Keeps its buffers from frame to frame. One for each thread.

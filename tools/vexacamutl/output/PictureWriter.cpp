@@ -18,6 +18,8 @@
 #include "Failure.h"
 #include "output/Cleanup.h"
 #include "output/Destination.h"
+#include "output/Jpeg.h"
+#include "output/Tiff.h"
 
 namespace VexaTool {
 
@@ -28,10 +30,12 @@ struct OutputKindName {
     OutputKind kind;
 };
 
+/// The first name of a kind is the extension that results in a folder get.
 constexpr OutputKindName kKinds[] = {
-    {"png", OutputKind::kPng}, {"ppm", OutputKind::kPpm},   {"pgm", OutputKind::kPgm},
-    {"bmp", OutputKind::kBmp}, {"vbmp", OutputKind::kVbmp}, {"bgra", OutputKind::kBgra},
-    {"bgr", OutputKind::kBgr}, {"rwh", OutputKind::kRwh},   {"raw", OutputKind::kRaw},
+    {"png", OutputKind::kPng},   {"tif", OutputKind::kTif},   {"tiff", OutputKind::kTif}, {"jpg", OutputKind::kJpg},
+    {"jpeg", OutputKind::kJpg},  {"ppm", OutputKind::kPpm},   {"pgm", OutputKind::kPgm},  {"bmp", OutputKind::kBmp},
+    {"vbmp", OutputKind::kVbmp}, {"bgra", OutputKind::kBgra}, {"bgr", OutputKind::kBgr},  {"rwh", OutputKind::kRwh},
+    {"raw", OutputKind::kRaw},
 };
 
 /// A file that the library's functions can open by its path: in memory, or without /proc, where such a file has no
@@ -273,17 +277,24 @@ bool IsFrameKind(OutputKind kind) {
 }
 
 bool HoldsWords(OutputKind kind) {
-    return kind == OutputKind::kPng || kind == OutputKind::kPgm;
+    return kind == OutputKind::kPng || kind == OutputKind::kTif || kind == OutputKind::kPgm;
 }
 
 bool IsAppendable(OutputKind kind) {
     return kind == OutputKind::kBgra || kind == OutputKind::kBgr || kind == OutputKind::kRaw;
 }
 
-Bytes EncodePicture(const Picture& picture, OutputKind kind, int pngLevel, std::vector<uint8_t>& storage) {
+Bytes EncodePicture(const Picture& picture, OutputKind kind, int pngLevel, std::vector<uint8_t>& storage,
+                    int jpegQuality) {
     switch (kind) {
         case OutputKind::kPng:
             EncodePng(picture, pngLevel, storage);
+            return storage;
+        case OutputKind::kTif:
+            EncodeTiff(picture, storage);
+            return storage;
+        case OutputKind::kJpg:
+            EncodeJpeg(picture, jpegQuality, storage);
             return storage;
         case OutputKind::kBmp:
             EncodeBmp(picture, storage);

@@ -6,6 +6,7 @@
 //
 //     png    8-bit grey, RGB or RGBA, 16-bit grey
 //     ppm    P6, RGB            pgm   P5, grey pictures only, 8 or 16 bits
+//     tif    grey of 8 or 16 bits, RGB      jpg   grey or colour, lossy
 //     bmp    the common bitmap (14 + 40 byte headers), which viewers open
 //     vbmp   the library's own bitmap (22 + 80 byte headers), written by its SaveBmp functions
 //     bgra, bgr                 the bare pixel bytes, as ffmpeg's rawvideo has them
@@ -19,7 +20,7 @@
 
 namespace VexaTool {
 
-enum class OutputKind { kPng, kPpm, kPgm, kBmp, kVbmp, kBgra, kBgr, kRwh, kRaw };
+enum class OutputKind { kPng, kTif, kJpg, kPpm, kPgm, kBmp, kVbmp, kBgra, kBgr, kRwh, kRaw };
 
 /// By its name or extension, "png"; nothing for an unknown one.
 std::optional<OutputKind> FindOutputKind(const std::string& name);
@@ -42,7 +43,8 @@ bool HoldsWords(OutputKind kind);
 bool IsAppendable(OutputKind kind);
 
 /// The bytes of the file, in `storage` or, for bare pixels, those of the picture itself.
-Bytes EncodePicture(const Picture& picture, OutputKind kind, int pngLevel, std::vector<uint8_t>& storage);
+Bytes EncodePicture(const Picture& picture, OutputKind kind, int pngLevel, std::vector<uint8_t>& storage,
+                    int jpegQuality = 90);
 
 std::vector<uint8_t> EncodeRwh(const RawShape& tight, Bytes frame);
 
