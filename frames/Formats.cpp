@@ -5,6 +5,8 @@
 // Everything but name, code and aliases follows from a few columns.
 #include "Formats.h"
 
+#include <string_view>
+
 namespace VexaFrames {
 
 namespace {
@@ -297,7 +299,22 @@ size_t EditDistance(Letters first, Letters second) {
     return rows[lengthA % 3][lengthB];
 }
 
+/// Two letters are part of too many names.
+constexpr size_t kShortestPart = 3;
+
+bool NameContains(const VcfFormat& format, const char* text) {
+    char name[kLongestName];
+    char part[kLongestName];
+    const std::string_view spelledName(name, Spell(Letters(format.name), name));
+    const std::string_view spelledPart(part, Spell(Letters(text), part));
+    return spelledPart.size() >= kShortestPart && spelledName.find(spelledPart) != std::string_view::npos;
+}
+
+/// 0 for a name that contains the text, the smallest edit distance to any spelling otherwise.
 size_t DistanceFrom(const char* name, const VcfFormat& format) {
+    if (NameContains(format, name)) {
+        return 0;
+    }
     size_t nearest = SIZE_MAX;
     AnySpelling(format, [&](Letters spelling) {
         nearest = LeastOf(nearest, EditDistance(Letters(name), spelling));

@@ -323,8 +323,9 @@ VEXACAMUTL_API const VcfFormat* VcfFindFormat(PixelFormat format);
 VEXACAMUTL_API PixelFormat VcfFormatNamed(const char* name);
 
 /**
- * The names most like a misspelt one, for example "BayerRG8, BayerRG10 or
- * BayerRG12".
+ * The three names nearest to a misspelt one, for example "BayerRG8, RGB8 or
+ * Mono8" for "rg8": names that contain it (three letters or more) first, then
+ * those with a spelling that the fewest letters separate from it.
  *
  * @return VCF_OK; VCF_INVALID_ARGUMENT for a null name or no room
  */

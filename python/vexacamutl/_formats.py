@@ -14,7 +14,7 @@ from typing import Any, Union
 import numpy as np
 
 from ._library import LIBRARY
-from ._names import FormatName, find_code, find_name, nearest_names
+from ._names import FormatName, find_code, find_name
 from ._numbers import integer
 
 
@@ -75,6 +75,15 @@ class PixelFormat(enum.IntEnum):
 FormatLike = Union[PixelFormat, int, str]
 
 
+def _hint(wrong: str) -> str:
+    try:
+        from ._frames import nearest_names  # which imports this module
+
+        return f"did you mean {nearest_names(wrong)}?"
+    except ImportError:
+        return "PixelFormat has the names of the library's formats"
+
+
 def _code_of_name(text: str) -> int:
     """A hex code, a decimal code, or a name as cameras and other programs write it."""
     try:
@@ -85,8 +94,7 @@ def _code_of_name(text: str) -> int:
         return integer(code, "a pixel format")
     if row is not None:
         return row.code
-    first, second, third = nearest_names(text)
-    raise UnsupportedFormatError(f"unknown pixel format {text!r}; did you mean {first}, {second} or {third}?")
+    raise UnsupportedFormatError(f"unknown pixel format {text!r}; {_hint(text)}")
 
 
 def format_code(format: FormatLike) -> int:

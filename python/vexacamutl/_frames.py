@@ -15,6 +15,7 @@ from typing import Any, Optional, Sequence, Union
 
 from ._formats import FormatLike, UnsupportedFormatError, format_code
 from ._library import LibraryInfo, candidates, check_identity, info_of, library_info, open_library
+from ._names import normalised
 from ._numbers import flag, integer
 
 FILE_NAME = "libVexaCamFrames.so.0"
@@ -81,6 +82,7 @@ def _declare(library: ctypes.CDLL) -> None:
         "VcfVersion": (_u32, []),
         "VcfFormatCount": (_u32, []),
         "VcfFormatAt": (ctypes.POINTER(FormatRow), [_u32]),
+        "VcfNearestNames": (_u32, [ctypes.c_char_p, *text]),
         "VcfFindFormat": (ctypes.POINTER(FormatRow), [_u32]),
         "VcfInitLayout": (None, [layout, _u32, _u32, _u32]),
         "VcfInitSettings": (None, [settings]),
@@ -186,6 +188,13 @@ def format_row(format: FormatLike) -> FormatRow:
         raise UnsupportedFormatError(f"unknown pixel format {code:#010x}")
     row: FormatRow = found.contents
     return row
+
+
+def nearest_names(wrong: str) -> str:
+    """The names nearest to a misspelt one, listed for a sentence."""
+    text = ctypes.create_string_buffer(_TEXT_BYTES)
+    library().VcfNearestNames(normalised(wrong).encode("ascii"), text, _TEXT_BYTES)
+    return text.value.decode("ascii")
 
 
 def buffer_layout(

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
-"""Names of pixel formats: the list that tool and frames layer are tested against as well, and the search through it."""
+"""Names of pixel formats: the list that tool and frames layer are tested against as well."""
 from __future__ import annotations
 
 from pathlib import Path
@@ -42,32 +42,3 @@ def find_name(text: str) -> Optional[FormatName]:
 
 def find_code(code: int) -> Optional[FormatName]:
     return _BY_CODE.get(code)
-
-
-def _edit_distance(a: str, b: str) -> int:
-    """How many letters to change, add, leave out or exchange with their neighbour to get from one to the other."""
-    before, above = [0] * (len(b) + 1), list(range(len(b) + 1))
-    for i in range(1, len(a) + 1):
-        row = [i] + [0] * len(b)
-        for j in range(1, len(b) + 1):
-            row[j] = min(above[j] + 1, row[j - 1] + 1, above[j - 1] + (a[i - 1] != b[j - 1]))
-            if i > 1 and j > 1 and a[i - 1] == b[j - 2] and a[i - 2] == b[j - 1]:
-                row[j] = min(row[j], before[j - 2] + 1)
-        before, above = above, row
-    return above[-1]
-
-
-#: Two letters are part of too many names.
-_SHORTEST_PART = 3
-
-
-def _distance(wanted: str, row: FormatName) -> int:
-    if len(wanted) >= _SHORTEST_PART and wanted in normalised(row.name):
-        return 0
-    return min(_edit_distance(wanted, spelling) for spelling in _SPELLINGS[row])
-
-
-def nearest_names(text: str) -> tuple[str, ...]:
-    """The three names nearest to a text: names that contain it first, then those with the fewest letters to change."""
-    wanted = normalised(text)
-    return tuple(row.name for row in sorted(FORMAT_NAMES, key=lambda row: _distance(wanted, row))[:3])

@@ -27,6 +27,8 @@ MISTAKES = {
     "misspelt format": (2, ["convert", "-f", "BayreRG8", "-s", "8x6", "in.raw", "out.png"],
                         "unknown pixel format 'BayreRG8'; did you mean BayerRG8, BayerGR8 or BayerGB8? "
                         "(see: vexacamutl formats)"),
+    "part of a format": (2, ["convert", "-f", "rg8", "-s", "8x6", "in.raw", "out.png"],
+                         "unknown pixel format 'rg8'; did you mean BayerRG8, RGB8 or Mono8? (see: vexacamutl formats)"),
     "misspelt alias": (2, ["convert", "-f", "uyvy42", "-s", "8x6", "in.raw", "out.png"],
                        "unknown pixel format 'uyvy42'; did you mean YUV422_8_UYVY, YUV411_8_UYYVYY or YUV422_8? "
                        "(see: vexacamutl formats)"),

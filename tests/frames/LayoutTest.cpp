@@ -8,6 +8,7 @@
 #include <cstring>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "FramesTest.h"
 
@@ -90,12 +91,24 @@ TEST(Formats, CaseAndSignsDoNotMatter) {
 }
 
 TEST(Formats, AMisspeltNameGetsTheNearestOnes) {
+    static constexpr std::pair<const char*, const char*> kExamples[] = {
+        {"rg8", "BayerRG8, RGB8 or Mono8"},
+        {"RG-12", "BayerRG12, BayerRG12p or BayerRG12Packed"},
+        {"bayer", "BayerGR8, BayerRG8 or BayerGB8"},
+        {"BayreRG8", "BayerRG8, BayerGR8 or BayerGB8"},
+        {"uyvy42", "YUV422_8_UYVY, YUV411_8_UYYVYY or YUV422_8"},
+    };
     char text[VCF_TEXT_BYTES];
-    ASSERT_EQ(VcfNearestNames("BayerRG12q", text, sizeof text), VCF_OK);
-    EXPECT_THAT(text, HasSubstr("BayerRG12"));
-    EXPECT_THAT(text, HasSubstr(" or "));
+    for (const auto& [wrong, nearest] : kExamples) {
+        ASSERT_EQ(VcfNearestNames(wrong, text, sizeof text), VCF_OK);
+        EXPECT_STREQ(text, nearest) << wrong;
+    }
+    // "12" is part of many names, but too short to count: one letter turns it into the alias "y12".
+    ASSERT_EQ(VcfNearestNames("12", text, sizeof text), VCF_OK);
+    EXPECT_THAT(text, testing::StartsWith("Mono12, "));
     ASSERT_EQ(VcfNearestNames("mno10", text, sizeof text), VCF_OK);
-    EXPECT_THAT(text, testing::StartsWith("Mono10,"));
+    EXPECT_THAT(text, testing::StartsWith("Mono10, "));
+    ASSERT_EQ(VcfNearestNames("", text, sizeof text), VCF_OK);
     ASSERT_EQ(VcfNearestNames(std::string(1000, 'x').c_str(), text, sizeof text), VCF_OK);
     EXPECT_EQ(VcfNearestNames(nullptr, text, sizeof text), VCF_INVALID_ARGUMENT);
     EXPECT_EQ(VcfNearestNames("x", nullptr, 9), VCF_INVALID_ARGUMENT);

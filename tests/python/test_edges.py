@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
-"""Edges of small helpers that the other tests pass by: sizes half given, foreign objects, distances of names."""
+"""Edges of small helpers that the other tests pass by: sizes half given, foreign objects."""
 from __future__ import annotations
 
 import errno
@@ -12,7 +12,6 @@ import pytest
 
 import vexacamutl as vcu
 from vexacamutl._elf import Identity, _padded, identity
-from vexacamutl._names import _edit_distance
 
 LOAD, DYNAMIC, NOTE = 1, 2, 4
 NAME = b"libmade.so.7"
@@ -35,16 +34,6 @@ def test_a_missing_file_is_named_as_one(tmp_path):
         vcu.load_rwh(tmp_path / "missing.rwh")
     assert caught.value.errno == errno.ENOENT
     assert str(caught.value.filename) == str(tmp_path / "missing.rwh")
-
-
-@pytest.mark.parametrize("a, b, distance", [
-    ("", "", 0), ("a", "", 1), ("", "abc", 3), ("abc", "abc", 0), ("abc", "abd", 1), ("ab", "ba", 1),
-    ("abcd", "acbd", 1),
-    ("a", "aaa", 2), ("aaa", "a", 2), ("bayerrg8", "byaerrg8", 1), ("ca", "abc", 3),
-])
-def test_distances_of_names(a, b, distance):
-    assert _edit_distance(a, b) == distance
-    assert _edit_distance(b, a) == distance
 
 
 @pytest.mark.parametrize("size, padded", [(0, 0), (1, 4), (3, 4), (4, 4), (5, 8), (8, 8)])

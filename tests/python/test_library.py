@@ -143,9 +143,14 @@ try:
     vcu.to_bgr(bytes(36), "BayerRG12p", width=6, height=4)
 except ImportError as error:
     print(error)
+try:
+    vcu.pixel_format("rg8")
+except vcu.UnsupportedFormatError as error:
+    print(error)
 """
     result = run(code, PACKAGE.parent, VEXACAMUTL_LIBRARY=BUILT, VEXACAMUTL_FRAMES_LIBRARY="/nowhere.so")
     assert result.stdout.startswith("(8, 8, 3) (0, 0, 4)\nlibVexaCamFrames.so.0 was not found: /nowhere.so")
+    assert result.stdout.endswith("\nunknown pixel format 'rg8'; PixelFormat has the names of the library's formats\n")
 
 
 def test_a_frames_layer_of_another_kind(tmp_path):

@@ -3,7 +3,9 @@
 """Tool, frames layer and package understand the same names, and answer a wrong one with the same words."""
 from __future__ import annotations
 
+import functools
 import os
+import random
 import re
 import subprocess
 
@@ -70,7 +72,6 @@ def test_spellings_are_unique():
     "word", ["rg8", "rg12", "RGB9", "bayer", "BayreRG8", "mnoo8", "x", "?"]
 )
 def test_wrong_names_get_the_same_answer(word):
-    """Words whose nearest names the tool serves as well."""
     told = run("formats", word).stderr
     with pytest.raises(vcu.UnsupportedFormatError) as raised:
         vcu.pixel_format(word)
@@ -80,6 +81,44 @@ def test_wrong_names_get_the_same_answer(word):
 def test_parts_of_a_name_propose_it_first():
     with pytest.raises(vcu.UnsupportedFormatError, match="did you mean BayerRG8, "):
         vcu.pixel_format("rg8")
+
+
+@functools.lru_cache(maxsize=None)
+def distance(a: str, b: str) -> int:
+    """The fewest letters to change, add, leave out or exchange with their neighbour, by trying every way."""
+    if not a or not b:
+        return len(a) + len(b)
+    ways = [distance(a[1:], b) + 1, distance(a, b[1:]) + 1, distance(a[1:], b[1:]) + (a[0] != b[0])]
+    if len(a) > 1 and len(b) > 1 and a[0] == b[1] and a[1] == b[0]:
+        ways.append(distance(a[2:], b[2:]) + 1)
+    return min(ways)
+
+
+@pytest.mark.parametrize("a, b, letters", [
+    ("", "", 0), ("a", "", 1), ("", "abc", 3), ("abc", "abc", 0), ("abc", "abd", 1), ("ab", "ba", 1),
+    ("abcd", "acbd", 1), ("a", "aaa", 2), ("bayerrg8", "byaerrg8", 1), ("ca", "abc", 3),
+])
+def test_the_reference_of_distances(a, b, letters):
+    assert distance(a, b) == distance(b, a) == letters
+
+
+def rank(wrong: str, row) -> int:
+    if len(wrong) >= 3 and wrong in normalised(row.name):
+        return 0
+    return min(distance(wrong, normalised(spelling)) for spelling in (row.name, *row.aliases))
+
+
+def test_misspelt_names_propose_the_nearest_ones():
+    source = random.Random(7)
+    for _ in range(40):
+        row = source.choice(FORMAT_NAMES)
+        letters = list(normalised(source.choice((row.name, *row.aliases))))
+        for _ in range(source.randint(1, 3)):
+            at = source.randrange(len(letters) + 1)
+            letters[at : at + source.randint(0, 2)] = source.sample("abgpry0128", source.randint(0, 2))
+        wrong = "".join(letters)
+        first, second, third = (row.name for row in sorted(FORMAT_NAMES, key=lambda row: rank(wrong, row))[:3])
+        assert _frames.nearest_names(wrong) == f"{first}, {second} or {third}", wrong
 
 
 @needs_tool
