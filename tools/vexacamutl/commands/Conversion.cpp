@@ -27,6 +27,10 @@ void RunConversion(const ConversionOptions& given) {
     if (streamed && given.inputs.size() > 1) {
         throw Failure(ExitCode::kUsage, "a stream has to be the only input");
     }
+    if (options.input.frames) {
+        options.output.firstFrame = options.input.frames->first;
+        options.output.alwaysNumbered = true;
+    }
     OutputPlan plan(options.output);
     if (streamed || plan.OneFileForAll()) {
         ConvertInOrder(options, plan);

@@ -38,6 +38,7 @@ void AddSharedOptions(CLI::App& command, Arguments& arguments) {
                     "the raw frames in it)")
         ->required();
     arguments.conversion.input.AddTo(command);
+    arguments.conversion.input.AddFramesTo(command);
     command.add_option("-o,--output-dir", arguments.conversion.output.folder, "Write the results into this folder");
     arguments.results.AddTo(command);
     AddWhole(command, "-j,--jobs", arguments.conversion.jobs, "Threads (default: one per processor)", 1, 256);
@@ -222,6 +223,7 @@ void AddReverse(CLI::App& app) {
     command.add_flag("-m,--mirror", reversal.mirror, "Left to right");
     command.add_flag("-u,--flip", reversal.flip, "Upside down; with --mirror a half turn");
     arguments->conversion.input.AddTo(command);
+    arguments->conversion.input.AddFramesTo(command);
     arguments->results.AddTo(command);
     command.add_flag("-q,--quiet", arguments->conversion.quiet,
                      "No progress on a terminal, no note of skipped results");

@@ -45,7 +45,7 @@ class InOrder {
         for (const std::string& sidecar : SidecarsRead(input, options_.input)) {
             plan_.Protect(sidecar);
         }
-        const auto frames = options_.input.frame ? std::optional<uint64_t>(1) : feed_.Count();
+        const auto frames = options_.input.Range().Count() == 1 ? std::optional<uint64_t>(1) : feed_.Count();
         const ResultNames names = plan_.Add(input, frames, tight_);
         plan_.Begin();
         FrameWriter writer(plan_, names, result_);

@@ -9,7 +9,7 @@
 namespace VexaTool {
 
 FrameFeed::FrameFeed(const std::string& path, const InputOptions& options)
-    : path_(path), onlyOne_(options.frame.has_value()) {
+    : path_(path), most_(options.Range().Count()) {
     if (IsStream(path)) {
         stream_ = std::make_unique<FrameStream>(path, options);
     } else {
@@ -33,7 +33,7 @@ bool FrameFeed::Next(Bytes& frame, std::vector<uint8_t>& buffer) {
         frame = mapped_->Frame(given_++);
         return true;
     }
-    if ((onlyOne_ && given_ > 0) || !stream_->Read(buffer)) {
+    if (given_ == most_ || !stream_->Read(buffer)) {
         if (given_ == 0) {
             throw Failure(ExitCode::kInput, (path_ == "-" ? "standard input" : path_) + ": there is no frame");
         }

@@ -27,7 +27,7 @@ class FrameFeed {
     std::string path_;
     std::unique_ptr<MappedFrames> mapped_;
     std::unique_ptr<FrameStream> stream_;
-    bool onlyOne_;
+    uint64_t most_;
     uint64_t given_ = 0;
 };
 

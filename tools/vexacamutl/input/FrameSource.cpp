@@ -154,26 +154,25 @@ MappedFrames::MappedFrames(std::string path, const InputOptions& options)
     : path_(std::move(path)), shape_(FindShape(path_, options)), file_(path_) {
     const size_t bytes = file_.Content().size();
     const size_t frames = bytes < shape_.offset ? 0 : (bytes - shape_.offset) / shape_.FrameBytes();
-    if (options.frame) {
-        if (*options.frame >= frames) {
-            throw Failure(ExitCode::kInput, path_ + ": there is no frame " + std::to_string(*options.frame) +
-                                                "; the file holds " + std::to_string(frames));
-        }
-        first_ = *options.frame;
-        count_ = 1;
-    } else {
-        count_ = frames;
-        CheckLength();
+    const FrameRange range = options.Range();
+    if (range.end > frames && !options.frame) {
+        CheckLength(frames);
     }
+    if (range.first >= frames) {
+        throw Failure(ExitCode::kInput, path_ + ": there is no frame " + std::to_string(range.first) +
+                                            "; the file holds " + std::to_string(frames));
+    }
+    first_ = range.first;
+    count_ = std::min<uint64_t>(range.end, frames) - range.first;
 }
 
-void MappedFrames::CheckLength() {
+void MappedFrames::CheckLength(uint64_t frames) {
     const uint64_t bytes = file_.Content().size();
-    const uint64_t wanted = shape_.offset + count_ * shape_.FrameBytes();
-    if (count_ == 1 && bytes == wanted) {
+    const uint64_t wanted = shape_.offset + frames * shape_.FrameBytes();
+    if (frames == 1 && bytes == wanted) {
         return;
     }
-    if (count_ == 0 || bytes != wanted || IsRwhPath(path_)) {
+    if (frames == 0 || bytes != wanted || IsRwhPath(path_)) {
         const std::string offset = shape_.offset == 0 ? "" : " after " + std::to_string(shape_.offset) + " bytes";
         throw Failure(ExitCode::kInput, path_ + ": " + std::to_string(bytes) + " bytes are not " +
                                             (IsRwhPath(path_) ? "the frame" : "a whole number of frames") + " of " +
@@ -192,7 +191,7 @@ FrameStream::FrameStream(std::string path, const InputOptions& options)
     fd_ = path_ == "-" ? STDIN_FILENO : OpenToRead(path_);
     SkipOffset();
     std::vector<uint8_t> skipped;
-    for (uint64_t frame = 0; options.frame && frame < *options.frame && Read(skipped); ++frame) {
+    for (uint64_t frame = 0; frame < options.Range().first && Read(skipped); ++frame) {
     }
 }
 

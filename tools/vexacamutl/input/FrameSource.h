@@ -22,6 +22,16 @@ class App;
 
 namespace VexaTool {
 
+/// Frames of a sequence, from `first` to the one before `end`.
+struct FrameRange {
+    uint64_t first = 0;
+    uint64_t end = UINT64_MAX;
+    uint64_t Count() const { return end - first; }
+};
+
+/// "A:B", "A:", ":B", ":" or "N"; a Failure for anything else and for a range without frames.
+FrameRange ParseFrameRange(const std::string& text);
+
 /// What the command line says about raw inputs.
 struct InputOptions {
     std::string format;
@@ -29,10 +39,16 @@ struct InputOptions {
     uint64_t stride = 0;
     uint64_t offset = 0;
     uint32_t shift = 0;
-    std::string range;              ///< "limited" for YUV that does not use 0 to 255
-    std::optional<uint64_t> frame;  ///< only this one of a sequence
+    std::string range;                 ///< "limited" for YUV that does not use 0 to 255
+    std::optional<uint64_t> frame;     ///< only this one of a sequence
+    std::optional<FrameRange> frames;  ///< only these
 
     void AddTo(CLI::App& command);
+
+    /// --frames, for verbs that take many frames; after AddTo.
+    void AddFramesTo(CLI::App& command);
+
+    FrameRange Range() const { return frame ? FrameRange{*frame, *frame + 1} : frames.value_or(FrameRange()); }
 };
 
 bool IsRwhPath(const std::string& path);
@@ -69,7 +85,7 @@ class MappedFrames {
     Bytes Frame(size_t index) const;
 
   private:
-    void CheckLength();
+    void CheckLength(uint64_t frames);
 
     std::string path_;
     RawShape shape_;

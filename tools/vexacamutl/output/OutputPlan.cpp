@@ -71,11 +71,12 @@ void OutputPlan::Protect(const std::string& path) {
 
 ResultNames OutputPlan::NamesFor(const std::string& input, std::optional<uint64_t> frames) const {
     ResultNames names;
+    names.first_ = options_.firstFrame;
     if (!options_.folder.empty()) {
         static constexpr size_t kDigits = 5;
         const std::string stem = (fs::path(options_.folder) / StemOf(input)).string();
         const std::string extension = std::string(".") + ExtensionOf(options_.kind);
-        const bool numbered = frames != 1;
+        const bool numbered = frames != 1 || options_.alwaysNumbered;
         names.pattern_ = {numbered ? stem + "_" : stem + extension, extension, numbered, kDigits, '0'};
         names.filePerFrame_ = true;
         return names;

@@ -39,6 +39,8 @@ struct OutputOptions {
     bool sidecar = false;  ///< a text beside each result says its layout
     Existing existing = Existing::kReplace;
     bool sync = false;
+    uint64_t firstFrame = 0;      ///< number of the first frame of each input
+    bool alwaysNumbered = false;  ///< in a folder, also the result of an input with one frame
 
     WriteRules Rules() const { return {existing == Existing::kReplace, sync}; }
 };
@@ -52,11 +54,13 @@ class ResultNames {
     /// True when one file takes all frames, one after another.
     bool TakesMany() const { return takesMany_; }
 
-    std::string Of(uint64_t frame) const { return pattern_.Of(frame); }
+    /// `frame` is counted from the first one that is read.
+    std::string Of(uint64_t frame) const { return pattern_.Of(first_ + frame); }
 
   private:
     friend class OutputPlan;
     NamePattern pattern_;
+    uint64_t first_ = 0;
     bool filePerFrame_ = false;
     bool takesMany_ = false;
 };
