@@ -2,6 +2,7 @@
 # Copyright (c) the Vexa camera utility library authors
 """Verdicts on mutants of a fake project: a C file whose test is the program that is built of it."""
 import os
+import re
 import shutil
 import subprocess
 import time
@@ -122,7 +123,7 @@ def test_copying(project, tmp_path):
 ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
 
 
-@pytest.mark.parametrize("below", ["src", "frames", "tools", "python/vexacamutl"])
+@pytest.mark.parametrize("below", ["src", "frames", "gstreamer", "tools", "python/vexacamutl"])
 def test_every_source_has_a_suite(below):
     for folder, _, names in os.walk(os.path.join(ROOT, below)):
         for name in names:
@@ -139,6 +140,12 @@ def test_every_folder_has_tests_that_exist():
             for word in test.command:
                 path = word.format(root=root, build="")
                 assert not word.startswith("{root}") or os.path.exists(path), word
+            program = next((word for word in test.command if word.startswith("{build}/tests/")), None)
+            if program is not None:
+                with open(os.path.join(root, os.path.dirname(program)[len("{build}/"):], "CMakeLists.txt"),
+                          encoding="ascii") as file:
+                    assert os.path.basename(program) in re.findall(r"\w+", file.read()), program
     assert folder_of("src/convert/Mono.cpp") == "src/convert"
+    assert folder_of("tools/guess/Guess.cpp") == "tools/guess"
     assert folder_of("src/convertible.cpp") == ""
     assert suite_of("src/kernels/IsaNeon.cpp")[0].command[0] == "qemu-aarch64"

@@ -4,7 +4,7 @@
 
     scripts/mutate                     60 mutants: of each file in turn one, chosen at random with a fixed seed
     scripts/mutate 500 --seed 7        another number, another choice
-    scripts/mutate 40 src/convert      of the files below a folder: src, frames, tools, python/vexacamutl
+    scripts/mutate 40 src/convert      of the files below a folder: src, frames, gstreamer, tools, python/vexacamutl
     scripts/mutate all src/imagefile/RwhFile.cpp   every mutant of a file
     scripts/mutate chosen              those of mutants-chosen.txt, which a random choice would seldom meet
     scripts/mutate FILE                those of a list, as build/mutate/survivors.txt is one

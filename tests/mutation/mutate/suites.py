@@ -70,8 +70,10 @@ def cli(*files: str) -> Test:
 
 
 def package(*files: str) -> Test:
-    return pytests("python", ("VexaCamUtl",), {"VEXACAMUTL_LIBRARY": "{build}/src/libVexaCamUtl_64.so.1",
-                                               "PYTHONPATH": "{root}/python"}, *files)
+    return pytests("python", ("VexaCamUtl", "VexaCamFrames"),
+                   {"VEXACAMUTL_LIBRARY": "{build}/src/libVexaCamUtl_64.so.1",
+                    "VEXACAMUTL_FRAMES_LIBRARY": "{build}/frames/libVexaCamFrames.so.0",
+                    "PYTHONPATH": "{root}/python"}, *files)
 
 
 CHOICE = program("kernels", "kernels_test", "ProcessorChoice.*")
@@ -95,11 +97,13 @@ SUITES: dict[str, list[Test]] = {
                     program("abi", "abi_test")],
     "src/imagefile": [*IMAGE_FILES, program("kernels", "kernels_test", "*Revers*")],
     "frames": [program("frames", "frames_test")],
+    "gstreamer": [program("gstreamer", "gstreamer_threads_test"), program("gstreamer", "gstreamer_test")],
+    "tools/guess": [program("guess", "guess_test"), cli("test_verbs.py")],
     "tools": [cli("test_promises.py"), cli("test_verbs.py", "test_convert.py"), cli("test_mistakes.py", "test_help.py"),
               cli()],
     "python/vexacamutl": [package("test_numbers.py", "test_names.py", "test_formats.py", "test_arrays.py"),
                           package("test_files.py", "test_output.py", "test_reversal.py", "test_library.py"),
-                          package("test_converters.py")],
+                          package("test_converters.py", "test_buffers.py")],
 }
 
 # The layer for NEON, cross-built.
