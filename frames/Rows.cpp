@@ -115,7 +115,7 @@ YuvPixel PixelOf(PixelFormat format, const uint8_t* group, uint32_t member) {
         case PIXEL_FORMAT_YUV422_8_UYVY:
             return {group[0], group[1 + 2 * member], group[2]};
         case PIXEL_FORMAT_YUV422_8:
-            return {group[1], group[2 * member], group[3]};
+            return {group[1], group[size_t{2} * member], group[3]};
         default:
             return {group[0], group[1], group[2]};
     }

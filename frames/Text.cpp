@@ -11,6 +11,8 @@
 
 namespace VexaFrames {
 
+// Only C's variable arguments have the compiler compare them with the format.
+// NOLINTNEXTLINE(cert-dcl50-cpp)
 unsigned Text::Say(unsigned status, const char* format, ...) const {
     if (to != nullptr && bytes != 0) {
         std::va_list arguments;

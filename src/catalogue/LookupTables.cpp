@@ -52,8 +52,8 @@ constexpr int64_t RoundToSingle(int64_t value) {
 // that no rounding mode of the caller matters.
 constexpr uint32_t GreenRow(int u, int v) {
     constexpr int64_t kOne = int64_t{1} << 25;
-    constexpr int64_t kOfV = 11978932 * 2;  // 0.714 in single precision
-    constexpr int64_t kOfU = 11542725;      // 0.344 in single precision
+    constexpr int64_t kOfV = int64_t{11978932} * 2;  // 0.714 in single precision
+    constexpr int64_t kOfU = 11542725;               // 0.344 in single precision
     const int64_t chroma = RoundToSingle(RoundToSingle(v * kOfV) + RoundToSingle(u * kOfU));
     const int64_t row = (chroma + 256 * kOne + kOne / 2) / kOne;
     return static_cast<uint32_t>(std::min<int64_t>(row, kGreenRowCount - 1));

@@ -80,7 +80,7 @@ std::vector<size_t> Lags(std::span<const uint8_t> bytes) {
     const size_t used = std::min(bytes.size(), kCorrelatedBytes);
     const std::span<const uint8_t> middle = bytes.subspan((bytes.size() - used) / 2, used);
     std::vector<size_t> lags = ProminentLags(Autocorrelation(middle), kShortestRow, kLags);
-    for (const size_t first : {0, 1}) {
+    for (const size_t first : {size_t{0}, size_t{1}}) {
         const std::vector<double> correlation = Autocorrelation(EverySecond(middle, first));
         for (const size_t lag : ProminentLags(correlation, kShortestRow / 2, kSureLags)) {
             lags.insert(lags.begin(), 2 * lag);
@@ -102,6 +102,7 @@ std::vector<size_t> RowLengths(std::span<const uint8_t> bytes) {
         }
     }
     std::vector<std::pair<double, size_t>> byDifference;
+    byDifference.reserve(lengths.size());
     for (const size_t length : lengths) {
         byDifference.emplace_back(std::min(MeanDifference(bytes, length), MeanDifference(bytes, 2 * length)), length);
     }
@@ -144,6 +145,7 @@ std::vector<Hypothesis> BestHypotheses(std::span<const uint8_t> bytes, uint64_t 
 /// count: small where both are green, at any light.
 double DiagonalDifference(const Plane& samples, size_t firstColumn) {
     constexpr size_t kBlock = 16;
+    constexpr double kSitesOfBlock = kBlock / 2.0 * (kBlock / 2.0);
     double sum = 0;
     size_t blocks = 0;
     for (size_t top = 0; top + kBlock <= samples.Rows(); top += kBlock) {
@@ -154,7 +156,7 @@ double DiagonalDifference(const Plane& samples, size_t firstColumn) {
                     difference += samples.Row(r)[c + firstColumn] - samples.Row(r + 1)[c + 1 - firstColumn];
                 }
             }
-            sum += static_cast<double>(std::abs(difference)) / (kBlock * kBlock / 4);
+            sum += static_cast<double>(std::abs(difference)) / kSitesOfBlock;
             ++blocks;
         }
     }

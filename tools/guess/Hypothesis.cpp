@@ -267,7 +267,7 @@ double BitsPerByte(std::span<const uint8_t> bytes, const Hypothesis& hypothesis,
             alike += BytesAreAlike(samples, hypothesis.sites) ? 1 : 0;
         }
         const GroupSize group = GroupOf(hypothesis.packing);
-        const auto rowBytes = static_cast<double>(samples.Columns() / group.samples * group.bytes);
+        const auto rowBytes = static_cast<double>(samples.Columns() * group.bytes) / static_cast<double>(group.samples);
         bits += RowBits(samples, hypothesis.sites, look.measure);
         explained += rowBytes;
     }

@@ -21,7 +21,7 @@ namespace VexaTool {
 
 namespace {
 
-constexpr size_t kMostBytes = 64 * 1024;
+constexpr size_t kMostBytes = size_t{64} * 1024;
 constexpr const char* kBlank = " \t\r";
 
 using Lines = std::map<std::string, std::string>;

@@ -58,7 +58,7 @@ Destination FindDestination(const std::string& name) {
     fs::path path = name;
     for (int links = 0; links < kMostLinks; ++links) {
         const fs::path folder = FolderOf(path);
-        const Destination destination = Found(folder, path.filename());
+        Destination destination = Found(folder, path.filename());
         if (destination.descriptor >= 0 || !destination.file || !S_ISLNK(destination.file->st_mode)) {
             return destination;
         }

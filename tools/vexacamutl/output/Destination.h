@@ -29,7 +29,9 @@ Destination FindDestination(const std::string& name);
 struct FileIdentity {
     dev_t device;
     ino_t inode;
-    auto operator<=>(const FileIdentity&) const = default;
+    friend bool operator<(const FileIdentity& a, const FileIdentity& b) {
+        return a.device != b.device ? a.device < b.device : a.inode < b.inode;
+    }
 };
 
 inline FileIdentity IdentityOf(const struct stat& file) {

@@ -116,7 +116,7 @@ void OutputPlan::RegisterFrame(const std::string& path, const std::string& input
 }
 
 ResultNames OutputPlan::Add(const std::string& input, std::optional<uint64_t> frames, const RawShape& shape) {
-    const ResultNames names = NamesFor(input, frames);
+    ResultNames names = NamesFor(input, frames);
     if (!names.FilePerFrame()) {
         if (frames.value_or(1) > 1 && !names.TakesMany()) {
             throw Failure(ExitCode::kUsage, input + " holds " + std::to_string(*frames) + " frames of " + shape.Text() +
