@@ -10,7 +10,7 @@ PACKAGES_BUILD=(cmake ninja-build g++ pkg-config libcli11-dev libpng-dev
     libtiff-dev libjpeg62-turbo-dev)
 PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-dev libusb-1.0-0-dev
     libopencv-dev python3 python3-numpy python3-pytest python3-clang-14 python3-matplotlib mypy doxygen groff-base
-    qemu-user clang dpkg-dev fakeroot file
+    qemu-user clang dpkg-dev fakeroot file git
     python3-build python3-setuptools python3-wheel python3-venv binutils
     libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base
     gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-x
