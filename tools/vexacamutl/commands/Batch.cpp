@@ -4,6 +4,7 @@
 // See Batch.h.
 #include "commands/Batch.h"
 
+#include <chrono>
 #include <new>
 
 #include "commands/Parallel.h"
@@ -11,9 +12,11 @@
 
 namespace VexaTool {
 
-Batch::Batch(const ConversionOptions& options, OutputPlan& plan, const std::vector<Failure>& failures)
+Batch::Batch(const ConversionOptions& options, OutputPlan& plan, Report& report,
+             const std::vector<InputFailure>& failures)
     : options_(options),
       plan_(plan),
+      report_(report),
       progress_(options.quiet),
       givenUp_(failures),
       inputs_(options.inputs.size() + failures.size()) {}
@@ -25,8 +28,13 @@ void Batch::Plan() {
             plan_.Protect(sidecar);
         }
     }
-    std::vector<Failure> failures = givenUp_;
+    std::vector<std::pair<InputFailure, size_t>> failures;
+    for (const InputFailure& failed : givenUp_) {
+        failures.emplace_back(failed, 0);
+    }
+    size_t order = 0;
     for (const std::string& input : options_.inputs) {
+        ++order;
         uint64_t count = 0;
         RawShape shape;
         try {
@@ -34,14 +42,15 @@ void Batch::Plan() {
             count = frames.Count();
             shape = frames.Shape();
         } catch (const Failure& failure) {
-            failures.push_back(failure);
+            failures.push_back({{input, failure}, order});
             continue;
         }
-        jobs_.push_back({input, count, plan_.Add(input, count, shape)});
+        jobs_.push_back({input, count, plan_.Add(input, count, shape), order});
     }
     plan_.Begin();
-    for (const Failure& failure : failures) {
-        Record(failure);
+    report_.Open();
+    for (const auto& [failed, place] : failures) {
+        RecordInput(failed, place);
     }
 }
 
@@ -56,14 +65,15 @@ bool Batch::TakeTask(Task& task) {
         if (nextJob_ == jobs_.size()) {
             return false;
         }
+        const Job& job = jobs_[nextJob_++];
         try {
-            current_ = std::make_shared<OpenFile>(options_, std::move(jobs_[nextJob_++]));
+            current_ = std::make_shared<OpenFile>(options_, job);
             if (current_->frames.Count() != current_->job.frames) {
                 throw Failure(ExitCode::kInput, current_->job.path + " changed after its frames were counted");
             }
         } catch (const Failure& failure) {
             current_.reset();
-            Record(failure);
+            RecordInput({job.path, failure}, job.order);
         }
     }
 }
@@ -84,6 +94,16 @@ void Batch::Record(const Failure& failure) {
     }
 }
 
+void Batch::RecordInput(const InputFailure& failed, size_t order) {
+    Record(failed.failure);
+    report_.Add({order, failed.path, std::nullopt, "", Outcome::kFailed, failed.failure.what()});
+}
+
+ReportLine Batch::LineOf(const Task& task) const {
+    const Job& job = task.file->job;
+    return {job.order, job.path, options_.input.Range().first + task.frame, job.names.Of(task.frame)};
+}
+
 void Batch::Write(const std::string& path, Bytes bytes, const RawShape& shape) {
     const RawShape result = options_.encode.reversal.ShapeAfter(shape);
     plan_.Write(path, bytes, result);
@@ -94,19 +114,25 @@ void Batch::Write(const std::string& path, Bytes bytes, const RawShape& shape) {
 }
 
 void Batch::Convert(FrameEncoder& encoder, const Task& task, std::vector<uint8_t>& scratch) {
-    const std::string path = task.file->job.names.Of(task.frame);
-    const bool kept = plan_.Keeps(path);
-    if (kept) {
+    const auto start = std::chrono::steady_clock::now();
+    ReportLine line = LineOf(task);
+    const std::string& path = line.output;
+    if (plan_.Keeps(path)) {
         plan_.CountSkipped();
+        line.outcome = Outcome::kSkipped;
     } else {
         const RawShape& shape = task.file->frames.Shape();
         const RawShape tight = TightShape(shape);
         const Bytes frame = TightFrame(shape, task.file->frames.Frame(task.frame), scratch);
-        Write(path, encoder.Encode(tight, frame), tight);
+        const Bytes encoded = encoder.Encode(tight, frame);
+        Write(path, encoded, tight);
+        line.bytes = encoded.size();
         if (options_.checkRange) {
             task.file->range.Add(tight, frame);
         }
     }
+    line.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    report_.Add(line);
     if (++task.file->done == task.file->frames.Count() && options_.checkRange) {
         progress_.Note(task.file->range.Line(task.file->frames.Path()));
     }
@@ -125,6 +151,12 @@ void Batch::Work() {
             failure = thrown;
         } catch (const std::bad_alloc&) {
             failure = Failure(ExitCode::kNoMemory, "out of memory");
+        }
+        if (failure) {
+            ReportLine line = LineOf(task);
+            line.outcome = Outcome::kFailed;
+            line.reason = failure->what();
+            report_.Add(line);
         }
         if (failure && !task.file->failed.exchange(true)) {
             const std::lock_guard lock(mutex_);

@@ -13,13 +13,16 @@
 #include "Failure.h"
 #include "commands/ConversionOptions.h"
 #include "commands/Progress.h"
+#include "commands/Report.h"
+#include "input/InputPaths.h"
 
 namespace VexaTool {
 
 class Batch {
   public:
     /// `failures` are those of inputs that were given up already.
-    Batch(const ConversionOptions& options, OutputPlan& plan, const std::vector<Failure>& failures);
+    Batch(const ConversionOptions& options, OutputPlan& plan, Report& report,
+          const std::vector<InputFailure>& failures);
 
     /// Returns when every input was done; else a Failure: the input's own when there is only one, a count otherwise.
     void Run();
@@ -30,6 +33,7 @@ class Batch {
         std::string path;
         uint64_t frames = 0;
         ResultNames names;
+        size_t order = 0;  ///< among the inputs
     };
     struct OpenFile {
         OpenFile(const ConversionOptions& options, Job planned)
@@ -50,18 +54,21 @@ class Batch {
     bool TakeTask(Task& task);
     void Work();
     void Convert(FrameEncoder& encoder, const Task& task, std::vector<uint8_t>& scratch);
+    ReportLine LineOf(const Task& task) const;
     void Write(const std::string& path, Bytes bytes, const RawShape& shape);
     double Fraction();
     void Record(const Failure& failure);
+    void RecordInput(const InputFailure& failed, size_t order);
 
     const ConversionOptions& options_;
     OutputPlan& plan_;
+    Report& report_;
     Progress progress_;
     std::mutex mutex_;
     std::vector<Job> jobs_;
     size_t nextJob_ = 0;
     std::shared_ptr<OpenFile> current_;
-    const std::vector<Failure>& givenUp_;
+    const std::vector<InputFailure>& givenUp_;
     size_t inputs_;
     size_t failures_ = 0;
     std::unique_ptr<Failure> last_;

@@ -9,6 +9,7 @@
 #include "Failure.h"
 #include "commands/Batch.h"
 #include "commands/InOrder.h"
+#include "commands/Report.h"
 #include "commands/ResultOptions.h"
 #include "input/InputPaths.h"
 
@@ -21,7 +22,7 @@ void RunConversion(const ConversionOptions& given) {
         }
     }
     ConversionOptions options = given;
-    std::vector<Failure> failures;
+    std::vector<InputFailure> failures;
     options.inputs = WithoutFolders(given.inputs, failures);
     const bool streamed = std::any_of(options.inputs.begin(), options.inputs.end(), IsStream);
     if (streamed && given.inputs.size() > 1) {
@@ -32,11 +33,18 @@ void RunConversion(const ConversionOptions& given) {
         options.output.alwaysNumbered = true;
     }
     OutputPlan plan(options.output);
-    if (streamed || plan.OneFileForAll()) {
-        ConvertInOrder(options, plan);
-    } else {
-        Batch(options, plan, failures).Run();
+    Report report(options.output);
+    try {
+        if (streamed || plan.OneFileForAll()) {
+            ConvertInOrder(options, plan, report);
+        } else {
+            Batch(options, plan, report, failures).Run();
+        }
+    } catch (const std::exception&) {
+        report.Write();
+        throw;
     }
+    report.Write();
     SaySkipped(plan, options.quiet);
 }
 

@@ -30,6 +30,11 @@ unsigned DefaultJobs() {
     return std::max(1u, std::thread::hardware_concurrency());
 }
 
+/// An empty name is a variable that was not set, and no wish for no report.
+std::string IsNamed(const std::string& path) {
+    return path.empty() ? "a file name is missing" : "";
+}
+
 void AddSharedOptions(CLI::App& command, Arguments& arguments) {
     command
         .add_option("PATHS", arguments.paths,
@@ -41,6 +46,10 @@ void AddSharedOptions(CLI::App& command, Arguments& arguments) {
     arguments.conversion.input.AddFramesTo(command);
     command.add_option("-o,--output-dir", arguments.conversion.output.folder, "Write the results into this folder");
     arguments.results.AddTo(command);
+    command
+        .add_option("--report", arguments.conversion.output.report,
+                    "Write what became of each frame into this file, a JSON object a line")
+        ->check(IsNamed);
     AddWhole(command, "-j,--jobs", arguments.conversion.jobs, "Threads (default: one per processor)", 1, 256);
     command.add_flag("--check-range", arguments.conversion.checkRange,
                      "Count samples above the format's depth, which wrap");

@@ -4,6 +4,7 @@
 // See InOrder.h.
 #include "commands/InOrder.h"
 
+#include <chrono>
 #include <exception>
 
 #include "Failure.h"
@@ -17,6 +18,20 @@ namespace VexaTool {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+void Protect(const ConversionOptions& options, OutputPlan& plan) {
+    const std::string& input = options.inputs[0];
+    plan.Protect(input);
+    for (const std::string& sidecar : SidecarsRead(input, options.input)) {
+        plan.Protect(sidecar);
+    }
+}
+
 /// A frame on its way through the conversion.
 struct Slot {
     explicit Slot(const EncodeOptions& options) : encoder(options) {}
@@ -26,14 +41,16 @@ struct Slot {
     Bytes raw;
     Bytes encoded;
     bool kept = false;  ///< its result exists and is to stay
+    double seconds = 0.0;
     std::exception_ptr failure;
 };
 
 class InOrder {
   public:
-    InOrder(const ConversionOptions& options, OutputPlan& plan)
+    InOrder(const ConversionOptions& options, OutputPlan& plan, Report& report)
         : options_(options),
           plan_(plan),
+          report_(report),
           feed_(options.inputs[0], options.input),
           tight_(TightShape(feed_.Shape())),
           result_(options.encode.reversal.ShapeAfter(tight_)),
@@ -41,19 +58,17 @@ class InOrder {
 
     void Run() {
         const std::string& input = options_.inputs[0];
-        plan_.Protect(input);
-        for (const std::string& sidecar : SidecarsRead(input, options_.input)) {
-            plan_.Protect(sidecar);
-        }
+        Protect(options_, plan_);
         const auto frames = options_.input.Range().Count() == 1 ? std::optional<uint64_t>(1) : feed_.Count();
         const ResultNames names = plan_.Add(input, frames, tight_);
         plan_.Begin();
+        report_.Open();
         FrameWriter writer(plan_, names, result_);
         if (writer.KeepsAll()) {
+            report_.Add({0, input, std::nullopt, names.Of(0), Outcome::kSkipped});
             return;
         }
-        const uint64_t written = WriteFrames(writer, names);
-        writer.Commit();
+        const uint64_t written = WriteAll(writer, names);
         if (options_.announce && !names.FilePerFrame() && written > 0) {
             options_.announce(names.Of(0), result_);
         }
@@ -63,12 +78,15 @@ class InOrder {
     }
 
   private:
+    uint64_t WriteAll(FrameWriter& writer, const ResultNames& names);
     uint64_t WriteFrames(FrameWriter& writer, const ResultNames& names);
+    void Deliver(Slot& slot, uint64_t frame, FrameWriter& writer, const ResultNames& names);
     size_t Fill();
     void Encode(Slot& slot);
 
     const ConversionOptions& options_;
     OutputPlan& plan_;
+    Report& report_;
     FrameFeed feed_;
     RawShape tight_;
     RawShape result_;
@@ -78,6 +96,7 @@ class InOrder {
 };
 
 void InOrder::Encode(Slot& slot) {
+    const Clock::time_point start = Clock::now();
     try {
         const Bytes frame = TightFrame(feed_.Shape(), slot.raw, slot.scratch);
         slot.encoded = slot.encoder.Encode(tight_, frame);
@@ -87,6 +106,7 @@ void InOrder::Encode(Slot& slot) {
     } catch (...) {
         slot.failure = std::current_exception();
     }
+    slot.seconds = SecondsSince(start);
 }
 
 /// Reads the next frames; a frame that cannot be read does not keep those before it from being written.
@@ -101,6 +121,47 @@ size_t InOrder::Fill() {
         ++filled;
     }
     return filled;
+}
+
+/// Writes a frame and its line of the report, which says as well why it could not be written.
+void InOrder::Deliver(Slot& slot, uint64_t frame, FrameWriter& writer, const ResultNames& names) {
+    const Clock::time_point start = Clock::now();
+    ReportLine line = {0, options_.inputs[0], options_.input.Range().first + frame, names.Of(frame)};
+    try {
+        if (slot.failure) {
+            std::rethrow_exception(slot.failure);
+        }
+        if (slot.kept) {
+            plan_.CountSkipped();
+            line.outcome = Outcome::kSkipped;
+        } else {
+            writer.Write(frame, slot.encoded);
+            line.bytes = slot.encoded.size();
+            line.seconds = slot.seconds + SecondsSince(start);
+        }
+    } catch (const std::exception& error) {
+        line.outcome = Outcome::kFailed;
+        line.reason = ReasonOf(error);
+        report_.Add(line);
+        throw;
+    }
+    report_.Add(line);
+    if (!slot.kept && options_.announce && names.FilePerFrame()) {
+        options_.announce(names.Of(frame), result_);
+    }
+}
+
+uint64_t InOrder::WriteAll(FrameWriter& writer, const ResultNames& names) {
+    try {
+        const uint64_t written = WriteFrames(writer, names);
+        writer.Commit();
+        return written;
+    } catch (const std::exception& error) {
+        if (writer.AllOrNothing()) {
+            report_.GiveUp(ReasonOf(error));
+        }
+        throw;
+    }
 }
 
 uint64_t InOrder::WriteFrames(FrameWriter& writer, const ResultNames& names) {
@@ -120,17 +181,7 @@ uint64_t InOrder::WriteFrames(FrameWriter& writer, const ResultNames& names) {
             }
         });
         for (size_t i = 0; i < filled; ++i, ++written) {
-            if (slots_[i].failure) {
-                std::rethrow_exception(slots_[i].failure);
-            }
-            if (slots_[i].kept) {
-                plan_.CountSkipped();
-            } else {
-                writer.Write(written, slots_[i].encoded);
-                if (options_.announce && names.FilePerFrame()) {
-                    options_.announce(names.Of(written), result_);
-                }
-            }
+            Deliver(slots_[i], written, writer, names);
             progress_.FrameDone(count ? std::optional(static_cast<double>(written + 1) / static_cast<double>(*count))
                                       : std::nullopt);
         }
@@ -140,8 +191,18 @@ uint64_t InOrder::WriteFrames(FrameWriter& writer, const ResultNames& names) {
 
 }  // namespace
 
-void ConvertInOrder(const ConversionOptions& options, OutputPlan& plan) {
-    InOrder(options, plan).Run();
+void ConvertInOrder(const ConversionOptions& options, OutputPlan& plan, Report& report) {
+    std::unique_ptr<InOrder> conversion;
+    try {
+        conversion = std::make_unique<InOrder>(options, plan, report);
+    } catch (const Failure& failure) {
+        Protect(options, plan);
+        plan.Begin();
+        report.Open();
+        report.Add({0, options.inputs[0], std::nullopt, "", Outcome::kFailed, failure.what()});
+        throw;
+    }
+    conversion->Run();
 }
 
 }  // namespace VexaTool

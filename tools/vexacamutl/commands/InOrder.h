@@ -6,9 +6,10 @@
 #pragma once
 
 #include "commands/ConversionOptions.h"
+#include "commands/Report.h"
 
 namespace VexaTool {
 
-void ConvertInOrder(const ConversionOptions& options, OutputPlan& plan);
+void ConvertInOrder(const ConversionOptions& options, OutputPlan& plan, Report& report);
 
 }  // namespace VexaTool

@@ -52,7 +52,7 @@ bool IsFolder(const std::string& path) {
     return path != "-" && fs::is_directory(path, error);
 }
 
-std::vector<std::string> WithoutFolders(const std::vector<std::string>& paths, std::vector<Failure>& failures) {
+std::vector<std::string> WithoutFolders(const std::vector<std::string>& paths, std::vector<InputFailure>& failures) {
     std::vector<std::string> files;
     for (const std::string& path : paths) {
         if (!IsFolder(path)) {
@@ -63,7 +63,7 @@ std::vector<std::string> WithoutFolders(const std::vector<std::string>& paths, s
             const std::vector<std::string> found = RawFilesIn(path);
             files.insert(files.end(), found.begin(), found.end());
         } catch (const Failure& failure) {
-            failures.push_back(failure);
+            failures.push_back({path, failure});
         }
     }
     return files;

@@ -22,6 +22,9 @@ class FrameWriter {
     /// True when the file of this frame exists and is to stay.
     bool Keeps(uint64_t frame) const { return names_.FilePerFrame() && plan_.Keeps(names_.Of(frame)); }
 
+    /// True when nothing of all frames remains unless Commit succeeds.
+    bool AllOrNothing() const { return file_ && !file_->WritesDirectly(); }
+
     void Write(uint64_t frame, Bytes bytes);
 
     /// After the last frame.

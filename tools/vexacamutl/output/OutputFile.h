@@ -35,6 +35,9 @@ class OutputFile {
     void Write(Bytes bytes);
     void Commit();
 
+    /// True when what was written stays, even without Commit.
+    bool WritesDirectly() const { return direct_; }
+
   private:
     [[noreturn]] void Fail(int error) const;
     void Open();

@@ -41,6 +41,13 @@ Destination DestinationOf(const std::string& path) {
     return standardOutput;
 }
 
+/// One descriptor, or one file that both names lead to.
+bool SameTarget(const Destination& a, const Destination& b) {
+    return (a.descriptor >= 0 && a.descriptor == b.descriptor) ||
+           (a.IsRegularFile() && b.IsRegularFile() && IdentityOf(*a.file) == IdentityOf(*b.file) &&
+            (a.descriptor >= 0 || b.descriptor >= 0));
+}
+
 void MakeFolder(const std::string& folder) {
     std::error_code error;
     fs::create_directories(folder, error);
@@ -149,7 +156,20 @@ void OutputPlan::Check(const Planned& planned) const {
     }
 }
 
+void OutputPlan::PlanReport() {
+    if (options_.report.empty()) {
+        return;
+    }
+    const Destination report = DestinationOf(options_.report);
+    if (!options_.path.empty() && SameTarget(report, DestinationOf(options_.path))) {
+        throw Failure(ExitCode::kUsage, "the report and the result would both go to " + NameOf(options_.path));
+    }
+    reportPath_ = report.path;
+    Register({options_.report, "the report", ""});
+}
+
 void OutputPlan::Begin() {
+    PlanReport();
     for (const auto& [path, planned] : results_) {
         Check(planned);
     }
@@ -160,6 +180,9 @@ void OutputPlan::Begin() {
 }
 
 void OutputPlan::CheckFrame(const std::string& path) const {
+    if (!reportPath_.empty() && FindDestination(path).path == reportPath_) {
+        throw Failure(ExitCode::kUsage, path + " is the report");
+    }
     Check({path, "", ""});
     if (WantsSidecar(path)) {
         Check({SidecarPath(path), "", path});

@@ -12,6 +12,7 @@
 //     - a result, or the text beside it, is a file that the command reads, by this name or any other
 //     - two results have one name
 //     - a text beside a result would replace a text that the tool did not write for it
+//     - the report is one of those files or results
 //     - results are to stay (Existing::kRefuse) and one of them exists
 //
 // Streams do not tell how many frames they hold; the names of their further frames are checked as they come.
@@ -39,6 +40,7 @@ struct OutputOptions {
     bool sidecar = false;  ///< a text beside each result says its layout
     Existing existing = Existing::kReplace;
     bool sync = false;
+    std::string report;           ///< a text that says what became of each frame; empty for none
     uint64_t firstFrame = 0;      ///< number of the first frame of each input
     bool alwaysNumbered = false;  ///< in a folder, also the result of an input with one frame
 
@@ -107,6 +109,7 @@ class OutputPlan {
     };
 
     bool WantsSidecar(const std::string& path) const;
+    void PlanReport();
     void Register(const Planned& planned);
     void RegisterFrame(const std::string& path, const std::string& input);
     void Check(const Planned& planned) const;
@@ -115,6 +118,7 @@ class OutputPlan {
     OutputOptions options_;
     std::set<FileIdentity> inputs_;
     std::map<std::string, Planned> results_;  ///< by where they really go
+    std::string reportPath_;                  ///< where the report really goes
     std::atomic<uint64_t> skipped_ = 0;
 };
 

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// See Report.h.
+#include "commands/Report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+#include <tuple>
+
+#include "Text.h"
+
+namespace VexaTool {
+
+namespace {
+
+const char* NameOf(Outcome outcome) {
+    return outcome == Outcome::kDone ? "done" : outcome == Outcome::kSkipped ? "skipped" : "failed";
+}
+
+std::string TextOrNull(const std::string& text) {
+    return text.empty() ? "null" : JsonString(text);
+}
+
+std::string Seconds(double seconds) {
+    char text[40];
+    static_cast<void>(std::snprintf(text, sizeof text, "%.6f", seconds));
+    return text;
+}
+
+std::string JsonOf(const ReportLine& line) {
+    const bool done = line.outcome == Outcome::kDone;
+    return "{\"input\": " + JsonString(line.input) +
+           ", \"frame\": " + (line.frame ? std::to_string(*line.frame) : "null") +
+           ", \"output\": " + TextOrNull(line.output) + ", \"status\": \"" + NameOf(line.outcome) +
+           "\", \"reason\": " + TextOrNull(line.reason) +
+           ", \"bytes\": " + (done ? std::to_string(line.bytes) : "null") +
+           ", \"seconds\": " + (done ? Seconds(line.seconds) : "null") + "}\n";
+}
+
+}  // namespace
+
+void Report::Open() {
+    if (!options_.report.empty()) {
+        file_ = std::make_unique<OutputFile>(options_.report,
+                                             WriteRules{options_.existing != Existing::kRefuse, options_.sync});
+    }
+}
+
+void Report::Add(const ReportLine& line) {
+    if (!options_.report.empty()) {
+        const std::lock_guard lock(mutex_);
+        lines_.push_back(line);
+    }
+}
+
+void Report::GiveUp(const std::string& reason) {
+    for (ReportLine& line : lines_) {
+        if (line.outcome == Outcome::kDone) {
+            line.outcome = Outcome::kFailed;
+            line.reason = reason;
+        }
+    }
+}
+
+void Report::Write() {
+    if (!file_) {
+        return;
+    }
+    std::stable_sort(lines_.begin(), lines_.end(), [](const ReportLine& a, const ReportLine& b) {
+        return std::tie(a.order, a.frame) < std::tie(b.order, b.frame);
+    });
+    std::string text;
+    for (const ReportLine& line : lines_) {
+        text += JsonOf(line);
+    }
+    file_->Write({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+    file_->Commit();
+}
+
+std::string ReasonOf(const std::exception& error) {
+    return dynamic_cast<const std::bad_alloc*>(&error) != nullptr ? "out of memory" : error.what();
+}
+
+}  // namespace VexaTool
