@@ -14,8 +14,6 @@
 
 namespace {
 
-using Reference::GuardedArena;
-using Reference::GuardSide;
 using Reference::Random;
 using testing::HasSubstr;
 

@@ -23,21 +23,21 @@ struct Disc {
 
 class Scene {
   public:
-    Scene(uint32_t width, uint32_t height, uint32_t seed) : random_(seed), width_(width), height_(height) {
+    Scene(uint32_t width, uint32_t height, uint32_t seed) : m_random(seed), m_width(width), m_height(height) {
         for (int i = 0; i < 14; ++i) {
-            discs_.push_back({Any() * width, Any() * height, (0.04 + 0.16 * Any()) * height, {Any(), Any(), Any()}});
+            m_discs.push_back({Any() * width, Any() * height, (0.04 + 0.16 * Any()) * height, {Any(), Any(), Any()}});
         }
-        for (double& wave : waves_) {
+        for (double& wave : m_waves) {
             wave = 2 + 5 * Any();
         }
     }
 
     Colour At(uint32_t x, uint32_t y) {
-        const double u = static_cast<double>(x) / width_;
-        const double v = static_cast<double>(y) / height_;
-        Colour colour = {0.3 + 0.2 * std::sin(waves_[0] * u + 1), 0.4 + 0.2 * std::sin(waves_[1] * v + u),
-                         0.45 + 0.25 * std::cos(waves_[2] * (u - v))};
-        for (const Disc& disc : discs_) {
+        const double u = static_cast<double>(x) / m_width;
+        const double v = static_cast<double>(y) / m_height;
+        Colour colour = {0.3 + 0.2 * std::sin(m_waves[0] * u + 1), 0.4 + 0.2 * std::sin(m_waves[1] * v + u),
+                         0.45 + 0.25 * std::cos(m_waves[2] * (u - v))};
+        for (const Disc& disc : m_discs) {
             if (std::hypot(x - disc.x, y - disc.y) < disc.radius) {
                 const double shade = 0.8 + 0.2 * std::sin(x / 9.0) * std::cos(y / 11.0);
                 colour = {disc.colour[0] * shade, disc.colour[1] * shade, disc.colour[2] * shade};
@@ -46,35 +46,35 @@ class Scene {
         // What a sensor sees before white balance, and its noise.
         const Colour gains = {0.55, 0.9, 0.7};
         for (size_t i = 0; i < 3; ++i) {
-            colour[i] = std::clamp(colour[i] * gains[i] + 0.006 * noise_(random_), 0.0, 1.0);
+            colour[i] = std::clamp(colour[i] * gains[i] + 0.006 * m_noise(m_random), 0.0, 1.0);
         }
         return colour;
     }
 
   private:
-    double Any() { return std::uniform_real_distribution<double>(0, 1)(random_); }
+    double Any() { return std::uniform_real_distribution<double>(0, 1)(m_random); }
 
-    std::mt19937 random_;
-    std::normal_distribution<double> noise_;
-    double width_;
-    double height_;
-    std::vector<Disc> discs_;
-    double waves_[3];
+    std::mt19937 m_random;
+    std::normal_distribution<double> m_noise;
+    double m_width;
+    double m_height;
+    std::vector<Disc> m_discs;
+    double m_waves[3];
 };
 
 class BitWriter {
   public:
     /// The bit becomes bit `at` of the frame, counted from bit 0 of byte 0.
     void Set(size_t at, bool bit) {
-        if (bytes_.size() <= at / 8) {
-            bytes_.resize(at / 8 + 1);
+        if (m_bytes.size() <= at / 8) {
+            m_bytes.resize(at / 8 + 1);
         }
-        bytes_[at / 8] = static_cast<uint8_t>(bytes_[at / 8] | (bit ? 1u << (at % 8) : 0u));
+        m_bytes[at / 8] = static_cast<uint8_t>(m_bytes[at / 8] | (bit ? 1u << (at % 8) : 0u));
     }
-    Bytes Take() { return std::move(bytes_); }
+    Bytes Take() { return std::move(m_bytes); }
 
   private:
-    Bytes bytes_;
+    Bytes m_bytes;
 };
 
 /// Where bit `bit` (0: lowest) of sample i lies in the frame.
