@@ -32,6 +32,9 @@ struct FileIdentity {
     friend bool operator<(const FileIdentity& a, const FileIdentity& b) {
         return a.device != b.device ? a.device < b.device : a.inode < b.inode;
     }
+    friend bool operator==(const FileIdentity& a, const FileIdentity& b) {
+        return a.device == b.device && a.inode == b.inode;
+    }
 };
 
 inline FileIdentity IdentityOf(const struct stat& file) {
