@@ -180,8 +180,8 @@
 
 /** Version of this header; VcfVersion says that of the shared object. */
 #define VEXACAMFRAMES_VERSION_MAJOR 0
-#define VEXACAMFRAMES_VERSION_MINOR 1
-#define VEXACAMFRAMES_VERSION_PATCH 0
+#define VEXACAMFRAMES_VERSION_MINOR 1 /**< grows with backward-compatible additions */
+#define VEXACAMFRAMES_VERSION_PATCH 0 /**< grows with corrections */
 
 #ifdef __cplusplus
 extern "C" {
@@ -292,7 +292,7 @@ VEXACAMUTL_API const char* VcfStatusText(VcfStatus status);
 
 /** What is known of a format. Later versions may append fields. */
 typedef struct VcfFormat {
-    PixelFormat format;
+    PixelFormat format;      /**< its code */
     const char* name;        /**< of PFNC, "BayerRG12p" */
     const char* aliases;     /**< names used elsewhere, lower case, separated by spaces; may be empty */
     uint32_t kind;           /**< VCF_KIND_... */
@@ -343,7 +343,7 @@ VEXACAMUTL_API VcfStatus VcfNearestNames(const char* name, char* text, size_t te
 
 /** How a frame lies in a buffer. Fill it with VcfInitLayout, then change fields. */
 typedef struct VcfLayout {
-    PixelFormat format;
+    PixelFormat format;   /**< code */
     uint32_t width;       /**< pixels */
     uint32_t height;      /**< rows */
     uint32_t range;       /**< VCF_RANGE_...; formats other than YUV: full */
