@@ -5,7 +5,6 @@
 #include "output/PictureWriter.h"
 
 #include <fcntl.h>
-#include <png.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,6 +18,7 @@
 #include "output/Cleanup.h"
 #include "output/Destination.h"
 #include "output/Jpeg.h"
+#include "output/Png.h"
 #include "output/Tiff.h"
 
 namespace VexaTool {
@@ -184,53 +184,6 @@ void EncodeNetpbm(const Picture& picture, std::vector<uint8_t>& bytes) {
     } else if (ConvRGB8PToBGR(pixels, picture.bytes.data(), picture.width, picture.height) != UTL_STS_SUCCESS) {
         throw Failure(ExitCode::kUnsupported, "cannot exchange red and blue");
     }
-}
-
-extern "C" [[noreturn]] void ThrowPngError(png_structp /*png*/, png_const_charp message) {
-    throw Failure(ExitCode::kOutput, std::string("cannot build the PNG file: ") + message);
-}
-
-extern "C" void IgnorePngWarning(png_structp /*png*/, png_const_charp /*message*/) {}
-
-extern "C" void AppendPngBytes(png_structp png, png_bytep data, size_t size) {
-    auto& bytes = *static_cast<std::vector<uint8_t>*>(png_get_io_ptr(png));
-    bytes.insert(bytes.end(), data, data + size);
-}
-
-struct PngWriter {
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, ThrowPngError, IgnorePngWarning);
-    png_infop info = png == nullptr ? nullptr : png_create_info_struct(png);
-    PngWriter() = default;
-    PngWriter(const PngWriter&) = delete;
-    PngWriter& operator=(const PngWriter&) = delete;
-    ~PngWriter() { png_destroy_write_struct(&png, &info); }
-};
-
-void EncodePng(const Picture& picture, int level, std::vector<uint8_t>& bytes) {
-    const PngWriter writer;
-    if (writer.info == nullptr) {
-        throw std::bad_alloc();
-    }
-    const int type = picture.channels == 1   ? PNG_COLOR_TYPE_GRAY
-                     : picture.channels == 3 ? PNG_COLOR_TYPE_RGB
-                                             : PNG_COLOR_TYPE_RGB_ALPHA;
-    bytes.clear();
-    png_set_user_limits(writer.png, picture.width, picture.height);
-    png_set_write_fn(writer.png, &bytes, AppendPngBytes, nullptr);
-    png_set_compression_level(writer.png, level);
-    png_set_filter(writer.png, 0,
-                   PNG_FILTER_SUB);  // one filter: nearly as small as the search for the best, far quicker
-    png_set_IHDR(writer.png, writer.info, picture.width, picture.height, static_cast<int>(8 * picture.sampleBytes),
-                 type, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_write_info(writer.png, writer.info);
-    png_set_bgr(writer.png);
-    if (picture.sampleBytes == 2) {
-        png_set_swap(writer.png);
-    }
-    for (size_t r = 0; r < picture.height; ++r) {
-        png_write_row(writer.png, picture.Row(r));
-    }
-    png_write_end(writer.png, writer.info);
 }
 
 }  // namespace
