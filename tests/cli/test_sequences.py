@@ -2,6 +2,7 @@
 # Copyright (c) the Vexa camera utility library authors
 #
 # Many frames: streams, sequences in one file, folders, threads, and what is said when some of them fail.
+import fcntl
 import os
 import subprocess
 import threading
@@ -197,3 +198,21 @@ def test_many_threads_give_the_same_bytes(tool):
     assert tool.good("convert", *shape, "-j", 8, "in.raw", "-") == one
     tool.good("convert", *shape, "-j", 8, "-t", "bgra", "in.raw", "f_%02d.bgra")
     assert b"".join(tool.read(name) for name in tool.names("f_*")) == one
+
+
+def test_pipes_are_widened_and_never_narrowed(tool):
+    tool.write("in.raw", frame(1))
+    for before in (4096, 65536, 1 << 20):
+        reader, writer = os.pipe()
+        try:
+            try:
+                fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 1 << 20)
+            except PermissionError:
+                pytest.skip("the system grants no larger pipes")
+            fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, before)
+            subprocess.run([PROGRAM, "convert", *SHAPE, "in.raw", "-"], cwd=tool.folder, stdout=writer, check=True)
+            assert fcntl.fcntl(reader, fcntl.F_GETPIPE_SZ) == 1 << 20
+            assert os.read(reader, 1000) == bgra(1)
+        finally:
+            os.close(reader)
+            os.close(writer)

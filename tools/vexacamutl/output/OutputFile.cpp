@@ -28,6 +28,15 @@ std::string FolderOf(const std::string& path) {
     return folder.empty() ? "." : folder;
 }
 
+/// A reader and this program take turns less often. What is no pipe answers -1, and the system may refuse.
+void WidenPipe(int fd) {
+    static constexpr int kBytes = 1 << 20;  // the most that Linux grants everybody
+    const int bytes = fcntl(fd, F_GETPIPE_SZ);
+    if (bytes > 0 && bytes < kBytes) {
+        static_cast<void>(fcntl(fd, F_SETPIPE_SZ, kBytes));
+    }
+}
+
 /// A hidden name beside the result that no other writer, thread or process, uses.
 std::string TemporaryNameFor(const std::string& path) {
     static std::atomic<unsigned> s_serial = 0;
@@ -72,6 +81,9 @@ void OutputFile::Open() {
     if (direct_ && isatty(fd_) != 0) {
         throw Failure(ExitCode::kUsage,
                       (given_ == "-" ? "standard output" : given_) + " is a terminal; redirect it, or name a file");
+    }
+    if (direct_) {
+        WidenPipe(fd_);
     }
 }
 
