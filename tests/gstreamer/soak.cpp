@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <map>
 #include <random>
 #include <string>
@@ -43,19 +44,18 @@ constexpr Setting kSettings[] = {
 };
 
 size_t ResidentBytes() {
-    unsigned long total = 0;
-    unsigned long resident = 0;
-    FILE* const file = std::fopen("/proc/self/statm", "r");
-    if (file == nullptr || std::fscanf(file, "%lu %lu", &total, &resident) != 2) {
-        std::perror("/proc/self/statm");
+    std::ifstream file("/proc/self/statm");
+    size_t total = 0;
+    size_t resident = 0;
+    if (!(file >> total >> resident)) {
+        std::fputs("/proc/self/statm cannot be read\n", stderr);
         std::exit(1);
     }
-    static_cast<void>(std::fclose(file));
     return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
 
 GstBuffer* RandomBuffer(size_t bytes) {
-    std::mt19937 generator(1);
+    std::mt19937 generator(1);  // NOLINT(cert-msc51-cpp): the same samples in every run
     std::vector<guint8> samples(bytes);
     for (guint8& sample : samples) {
         sample = static_cast<guint8>(generator() >> 24);
