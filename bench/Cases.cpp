@@ -87,7 +87,7 @@ UtlStatus Case::Run(void* dst, const void* src, uint32_t width, uint32_t height)
 }
 
 bool Case::HasWords() const {
-    // 4:2:2 takes 16 bits a pixel too.
+    // 4:2:2 takes 16 bits per pixel too.
     return (srcBits == 16 || srcBits == 48) && std::string_view(name).find("YUV") == std::string_view::npos;
 }
 

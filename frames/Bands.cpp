@@ -3,7 +3,7 @@
 //
 // Rows in bands that fit the cache.
 //
-// Formats without neighbours go row by row. The demosaic of a mosaic is asked for a band with rows beside it, since the
+// Formats without neighbours go row by row. A mosaic is demosaiced as a band with the rows beside it, since the
 // first and last rows of what the library is given follow the rules of a border. With a, b even:
 //
 //     row  a     border rules, wrong here unless a = 0
@@ -118,7 +118,7 @@ class Bands {
         return finishes ? std::min(FedRows(), RowsThatFit(c_.scratch.pictureBytes, pictureRowBytes_)) : FedRows();
     }
 
-    /// The rows of a span one after the other. Those of the last span that are still wanted are kept.
+    /// The rows of a span one after the other. Rows that the last span has too are not read again.
     const uint8_t* Fed(const Span& span) {
         if (direct_) {
             return buffer_ + g_.StartOf(span.first).byte;

@@ -98,7 +98,7 @@ void GreyRow(const VcfConverter& converter, const uint8_t* buffer, uint32_t row,
 /// What comes after the call, in place.
 void FinishRow(const VcfConverter& converter, uint8_t* pixels);
 
-/// Grey of a BGR row, as the output wants it.
+/// Grey of a BGR row, in the depth of the output.
 void LumaRow(const VcfConverter& converter, const uint8_t* bgr, uint8_t* dst);
 
 /// The rows [first, end) of a picture whose rows are `stride` bytes apart.

@@ -3,7 +3,7 @@
 //
 // See Levels.h. The arithmetic is that of the header, in integers. A tone is a list of thresholds: the smallest x that
 // gives each of the 255 values above 0. Those of gamma and sRGB are powers; rounding cannot move them, since none lies
-// as near to an integer as the error of the power (a test looks at every gamma).
+// as near to an integer as the error of the power (a test checks every gamma).
 #include "Levels.h"
 
 #include <algorithm>

@@ -21,7 +21,7 @@ Work Whole(const Frame& frame) {
     };
 }
 
-/// Two calls, one strip after another: the first to `middle` bytes a pixel.
+/// Two calls, one strip after another: the first to `middle` bytes per pixel.
 template <auto first, int srcBytesPerPixel, int middleBytesPerPixel, auto second, int dstBytesPerPixel>
 Work TwoSteps(const Frame& frame) {
     return [f = frame, strip = MakeStrip(frame.width, middleBytesPerPixel)] {
@@ -69,7 +69,7 @@ Work HalfTurn8(const Frame& frame) {
     };
 }
 
-/// Three planes of a strip, one byte a pixel each.
+/// Three planes of a strip, one byte per pixel each.
 struct Planes {
     explicit Planes(uint32_t width) : y(MakeStrip(width, 1)), u(MakeStrip(width, 1)), v(MakeStrip(width, 1)) {}
     SharedBytes y;

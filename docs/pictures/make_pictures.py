@@ -55,7 +55,7 @@ def draw_scene():
 
 
 def cut_mosaic(picture, phase):
-    """One sample a pixel, as a sensor of this phase delivers it."""
+    """One sample per pixel, as a sensor of this phase delivers it."""
     rows = {"GR": ("GR", "BG"), "RG": ("RG", "GB"), "GB": ("GB", "RG"), "BG": ("BG", "GR")}[phase]
     return bytes(row[c]["RGB".index(rows[r % 2][c % 2])] for r, row in enumerate(picture) for c in range(len(row)))
 

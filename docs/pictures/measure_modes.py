@@ -26,7 +26,7 @@ def read_rgb(path):
 
 
 def cut_mosaic(rgb, pattern):
-    """One sample a pixel; `pattern` are the colours of the first two rows' first two samples."""
+    """One sample per pixel; `pattern` are the colours of the first two rows' first two samples."""
     mosaic = numpy.empty(rgb.shape[:2], numpy.uint8)
     for i, colour in enumerate(pattern):
         mosaic[i // 2::2, i % 2::2] = rgb[i // 2::2, i % 2::2, "RGB".index(colour)]

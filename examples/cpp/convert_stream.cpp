@@ -21,7 +21,7 @@ uint32_t Number(const char* text) {
 void ConvertStream(PixelFormat format, uint32_t width, uint32_t height) {
     const size_t pixels = static_cast<size_t>(width) * height;
     const ConverterFunc convert = GetBGRAConverter(format, 1);
-    // YUV8_UYV has 3 bytes a pixel, its converter reads 4: such a frame would have to be spread first.
+    // YUV8_UYV has 3 bytes per pixel, its converter reads 4: such a frame would have to be spread first.
     if (convert == nullptr || format == PIXEL_FORMAT_YUV8_UYV || pixels == 0) {
         throw std::runtime_error("no converter for this format and size");
     }

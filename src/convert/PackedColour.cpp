@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Packed RGB and BGR to BGRA and BGR: three samples a pixel, reordered and reduced to 8 bits.
+// Packed RGB and BGR to BGRA and BGR: three samples per pixel, reordered and reduced to 8 bits.
 #include <cstring>
 
 #include "convert/Contract.h"

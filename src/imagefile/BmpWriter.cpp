@@ -70,7 +70,7 @@ constexpr GreyPalette MakeGreyPalette() {
 
 constinit const GreyPalette c_asGreyPalette = MakeGreyPalette();
 
-/// A picture of `bytesPerPixel` bytes a pixel whose rows lie `distance` bytes apart.
+/// A picture of `bytesPerPixel` bytes per pixel whose rows lie `distance` bytes apart.
 struct Picture {
     const uint8_t* topRow;
     uint32_t width;

@@ -67,7 +67,7 @@ const UnitClass* FindUnitClass(PixelFormat format) {
     }
 }
 
-/// The bytes that a number of pixels takes, a started unit counted in part (4:1:1 has one and a half bytes a pixel).
+/// The bytes that a number of pixels takes, a started unit counted in part (4:1:1 has one and a half bytes per pixel).
 uint64_t BytesOfPixels(const UnitClass& unit, uint64_t pixels) {
     return pixels * unit.unitBytes / unit.unitPixels;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The slow model of the frames layer: frames are written bit by bit, pictures made by the reference model of the
+// The reference of the frames layer: frames are written bit by bit, pictures made by the reference of the
 // converters, levels in floating point as the header states them. It shares no code with the library; of the library's
 // functions it calls none.
 #pragma once

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The slow model takes most of the time, and a larger frame has nothing that a smaller one has not.
+/// The reference takes most of the time, and a larger frame has nothing that a smaller one has not.
 constexpr uint32_t kMostPixels = 6000;
 
 const Vexa::Kernels::KernelTable* ChooseTable(uint32_t choice) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// What the companion program takes from outside: names of formats, sizes, sidecars, raw and RWH files of any content,
-// packed samples. Whatever comes in, the answer is a result that makes sense or a Failure, and no byte outside a buffer
+// What the tool takes from outside: names of formats, sizes, sidecars, raw and RWH files of any content,
+// packed samples. Any input gives a result that makes sense or a Failure, and no byte outside a buffer
 // is touched; packed samples are held against an unpacking bit by bit.
 #include <unistd.h>
 
@@ -225,7 +225,7 @@ void TryUnpacking(Fuzz::Input& input) {
     input.Fill(raw.Data(), shape.FrameBytes());
     std::vector<uint8_t> scratch;
     const Bytes words = TightFrame(shape, {raw.Data(), shape.FrameBytes()}, scratch);
-    Fuzz::Require(words.size() == shape.Pixels() * 2, "16 bits a sample");
+    Fuzz::Require(words.size() == shape.Pixels() * 2, "16 bits per sample");
     for (size_t n = 0; n < shape.Pixels(); ++n) {
         const size_t row = shape.stride == 0 ? 0 : n / shape.width;
         const size_t column = shape.stride == 0 ? n : n % shape.width;

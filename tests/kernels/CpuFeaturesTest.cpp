@@ -31,7 +31,7 @@ size_t Best(const Processor& processor) {
     return Rung(BestTableFor(processor));
 }
 
-TEST(ProcessorChoice, ThePlainTableIsFirstAndAlwaysRuns) {
+TEST(ProcessorChoice, TheScalarTableIsFirstAndAlwaysRuns) {
     EXPECT_EQ(KernelTables().front(), &kScalarTable);
     EXPECT_TRUE(CanRun(kScalarTable, {}));
     EXPECT_TRUE(CanRun(kScalarTable, {~0u, ~0u, ~0u, ~0u}));
@@ -104,7 +104,7 @@ Processor Saving(uint32_t registers) {
     return processor;
 }
 
-TEST(ProcessorChoice, AnUnknownProcessorGetsThePlainTable) {
+TEST(ProcessorChoice, AnUnknownProcessorGetsTheScalarTable) {
     EXPECT_EQ(Best({}), kPlain);
     EXPECT_EQ(Best(kComplete), kAvx512Rung);
     EXPECT_EQ(Best({~0u, ~0u, ~0u, ~0u}), kAvx512Rung);

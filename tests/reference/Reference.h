@@ -39,7 +39,7 @@ struct Converter {
     uint32_t depth;          ///< significant bits of a sample: 8, 10, 12, 16; workers 16
     bool readsLut;           ///< refuses to run before PrepareLUT
     Phase phase;             ///< of a Bayer converter
-    uint32_t samples;        ///< samples a pixel of a grey (1) or packed-colour (3) converter
+    uint32_t samples;        ///< samples per pixel of a grey (1) or packed-colour (3) converter
     bool redFirst;           ///< order of a packed-colour pixel
     uint32_t groupPixels;    ///< pixels of a YUV group
     uint32_t groupBytes;     ///< source bytes from one YUV group to the next

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Runs of packed-colour pixels, one after another: three samples a pixel.
+// Runs of packed-colour pixels, one after another: three samples per pixel.
 #pragma once
 
 #include "kernels/scalar/Samples.h"

@@ -195,7 +195,7 @@ TEST_F(BmpWriter, ImageSizesOf4GiBWrapAndFileSizesDoNot) {
     ASSERT_EQ(SaveBmpMono_S(row.data(), 0x10000, 0x10001, 0, Path().c_str()), UTL_STS_SUCCESS);
     EXPECT_EQ(NumberAt(Read(Path()), 2), 0x10000u + 1126);
     EXPECT_EQ(NumberAt(Read(Path()), 62), 0x10000u);
-    // 199,924 bytes a row, 21,483 rows: 4 bytes less than 2^32.
+    // 199,924 bytes per row, 21,483 rows: 4 bytes less than 2^32.
     ASSERT_EQ(SaveBmpARGB_S(row.data(), 49981, 21483, 0, Path().c_str()), UTL_STS_SUCCESS);
     EXPECT_EQ(NumberAt(Read(Path()), 2), 0x100000062u);
     EXPECT_EQ(NumberAt(Read(Path()), 62), 0xFFFFFFFCu);

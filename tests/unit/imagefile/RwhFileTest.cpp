@@ -63,7 +63,7 @@ TEST_F(RwhFile, RowSizesRoundDown) {
     const Bytes yuv = Saved(0x020C001E, 5, 3, frame);
     EXPECT_EQ(yuv[12], 7);
     EXPECT_EQ(yuv.size(), 16u + 21);
-    EXPECT_EQ(Saved(0x00010000, 7, 2, frame).size(), 16u);  // one bit a pixel, less than a byte a row
+    EXPECT_EQ(Saved(0x00010000, 7, 2, frame).size(), 16u);  // one bit per pixel, less than a byte per row
     EXPECT_EQ(Saved(0x00FF0000, 3, 1, frame).size(), 16u + 95);
 }
 
@@ -76,11 +76,11 @@ TEST_F(RwhFile, EmptyFramesAreAHeaderOnly) {
 
 TEST_F(RwhFile, SizesWrapModulo2To32) {
     const Bytes frame = Counting(64);
-    // 16 bits * 0x10000002 pixels = 0x100000020, of which 0x20 bits are left: 4 bytes a row.
+    // 16 bits * 0x10000002 pixels = 0x100000020, of which 0x20 bits are left: 4 bytes per row.
     const Bytes row = Saved(0x01100003, 0x10000002, 1, frame);
     EXPECT_EQ(Bytes(row.begin() + 12, row.begin() + 16), (Bytes{4, 0, 0, 0}));
     EXPECT_EQ(row.size(), 16u + 4);
-    // 2 bytes a row * 0x80000001 rows = 0x100000002: 2 bytes.
+    // 2 bytes per row * 0x80000001 rows = 0x100000002: 2 bytes.
     const Bytes rows = Saved(0x01080001, 2, 0x80000001, frame);
     EXPECT_EQ(rows.size(), 16u + 2);
     EXPECT_EQ(rows[16], frame[0]);

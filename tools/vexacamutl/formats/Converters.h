@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// Every converter of the library by name, with the bits a pixel that it reads and writes.
+// Every converter of the library by name, with the bits per pixel that it reads and writes.
 #pragma once
 
 #include <VexaCamUtl.h>

@@ -10,7 +10,7 @@ namespace VexaTool {
 
 namespace {
 
-/// Well within what the library's 32-bit products hold for four bytes a pixel.
+/// Well within what the library's 32-bit products hold for four bytes per pixel.
 constexpr uint64_t kMostPixels = uint64_t{1} << 30;
 
 /// What is said of samples has to be possible for them.
