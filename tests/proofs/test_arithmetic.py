@@ -224,11 +224,11 @@ def test_tie_is_rounded_towards_zero():
               r".*towardsZero & (0xFF)")
     total = z3.BitVec("total", 16)
     rounded = total + half
-    lanes = (rounded + ((rounded >> sign) & mask)) >> shift
+    elements = (rounded + ((rounded >> sign) & mask)) >> shift
     wide = z3.SignExt(16, total)
     exact = (wide + 4) / 8
     # Two estimates of at most 4 * 255 + 4 * 255 each.
-    prove(low_byte(lanes) == low_byte(exact), total >= -4096, total <= 4096)
+    prove(low_byte(elements) == low_byte(exact), total >= -4096, total <= 4096)
     assert kept == 0xFF
 
 

@@ -101,9 +101,9 @@ def test_loaded_memory_lives_as_long_as_its_arrays(tmp_path):
     vcu.save_rwh(np.arange(65536, dtype=np.uint16).reshape(256, 256), "Mono16", path)
     column = vcu.load_rwh(path).data[:, 5]
     gc.collect()
-    rivals = [vcu.load_rwh(path) for _ in range(8)]
+    loaded = [vcu.load_rwh(path) for _ in range(8)]
     np.testing.assert_array_equal(column, np.arange(256) * 256 + 5)
-    assert len(rivals) == 8
+    assert len(loaded) == 8
 
 
 def resident_kilobytes() -> int:
