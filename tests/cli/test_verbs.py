@@ -23,7 +23,7 @@ def test_info_of_rwh(tool):
     tool.write("in.rwh", rwh(RG12, 6, 4, bytes(48)))
     assert tool.good("info", "in.rwh").decode() == (
         "in.rwh\n"
-        "  format    BayerRG12 (0x01100011), Bayer, 16 bits a pixel, 12 significant\n"
+        "  format    BayerRG12 (0x01100011), Bayer, 16 bits per pixel, 12 significant\n"
         "  size      6x4\n"
         "  row       12 bytes\n"
         "  frames    1 of 48 bytes\n"
@@ -33,7 +33,7 @@ def test_info_of_rwh(tool):
 def test_info_of_raw_with_sidecar_and_without(tool):
     tool.write("in.raw", bytes(32))
     expected = ("in.raw\n"
-                "  format    YUV422_8_UYVY (0x0210001F), YUV, 16 bits a pixel, 8 significant\n"
+                "  format    YUV422_8_UYVY (0x0210001F), YUV, 16 bits per pixel, 8 significant\n"
                 "  size      4x2\n"
                 "  row       8 bytes\n"
                 "  frames    2 of 16 bytes\n"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The verbs of the program. Each function declares one: its options, its help, and the work as the callback.
+// The verbs of the tool. Each function declares one: its options, its help, and the work as the callback.
 #pragma once
 
 #include <CLI/App.hpp>

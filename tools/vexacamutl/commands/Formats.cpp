@@ -56,7 +56,7 @@ void PrintTable(const std::vector<const FormatInfo*>& formats, uint32_t width, u
     }
     std::printf(
         "\n"
-        "bits: a pixel takes in a frame. depth: significant bits a "
+        "bits: per pixel, in a frame. depth: significant bits per "
         "sample. bytes: of a frame of %ux%u.\n"
         "* More than the frame: ConvYUV422PToBGR reads groups of 5 bytes "
         "and ConvYUV444PToBGRA/BGR of 4, and skip\n"

@@ -34,7 +34,7 @@ void Print(const MappedFrames& frames) {
     const RawShape& shape = frames.Shape();
     const FormatInfo& format = *shape.format;
     std::printf("%s\n", Printable(frames.Path()).c_str());
-    std::printf("  format    %s (%s), %s, %u bits a pixel, %u significant\n", std::string(format.name).c_str(),
+    std::printf("  format    %s (%s), %s, %u bits per pixel, %u significant\n", std::string(format.name).c_str(),
                 HexCode(format.code).c_str(), KindName(format.kind), BitPerPixel(format.code), format.depth);
     std::printf("  size      %ux%u\n", shape.width, shape.height);
     std::printf("  row       %zu bytes\n", shape.stride != 0 ? size_t{shape.stride} : shape.RowBytes());

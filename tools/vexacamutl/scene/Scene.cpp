@@ -77,7 +77,7 @@ void Scene::DrawPatches(const Box& box) {
     }
 }
 
-// The frequency grows with the distance from the centre and reaches half a cycle a pixel at the edge of the box.
+// The frequency grows with the distance from the centre and reaches half a cycle per pixel at the edge of the box.
 void Scene::DrawZonePlate(const Box& box) {
     const double centre = static_cast<double>(box.width) / 2;
     Fill(box, [centre](size_t x, size_t y) {
