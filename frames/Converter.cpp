@@ -84,12 +84,9 @@ VcfStatus CheckDestination(const VcfConverter* converter, const void* buffer, si
                        : buffer == nullptr  ? "buffer"
                                             : "destination");
     }
-    const size_t rowBytes = VcfPictureRowBytes(converter);
-    if (dst_stride != 0 && dst_stride < rowBytes) {
-        return out.Say(VCF_BAD_STRIDE, "a destination stride of %zu bytes is shorter than a row of %zu bytes",
-                       dst_stride, rowBytes);
-    }
-    return CheckLength(converter->geometry, length, out);
+    const VcfStatus status =
+        CheckStride(dst_stride, VcfPictureRowBytes(converter), converter->geometry.height, "destination", out);
+    return status != VCF_OK ? status : CheckLength(converter->geometry, length, out);
 }
 
 }  // namespace

@@ -156,6 +156,18 @@ VcfStatus CheckLength(const Geometry& g, uint64_t length, const Text& text) {
         g.format->name, g.width, g.height, g.stride != 0 ? " with this stride" : "", needed, length, needed - length);
 }
 
+VcfStatus CheckStride(size_t stride, size_t rowBytes, uint32_t rows, const char* name, const Text& text) {
+    if (stride != 0 && stride < rowBytes) {
+        return text.Say(VCF_BAD_STRIDE, "a %s stride of %zu bytes is shorter than a row of %zu bytes", name, stride,
+                        rowBytes);
+    }
+    if (stride > PTRDIFF_MAX / rows) {
+        return text.Say(VCF_BAD_STRIDE, "%u rows with a %s stride of %zu bytes exceed the address space", rows, name,
+                        stride);
+    }
+    return VCF_OK;
+}
+
 }  // namespace VexaFrames
 
 using namespace VexaFrames;

@@ -49,4 +49,8 @@ uint64_t EndOf(const Geometry& geometry);
 
 VcfStatus CheckLength(const Geometry& geometry, uint64_t length, const Text& text);
 
+/// Whether `rows` rows of `rowBytes` bytes can lie `stride` bytes apart (0: no padding); VCF_BAD_STRIDE for strides
+/// shorter than a row, or with which an offset would not fit into ptrdiff_t.
+VcfStatus CheckStride(size_t stride, size_t rowBytes, uint32_t rows, const char* name, const Text& text);
+
 }  // namespace VexaFrames

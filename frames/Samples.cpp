@@ -180,9 +180,8 @@ VcfStatus VcfUnpack(const VcfLayout* layout, const void* buffer, size_t length, 
     }
     const size_t rowBytes =
         yuv ? BytesOfPixels(*g.format, g.width) : size_t{g.width} * ChannelsOf(*g.format) * sample_bytes;
-    if (dst_stride != 0 && dst_stride < rowBytes) {
-        return out.Say(VCF_BAD_STRIDE, "a destination stride of %zu bytes is shorter than a row of %zu bytes",
-                       dst_stride, rowBytes);
+    if (const VcfStatus status = CheckStride(dst_stride, rowBytes, g.height, "destination", out); status != VCF_OK) {
+        return status;
     }
     for (uint32_t row = 0; row < g.height; ++row) {
         UnpackRow(g, static_cast<const uint8_t*>(buffer), row,
@@ -208,9 +207,8 @@ VcfStatus VcfPack(const VcfLayout* layout, const void* samples, size_t src_strid
         return status;
     }
     const size_t rowBytes = size_t{g.width} * ChannelsOf(*g.format) * 2;
-    if (src_stride != 0 && src_stride < rowBytes) {
-        return out.Say(VCF_BAD_STRIDE, "a stride of %zu bytes is shorter than a row of %zu bytes of samples",
-                       src_stride, rowBytes);
+    if (const VcfStatus status = CheckStride(src_stride, rowBytes, g.height, "sample", out); status != VCF_OK) {
+        return status;
     }
     for (uint32_t row = 0; row < g.height; ++row) {
         PackRow(g, static_cast<const uint8_t*>(samples) + row * (src_stride == 0 ? rowBytes : src_stride),

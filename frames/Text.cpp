@@ -45,7 +45,7 @@ const char* VcfStatusText(VcfStatus status) {
         case VCF_TOO_SHORT:
             return "buffer too short";
         case VCF_BAD_STRIDE:
-            return "destination stride too short";
+            return "impossible stride";
         case VCF_BAD_REGION:
             return "region not allowed";
         case VCF_UNSUPPORTED:

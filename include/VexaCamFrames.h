@@ -40,8 +40,7 @@
  *     }
  *
  * Link with -lVexaCamFrames, or what pkg-config vexacamframes says, or the
- * CMake target VexaCamUtl::Frames. A program converts more than one frame with
- * one converter.
+ * CMake target VexaCamUtl::Frames. Keep the converter: it serves any number of frames.
  *
  *
  * ## Buffers in
@@ -203,7 +202,7 @@ typedef uint32_t VcfStatus;
 #define VCF_UNKNOWN_FORMAT 2u   /**< no such pixel format */
 #define VCF_BAD_LAYOUT 3u       /**< size, stride, offset or shift that no frame can have */
 #define VCF_TOO_SHORT 4u        /**< the buffer ends before its last pixel */
-#define VCF_BAD_STRIDE 5u       /**< destination rows closer together than they are long */
+#define VCF_BAD_STRIDE 5u       /**< a stride shorter than a row, or too long for the address space */
 #define VCF_BAD_REGION 6u       /**< a region or band outside the frame, or at offsets that change the phase */
 #define VCF_UNSUPPORTED 7u      /**< valid, but not for this format or output */
 #define VCF_NO_MEMORY 8u        /**< a converter could not be allocated */

@@ -61,6 +61,9 @@ TEST(CppConverter, ConvertsAndRefuses) {
     EXPECT_EQ(converter.TryConvert(frame, std::span(picture).first(13), 8).Code(), VCF_INVALID_ARGUMENT);
     EXPECT_EQ(converter.TryConvert(std::span(frame).first(11), picture, 8).Code(), VCF_TOO_SHORT);
     EXPECT_EQ(converter.TryConvert(frame, picture, 5).Code(), VCF_BAD_STRIDE);
+    vcf::Converter tall(vcf::Layout(vcf::Format::Named("Mono8"), 2, 3), vcf::Output::kBgr);
+    const size_t wrapping = size_t{1} << 63;  // 2 strides and a row are 6 bytes in 64 bits
+    EXPECT_EQ(tall.TryConvert(frame, picture, wrapping).Code(), VCF_BAD_STRIDE);
     EXPECT_EQ(Thrown([&] { converter.Convert(std::span(frame).first(0), picture); }).Code(), VCF_TOO_SHORT);
     EXPECT_EQ(Thrown([&] { converter.ConvertRows(frame, picture, 0, 1, 2); }).Code(), VCF_BAD_REGION);
 

@@ -410,6 +410,12 @@ TEST_F(Refusals, Calls) {
     EXPECT_EQ(VcfPack(&layout, m_src, 0, m_dst, length - 1, nullptr, 0), VCF_TOO_SHORT);
     EXPECT_EQ(VcfPack(&layout, m_src, 15, m_dst, length, nullptr, 0), VCF_BAD_STRIDE);
     EXPECT_EQ(VcfPack(&layout, nullptr, 0, m_dst, length, nullptr, 0), VCF_INVALID_ARGUMENT);
+    for (const size_t stride : {SIZE_MAX, SIZE_MAX / 8 + 1, size_t{PTRDIFF_MAX} / 8 + 1}) {  // offsets would wrap
+        EXPECT_EQ(VcfConvert(c, m_src, length, m_dst, stride, m_text, sizeof m_text), VCF_BAD_STRIDE);
+        EXPECT_THAT(m_text, HasSubstr("address space"));
+        EXPECT_EQ(VcfUnpack(&layout, m_src, length, m_dst, stride, 2, nullptr, 0), VCF_BAD_STRIDE);
+        EXPECT_EQ(VcfPack(&layout, m_src, stride, m_dst, length, nullptr, 0), VCF_BAD_STRIDE);
+    }
     const VcfLayout yuv = LayoutOf(PIXEL_FORMAT_YUV422_8, 8, 8);
     EXPECT_EQ(VcfUnpack(&yuv, m_src, sizeof m_src, m_dst, 0, 2, nullptr, 0), VCF_UNSUPPORTED);
     EXPECT_EQ(VcfPack(&yuv, m_src, 0, m_dst, sizeof m_dst, nullptr, 0), VCF_UNSUPPORTED);
