@@ -100,7 +100,7 @@ def test_names_and_texts_cannot_forge_lines(tool):
     assert tool.bad(2, "convert", "-f", "\xff\u00e9", "-s", "6x4", "in.raw", "out.png").startswith(
         "unknown pixel format '\u00ff\u00e9'")
     done = subprocess.run([PROGRAM, "info", b"\xff.raw"], cwd=tool.folder, capture_output=True, check=False)
-    assert done.stderr.startswith(b"vexacamutl: \\xFF.raw: give --format")
+    assert done.stderr.startswith(b"vexacamutl: cannot read \\xFF.raw: ")
 
 
 def in_terminal(tool, command):

@@ -10,7 +10,7 @@ SHAPE = ["-f", "BayerRG8", "-s", "8x6"]
 KINDS = "png, tif, tiff, jpg, jpeg, ppm, pgm, bmp, vbmp, bgra, bgr, rwh, raw"
 
 MISTAKES = {
-    "no verb": (2, [], "A subcommand is required (see: vexacamutl --help)"),
+    "no verb": (2, [], "no verb given; the verbs are convert, info, formats, reverse, pack, unpack, synth, guess, bench"),
     "unknown verb": (2, ["konvert"], "unknown verb 'konvert'; the verbs are convert, info, formats, reverse, pack, unpack, "
                                      "synth, guess, bench"),
     "unknown option": (2, ["convert", "--sise", "8x6", "in.raw", "out.png"],
@@ -56,6 +56,11 @@ MISTAKES = {
                      "in.raw: the stride of 7 bytes is shorter than a row of 8 bytes"),
     "missing input": (3, ["convert", *SHAPE, "none.raw", "out.png"],
                       "cannot read none.raw: No such file or directory"),
+    "missing input of unknown layout": (3, ["convert", "none.raw", "out.png"],
+                                        "cannot read none.raw: No such file or directory"),
+    "folder of unknown layout": (3, ["info", "folder"], "cannot read folder: Is a directory"),
+    "input of unknown layout": (2, ["convert", "in.raw", "out.png"],
+                                "in.raw: give --format and --size (there is no in.txt)"),
     "empty input": (3, ["convert", *SHAPE, "empty.raw", "out.png"],
                     "empty.raw: 0 bytes are not a whole number of frames of 48 bytes (BayerRG8 8x6)"),
     "folder as input": (2, ["convert", *SHAPE, "folder", "out.png"],

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// vexacamutl: the library from the command line. This file declares the verbs and turns whatever goes wrong into one
+// vexacamutl: the library from the command line. This file declares the verbs and turns every failure into one
 // line on standard error and an exit code.
 #include <fcntl.h>
 #include <poll.h>
@@ -48,7 +48,7 @@ std::string InOneLine(std::string text) {
 
 void Declare(CLI::App& app) {
     app.require_subcommand(1);
-    app.set_version_flag("-V,--version", VEXACAMUTL_VERSION_TEXT);
+    app.set_version_flag("-V,--version", VEXACAMUTL_VERSION_TEXT, "Print the version and exit");
     AddConvert(app);
     AddInfo(app);
     AddFormats(app);
@@ -70,12 +70,12 @@ std::string HelpHint(const CLI::App& app) {
     return " (see: vexacamutl " + (verbs.empty() ? std::string() : verbs[0]->get_name() + " ") + "--help)";
 }
 
-/// Says so by name, where the parser would only miss a verb.
+/// Names the verbs, where the parser would only miss one. The last argument is the first of the command line.
 void RefuseUnknownVerb(const CLI::App& app, const std::vector<std::string>& arguments) {
-    if (arguments.empty() || arguments.back().starts_with('-')) {
+    const std::string wanted = arguments.empty() ? "" : arguments.back();
+    if (wanted.starts_with('-')) {
         return;
     }
-    const std::string& wanted = arguments.back();
     std::string verbs;
     for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
         if (verb->get_name() == wanted) {
@@ -83,7 +83,8 @@ void RefuseUnknownVerb(const CLI::App& app, const std::vector<std::string>& argu
         }
         verbs += (verbs.empty() ? "" : ", ") + verb->get_name();
     }
-    throw Failure(ExitCode::kUsage, "unknown verb '" + wanted + "'; the verbs are " + verbs);
+    throw Failure(ExitCode::kUsage,
+                  (arguments.empty() ? "no verb given" : "unknown verb '" + wanted + "'") + "; the verbs are " + verbs);
 }
 
 /// True when nobody reads standard output any more.

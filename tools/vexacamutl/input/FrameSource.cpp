@@ -80,6 +80,10 @@ RawShape ShapeOfRaw(const std::string& path, const InputOptions& options) {
     if (options.format.empty() || options.size.empty()) {
         const std::optional<RawShape> sidecar = path == "-" ? std::nullopt : ReadSidecar(path);
         if (!sidecar) {
+            if (path != "-" && !IsStream(path)) {
+                struct stat status = {};
+                close(OpenRegularFile(path, status));  // a missing file or a folder is the first thing to say
+            }
             throw Failure(ExitCode::kUsage,
                           (path == "-" ? "standard input: give --format and --size"
                                        : path + ": give --format and --size (there is no " + SidecarPath(path) + ")"));
