@@ -148,6 +148,16 @@ def test_what_does_not_go_together(tool, options):
     assert tool.names() == ["in.raw"]
 
 
+@pytest.mark.parametrize("kind", ["raw", "rwh"])
+@pytest.mark.parametrize("option", ["--white-balance=auto", "--black-level=1", "--exposure=2", "--tone=linear"])
+def test_levels_do_not_apply_to_raw_results(tool, kind, option):
+    tool.write("in.raw", bytes(96))
+    assert tool.bad(2, "convert", "-f", "Mono12", "-s", f"{W}x{H}", option, "in.raw", f"out.{kind}") == (
+        f"--white-balance, --black-level, --exposure and --tone make pictures; a {kind} file holds the samples of the "
+        "input")
+    assert tool.names() == ["in.raw"]
+
+
 def test_png_of_levels(tool):
     tool.good("synth", "-f", "BayerRG12p", "-s", "64x48", "--sidecar", "in.raw")
     tool.good("convert", "--tone", "srgb", "--white-balance", "auto", "in.raw", "out.png")

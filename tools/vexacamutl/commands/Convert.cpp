@@ -121,11 +121,24 @@ void CheckBits(const RenderOptions& render, OutputKind kind) {
     }
 }
 
+/// Raw and RWH files hold the samples of the input: options of pictures would have no effect on them.
+void CheckRepacked(const ConversionOptions& conversion, OutputKind kind) {
+    if (kind != OutputKind::kRaw && kind != OutputKind::kRwh) {
+        return;
+    }
+    if (conversion.encode.render.levels.given) {
+        throw Failure(ExitCode::kUsage,
+                      std::string("--white-balance, --black-level, --exposure and --tone make pictures; a ") +
+                          ExtensionOf(kind) + " file holds the samples of the input");
+    }
+}
+
 void RunConvert(const Arguments& arguments) {
     ConversionOptions conversion = WithPaths(arguments);
     conversion.encode.render.adaptive = arguments.bayerMode == "acpi";
     const OutputKind kind = ChooseKind(arguments, conversion.output);
     CheckBits(conversion.encode.render, kind);
+    CheckRepacked(conversion, kind);
     RunWithKind(conversion, kind);
 }
 
