@@ -261,11 +261,11 @@ def load_rwh_header(path: Path) -> RwhHeader:
 
 def _expect_readable(path: str, header: RwhHeader) -> None:
     size = header.row_size * header.height
-    if size >= WORD_LIMIT:
-        raise ValueError(f"{path}: frames of 4 GiB or more cannot be loaded")
     found = _size_of_file(path)
     if found < _RWH_HEADER_BYTES + size:
-        raise ValueError(f"{path}: {found} bytes, but its header asks for {_RWH_HEADER_BYTES + size}")
+        raise ValueError(f"{path}: {found} bytes, but its header says {_RWH_HEADER_BYTES + size}; is it an RWH file?")
+    if size >= WORD_LIMIT:
+        raise ValueError(f"{path}: frames of 4 GiB or more cannot be loaded")
 
 
 class _Block(FileBacked):

@@ -215,7 +215,7 @@ def buffer_layout(
 
 def _real(value: Any, what: str, low: float, high: float) -> float:
     try:
-        number = float(value)
+        number = float("not a number" if isinstance(value, (str, bytes)) else value)
     except (TypeError, ValueError):
         raise TypeError(f"{what} must be a number, not {type(value).__name__}") from None
     if not low <= number <= high:
@@ -227,13 +227,18 @@ def _fixed(value: Any, what: str) -> int:
     return math.floor(_real(value, what, 0, _GAIN_LIMIT) * _ONE + 0.5)
 
 
-def _numbers(values: Any, count: int, what: str) -> list[Any]:
+def is_automatic(white_balance: Any) -> bool:
+    """True for "auto". The comparison of an array of gains with a string would be one of its elements."""
+    return isinstance(white_balance, str) and white_balance == "auto"
+
+
+def _three(values: Any, what: str, of: str = "numbers") -> list[Any]:
     try:
         items = list(values)
     except TypeError:
         items = []
-    if isinstance(values, (str, bytes)) or len(items) != count:
-        raise ValueError(f"{what} must be {count} numbers, not {values!r}")
+    if isinstance(values, (str, bytes)) or len(items) != 3:
+        raise ValueError(f"{what} must be 3 {of}, not {values!r}")
     return items
 
 
@@ -248,8 +253,8 @@ def _set_tone(settings: Settings, tone: Tone) -> None:
 
 
 def _set_matrix(settings: Settings, matrix: Any) -> None:
-    rows = _numbers(matrix, 3, "the matrix")
-    values = [value for row in rows for value in _numbers(row, 3, "a row of the matrix")]
+    rows = _three(matrix, "the matrix", "rows of 3 numbers")
+    values = [value for row in rows for value in _three(row, "a row of the matrix")]
     settings.use_matrix = 1
     for i, value in enumerate(values):
         settings.matrix[i] = math.floor(_real(value, "a value of the matrix", -8, 8) * _MATRIX_ONE + 0.5)
@@ -279,10 +284,10 @@ def make_settings(
     if matrix is not None:
         _set_matrix(settings, matrix)
     if isinstance(white_balance, str):
-        if white_balance != "auto":
+        if not is_automatic(white_balance):
             raise ValueError(f"the white balance must be 'auto' or three gains, not {white_balance!r}")
     elif white_balance is not None:
-        for i, gain in enumerate(_numbers(white_balance, 3, "the white balance")):
+        for i, gain in enumerate(_three(white_balance, "the white balance")):
             settings.gain[i] = _fixed(gain, "a gain")
     return settings
 

@@ -113,7 +113,7 @@ class Converter:
             tone=tone,
             matrix=matrix,
         )
-        self._start(layout, to, settings, white_balance == "auto")
+        self._start(layout, to, settings, _frames.is_automatic(white_balance))
 
     def _start(self, layout: _frames.BufferLayout, to: str, settings: _frames.Settings, estimate: bool) -> None:
         if not isinstance(to, str) or to not in _CHANNELS:
@@ -224,7 +224,7 @@ def convert_once(
     size = layout.width, layout.height
     adaptive = _adaptive(layout.format, size, levels, bool(settings["bayer"]), mode, stacklevel + 1)
     made = _frames.make_settings(adaptive=adaptive, **settings)
-    return Converter._made(layout, to, made, settings["white_balance"] == "auto")._run(buffer, out)
+    return Converter._made(layout, to, made, _frames.is_automatic(settings["white_balance"]))._run(buffer, out)
 
 
 def unpack(

@@ -219,6 +219,16 @@ def test_estimated_white_balance(random):
         vcu.estimate_white_balance(frame, "Mono12")
 
 
+@pytest.mark.filterwarnings("error")
+def test_gains_in_an_array(random):
+    """Gains that NumPy computed; compared with "auto" as an array they would warn, or raise."""
+    frame = random.integers(0, 256, (8, 12), np.uint8)
+    gains = np.array([1.5, 1.0, 2.0])
+    wanted = vcu.to_bgr(frame, "BayerRG8", white_balance=(1.5, 1.0, 2.0))
+    np.testing.assert_array_equal(vcu.to_bgr(frame, "BayerRG8", white_balance=gains), wanted)
+    np.testing.assert_array_equal(vcu.Converter("BayerRG8", 12, 8, "bgr", white_balance=gains)(frame), wanted)
+
+
 def test_matrix(random):
     frame = random.integers(0, 256, (4, 6, 3), np.uint8)
     swapped = vcu.to_rgb(frame, "RGB8", matrix=[[0, 0, 1], [0, 1, 0], [1, 0, 0]])
@@ -341,13 +351,14 @@ SIZE = {"width": 6, "height": 4}
         (FRAME, "Mono8", {"exposure": 17}, ValueError, "the exposure must be 0 to 16, not 17"),
         (FRAME, "Mono8", {"exposure": math.nan}, ValueError, "the exposure must be 0 to 16, not nan"),
         (FRAME, "Mono8", {"exposure": "x"}, TypeError, "the exposure must be a number, not str"),
+        (FRAME, "Mono8", {"exposure": "2"}, TypeError, "the exposure must be a number, not str"),
         (FRAME, "Mono8", {"tone": "rec709"}, ValueError, "the tone must be 'linear', 'srgb' or a gamma"),
         (FRAME, "Mono8", {"tone": 0}, ValueError, "the gamma must be 0.1 to 10, not 0"),
         (FRAME, "BayerRG8", {"white_balance": "on"}, ValueError, "must be 'auto' or three gains, not 'on'"),
         (FRAME, "BayerRG8", {"white_balance": (1, 2)}, ValueError, "the white balance must be 3 numbers"),
         (FRAME, "BayerRG8", {"white_balance": 2}, ValueError, "the white balance must be 3 numbers"),
         (FRAME, "BayerRG8", {"white_balance": (1, 2, -1)}, ValueError, "a gain must be 0 to 16, not -1"),
-        (FRAME, "BayerRG8", {"matrix": [[1, 0, 0]]}, ValueError, "the matrix must be 3 numbers"),
+        (FRAME, "BayerRG8", {"matrix": [[1, 0, 0]]}, ValueError, "the matrix must be 3 rows of 3 numbers"),
         (FRAME, "BayerRG8", {"matrix": [[1, 0], [0, 1], [0, 0]]}, ValueError, "a row of the matrix must be 3"),
         (FRAME, "BayerRG8", {"matrix": [[9, 0, 0]] * 3}, ValueError, "a value of the matrix must be -8 to 8"),
         (FRAME, "BayerRG8", {"bayer": 2, "tone": "srgb"}, ValueError, "bayer must be 0 to 1"),

@@ -133,9 +133,13 @@ def test_files_without_a_header(tmp_path, size):
 def test_files_that_end_early(tmp_path):
     path = tmp_path / "a.rwh"
     path.write_bytes(struct.pack("<4I", 0x01080001, 3, 2, 3) + b"abcde")
-    with pytest.raises(ValueError, match="21 bytes, but its header asks for 22"):
+    with pytest.raises(ValueError, match="21 bytes, but its header says 22; is it an RWH file"):
         vcu.load_rwh(path)
     path.write_bytes(struct.pack("<4I", 0x01080001, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF))
+    with pytest.raises(ValueError, match="is it an RWH file"):
+        vcu.load_rwh(path)
+    path.write_bytes(struct.pack("<4I", 0x01080001, 1 << 16, 1 << 16, 1 << 16))
+    os.truncate(path, 16 + (1 << 32))  # a hole
     with pytest.raises(ValueError, match="4 GiB"):
         vcu.load_rwh(path)
     path.write_bytes(struct.pack("<4I", 0x01080001, 0, 0, 0))
