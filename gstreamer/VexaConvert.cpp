@@ -185,6 +185,9 @@ gboolean DecideAllocation(GstBaseTransform* element, GstQuery* query) {
 }
 
 void BeforeTransform(GstBaseTransform* element, GstBuffer* buffer) {
+    if (element->segment.format != GST_FORMAT_TIME) {  // a filesrc sends bytes, which have no time
+        return;
+    }
     const GstClockTime time =
         gst_segment_to_stream_time(&element->segment, GST_FORMAT_TIME, GST_BUFFER_TIMESTAMP(buffer));
     if (GST_CLOCK_TIME_IS_VALID(time)) {

@@ -88,6 +88,14 @@ def test_errors_leave_nothing_behind(scene):
     assert "161 x 120 pixels: BayerRG8 frames have widths that are a multiple of 2, and even heights" in text
 
 
+def test_a_segment_of_bytes(scene):
+    """filesrc sends a segment of bytes, which cannot be asked for a time."""
+    (scene / "packed.raw").write_bytes(bytes(WIDTH * HEIGHT * 3 // 2))
+    text = launch(scene, f"filesrc location=packed.raw blocksize={WIDTH * HEIGHT * 3 // 2}",
+                  f"! video/x-bayer,format=rggb12p,width={WIDTH},height={HEIGHT},framerate=25/1 ! vexaconvert ! fakesink")
+    assert "CRITICAL" not in text, text
+
+
 def test_typefinder(scene):
     result = subprocess.run(["gst-typefind-1.0", "scene.rwh"], cwd=scene, text=True, capture_output=True,
                             timeout=TIMEOUT, check=True)
