@@ -7,7 +7,8 @@
 namespace VexaGst {
 namespace {
 
-/// Whether the buffer holds the rows. Divided, because a stride that somebody else wrote may overflow the product.
+/// Whether the buffer holds the rows. It divides, because the stride comes from another element and a product could
+/// overflow.
 bool Fits(size_t bytes, const FrameSize& frame, const Rows& rows) {
     const size_t room = rows.offset <= bytes ? bytes - rows.offset : 0;
     if (rows.stride == 0) {
@@ -31,7 +32,7 @@ std::optional<size_t> StrideFromSize(size_t bytes, const FrameSize& frame) {
     if (bytes > frame.totalBytes && bytes % frame.height == 0) {
         return ofRow;
     }
-    // Too few bytes more for one of padding per row: they follow the frame.
+    // Fewer extra bytes than rows: they are not padding, they follow the frame.
     return bytes > frame.totalBytes && ofRow <= frame.rowBytes ? std::optional<size_t>(0) : std::nullopt;
 }
 

@@ -37,7 +37,7 @@ Work TwoSteps(const Frame& frame) {
     };
 }
 
-/// 12-bit samples, `channels` a pixel, to 8 bits.
+/// 12-bit samples, `channels` per pixel, to 8 bits.
 template <int channels>
 void Depth(const uint8_t* src, int srcStride, uint8_t* dst, int dstStride, int width, int height) {
     libyuv::Convert16To8Plane(reinterpret_cast<const uint16_t*>(src), srcStride / 2, dst, dstStride, kTwelveToEightBits,

@@ -92,7 +92,7 @@ std::string Mnemonic(const std::string& instruction) {
     return instruction.substr(0, instruction.find(' '));
 }
 
-/// No set of ours asks for the bit manipulation, half-float, AES and Galois-field instructions.
+/// None of our sets requires the bit manipulation, half-float, AES and Galois-field instructions.
 const std::set<std::string> kNever = {"andn",  "bextr", "blsi",      "blsr",      "blsmsk", "bzhi", "pdep",
                                       "pext",  "mulx",  "rorx",      "sarx",      "shlx",   "shrx", "lzcnt",
                                       "movbe", "adcx",  "vcvtph2ps", "vcvtps2ph", "crc32"};

@@ -2,7 +2,7 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // Raw files. LoadRWH gets any bytes as a file and is held against a reader that knows only the layout, with the header
-// alone, with a block of its own and with a block of the caller's of exactly the size that the header asks for. SaveRWH
+// alone, with a block of its own and with a block of the caller's of exactly the size that the header states. SaveRWH
 // saves any frame, and what it saved is loaded again.
 #include <algorithm>
 #include <vector>

@@ -6,7 +6,7 @@
     instruction_sets.py --objdump OBJDUMP [--commands compile_commands.json] OBJECT...
 
 A file that is compiled for an instruction set is named after it (IsaAvx2.cpp, FramesAvx2.cpp); all others run on every
-x86-64. What each set has is what the detection in CpuFeatures.cpp asks the processor for. The instructions are read
+x86-64. What each set has is what the detection in CpuFeatures.cpp tests the processor for. The instructions are read
 from the disassembly, the options from the compile commands.
 """
 import argparse

@@ -20,7 +20,7 @@ SOURCE = pathlib.Path(sys.argv[1])
 WORK = pathlib.Path(sys.argv[2])
 CMAKE = sys.argv[3:]
 VERSION = re.search(r"VERSION (\d+\.\d+\.\d+)", (SOURCE / "CMakeLists.txt").read_text(encoding="ascii"))[1]
-# What each file of kernels may ask of the processor; every other file asks for nothing.
+# The instruction sets that each file of kernels may require; the other files require none.
 INSTRUCTION_SETS = {
     "IsaSse": {"-mssse3", "-msse4.1", "-mprfchw"},
     "IsaAvx2": {"-mavx2", "-mfma", "-mprfchw"},

@@ -190,7 +190,7 @@ void OutputFile::NameTemporary() {
     const unsigned flags = rules_.replace ? 0 : RENAME_NOREPLACE;
     bool named = renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0;
     if (!named && !rules_.replace && errno == EINVAL) {
-        // A file system that cannot rename so can link.
+        // This file system does not know RENAME_NOREPLACE; link() refuses an existing name too.
         named = link(temporary_.c_str(), path_.c_str()) == 0 && unlink(temporary_.c_str()) == 0;
     }
     if (!named) {
