@@ -22,7 +22,7 @@ inline uint32_t WrappingProduct32(uint32_t a, uint32_t b) {
     return static_cast<uint32_t>(static_cast<uint64_t>(a) * b);
 }
 
-/// A byte argument as the callee must see it: its low 8 bits, whatever the caller left in the rest of the register.
+/// A byte argument as the callee must see it: its low 8 bits, without those above them in the register.
 /// Compilers disagree on who clears those bits; reading the byte through memory settles it.
 inline uint8_t LowByteOf(uint8_t argument) {
     const volatile uint8_t byte = argument;

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
 #
-# Grey pictures of 16 bits: every bit of every sample, whatever the depth. TIFF and JPEG files.
+# Grey pictures of 16 bits: every bit of every sample at every depth. TIFF and JPEG files.
 import shutil
 import subprocess
 

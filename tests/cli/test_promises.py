@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
 #
-# What holds however many files there are and whatever happens beside the program: nothing is left open, interrupted
-# calls go on, names in a shared folder are no trap, what was done before a mistake stays.
+# What holds for any number of files, and while other processes interfere: nothing is left open, interrupted calls go
+# on, names in a shared folder are no trap, what was done before a mistake stays.
 import os
 import pty
 import resource

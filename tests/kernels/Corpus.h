@@ -3,7 +3,7 @@
 //
 // A fixed set of frames, the same on every machine, and one number that stands for all pictures which a converter
 // makes of them (FNV-1a, 64 bits, over the destination bytes, unwritten ones included). Digests.inc holds the numbers
-// that the reference gives; the tests hold every kernel table against them, on whatever processor they run.
+// that the reference gives; the tests hold every kernel table of the processor against them.
 #pragma once
 
 #include <cstdint>

@@ -10,7 +10,7 @@ from mutate.python import mutants_of
 def changes(code, **options):
     found = mutants_of("a.py", code, **options)
     for mutant in found:
-        ast.parse(mutant.apply(code))  # whatever it does, it is Python
+        ast.parse(mutant.apply(code))  # every mutant is valid Python
     return sorted((m.line, m.old, m.replacement) for m in found)
 
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The reduced suite: the shared object as it is, on whatever processor this runs, without a test framework.
+// The reduced suite: the shared object as it is, on this processor or an emulated one, without a test framework.
 //
 //     digests      every converter over the fixed corpus, against the kept numbers
 //     sizes        every converter over widths around one vector of any instruction set, against the reference

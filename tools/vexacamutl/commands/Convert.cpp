@@ -102,7 +102,7 @@ void RunWithKind(ConversionOptions conversion, OutputKind kind) {
     RunConversion(conversion);
 }
 
-/// What --bits 16 does not go with, whatever the frames are.
+/// What --bits 16 does not go with, for frames of every format.
 void CheckBits(const RenderOptions& render, OutputKind kind) {
     if (render.bits != 16) {
         return;
