@@ -64,11 +64,8 @@ const char* FamilyOf(const Reference::Converter& converter) {
 }
 
 Case CaseOf(const Reference::Converter& converter) {
-    const bool yuv = converter.family == Reference::Family::kYuv;
-    const unsigned srcBits =
-        yuv ? converter.groupBytes * 8 / converter.groupPixels : converter.samples * converter.SampleBytes() * 8;
-    return {FamilyOf(converter), converter.name, converter.function,
-            converter.worker,    srcBits,        converter.pixelBytes * 8};
+    return {FamilyOf(converter), converter.name,         converter.function,
+            converter.worker,    converter.SourceBits(), converter.DestinationBits()};
 }
 
 std::vector<Case> MakeCases() {

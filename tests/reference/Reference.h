@@ -2,10 +2,10 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // The reference: what every operation has to give, written as the shortest obvious code per pixel and sharing
-// nothing with the library's sources. Tests, kernel comparisons and fuzz targets hold the library against it.
+// no code with the library. Tests, kernel comparisons and fuzz targets hold the library against it.
 //
-// A converter is described by one row of Converters(): its name, the exported function, and what it needs of its
-// buffers. Convert() is the reference of that row; it writes exactly the bytes that the converter writes and leaves the
+// A converter is a row of src/catalogue/ConverterList.h, which holds names, numbers and functions but no code of the
+// library. Convert() is the reference of that row; it writes exactly the bytes that the converter writes and leaves the
 // others alone, so comparing whole buffers also shows a byte that was written and should not have been.
 //
 //     const Reference::Converter& converter = Reference::Find("ConvByrRG8ToBGRA");
@@ -21,36 +21,18 @@
 #include <vector>
 
 #include <VexaCamUtl.h>
+#include <catalogue/ConverterList.h>
 
 namespace Reference {
 
-enum class Family { kMono, kPackedColour, kYuv, kBayer, kAcpi };
+using VexaCatalogue::Family;
+using VexaCatalogue::Phase;
+using VexaCatalogue::Worker;
 
-/// First two samples of the first row of a mosaic.
-enum class Phase { kNone, kGR, kRG, kGB, kBG };
-
-using Worker = UtlStatus (*)(void* dst, const void* src, uint32_t width, uint32_t height, uint32_t shift);
-
-/// One exported converter.
-struct Converter {
-    const char* name;
-    Family family;
-    uint32_t pixelBytes;     ///< of a destination pixel: 4 (BGRA) or 3 (BGR)
-    uint32_t depth;          ///< significant bits of a sample: 8, 10, 12, 16; workers 16
-    bool readsLut;           ///< refuses to run before PrepareLUT
-    Phase phase;             ///< of a Bayer converter
-    uint32_t samples;        ///< samples per pixel of a grey (1) or packed-colour (3) converter
-    bool redFirst;           ///< order of a packed-colour pixel
-    uint32_t groupPixels;    ///< pixels of a YUV group
-    uint32_t groupBytes;     ///< source bytes from one YUV group to the next
-    ConverterFunc function;  ///< null for a worker
-    Worker worker;           ///< null for any other
-
-    bool IsWorker() const { return worker != nullptr; }
-    bool IsBayer() const { return phase != Phase::kNone; }
+/// One exported converter: its row of the list, the sizes of its buffers and its call.
+struct Converter : VexaCatalogue::Converter {
     /// Grey, packed colour and YUV: only the product of width and height matters.
     bool IsRun() const { return !IsBayer(); }
-    uint32_t SampleBytes() const { return depth == 8 ? 1 : 2; }
     /// The shift that brings a sample to 8 bits; a worker's usual one would be 8.
     uint32_t DefaultShift() const { return depth - 8; }
 
@@ -64,7 +46,7 @@ struct Converter {
     UtlStatus Call(void* dst, const void* src, uint32_t width, uint32_t height) const;
 };
 
-/// All 72, in the order of the header.
+/// All of them, in the order of the list.
 std::span<const Converter> Converters();
 
 /// The row of that name; ends the program when there is none.

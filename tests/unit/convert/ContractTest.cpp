@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// What holds for all 72 converters alike: null pointers, empty pictures, counts that wrap, entries that forward.
+// What holds for all converters alike: null pointers, empty pictures, counts that wrap, entries that forward.
+#include <dlfcn.h>
+
 #include <algorithm>
+#include <set>
 #include <string>
 
+#include "ExportedFunctions.h"
 #include "Patterns.h"
 #include "Picture.h"
 
@@ -19,11 +23,27 @@ bool Holds(const Bytes& bytes, uint8_t value) {
     return std::all_of(bytes.begin(), bytes.end(), [value](uint8_t byte) { return byte == value; });
 }
 
-TEST_F(Contract, ThereAreSeventyTwoConverters) {
-    EXPECT_EQ(Reference::Converters().size(), 72u);
-    EXPECT_EQ(std::count_if(Reference::Converters().begin(), Reference::Converters().end(),
-                            [](const Reference::Converter& converter) { return converter.IsWorker(); }),
-              14);
+TEST_F(Contract, TheListHoldsEveryExportedConverterOnce) {
+    std::multiset<std::string> exported;
+    for (const std::string name : kExportedFunctions) {
+        if (name.starts_with("Conv") && name.find("To") != std::string::npos) {
+            exported.insert(name);
+        }
+    }
+    std::multiset<std::string> listed;
+    for (const Reference::Converter& converter : Reference::Converters()) {
+        listed.insert(converter.name);
+    }
+    EXPECT_EQ(listed, exported);
+}
+
+TEST_F(Contract, TheListNamesTheFunctionsThatItPointsTo) {
+    for (const Reference::Converter& converter : Reference::Converters()) {
+        const void* pointer = converter.IsWorker() ? reinterpret_cast<const void*>(converter.worker)
+                                                   : reinterpret_cast<const void*>(converter.function);
+        EXPECT_EQ(pointer, dlsym(RTLD_DEFAULT, converter.name)) << converter.name;
+        EXPECT_EQ(converter.IsWorker(), converter.function == nullptr) << converter.name;
+    }
 }
 
 TEST_F(Contract, NullPointersAreRefusedWhateverTheSize) {

@@ -14,14 +14,17 @@
 #include <memory>
 #include <vector>
 
+#include <catalogue/ConverterList.h>
+
 #include "Failure.h"
 #include "commands/Commands.h"
-#include "formats/Converters.h"
 #include "formats/RawShape.h"
 
 namespace VexaTool {
 
 namespace {
+
+using VexaCatalogue::Converter;
 
 struct Arguments {
     std::vector<std::string> names;
@@ -63,10 +66,9 @@ class Bench {
     }
 
     void Row(const Converter& converter, bool csv) {
-        const size_t bytes = Pixels() * (converter.bitsRead + converter.bitsWritten) / 8;
+        const size_t bytes = Pixels() * (converter.SourceBits() + converter.DestinationBits()) / 8;
         const double copy = CopySeconds(bytes / 2);
-        const double seconds =
-            MedianSeconds([&] { converter.run(target_.data(), source_.data(), width_, height_); }, budget_);
+        const double seconds = MedianSeconds([&] { Convert(converter); }, budget_);
         std::printf(csv ? "%s,%.1f,%.3f,%.3f\n" : "%-24s %10.1f %8.2f %8.2f\n", converter.name,
                     static_cast<double>(Pixels()) / seconds / 1e6, static_cast<double>(bytes) / seconds / 1e9,
                     copy / seconds);
@@ -75,7 +77,16 @@ class Bench {
 
   private:
     static constexpr size_t kMostBytes = 6;
+    static constexpr uint32_t kShift = 4;  ///< for the workers: samples of 12 bits
     size_t Pixels() const { return size_t{width_} * height_; }
+
+    void Convert(const Converter& converter) {
+        if (converter.IsWorker()) {
+            converter.worker(target_.data(), source_.data(), width_, height_, kShift);
+        } else {
+            converter.function(target_.data(), source_.data(), width_, height_);
+        }
+    }
 
     /// memcpy of this many bytes reads them and writes them: the same traffic as twice the bytes in one direction.
     double CopySeconds(size_t bytes) {
@@ -97,7 +108,7 @@ class Bench {
 
 std::vector<Converter> Chosen(const std::vector<std::string>& names) {
     std::vector<Converter> chosen;
-    for (const Converter& converter : AllConverters()) {
+    for (const Converter& converter : VexaCatalogue::kConverters) {
         const bool wanted = std::any_of(names.begin(), names.end(), [&](const std::string& part) {
             return std::string(converter.name).find(part) != std::string::npos;
         });
