@@ -7,6 +7,8 @@
 #include <cstring>
 #include <system_error>
 
+#include "LumaFirst.h"
+
 namespace VexaGst {
 namespace {
 
@@ -117,6 +119,7 @@ bool Conversion::Configure(const Job& job, const Settings& settings, std::string
         return false;
     }
     m_size = SizeOf(job.input, layout);
+    m_reordered.resize(job.input.format->lumaFirst ? m_size.totalBytes : 0);
     m_wanted = Translate(settings, job, IsBalanced());
     for (int i = 0; i < 3 && m_gains[i] != 0; ++i) {
         m_wanted.gain[i] = Fixed(m_gains[i]);
@@ -189,11 +192,30 @@ bool Conversion::Balance(const guint8* bytes, size_t length, std::string* error)
     return true;
 }
 
+VcfStatus Conversion::ConvertBand(unsigned band, const guint8* first, size_t room, size_t stride,
+                                  const Destination& picture, char* text) {
+    const auto height = static_cast<uint32_t>(m_job.input.height);
+    const auto top = static_cast<uint32_t>(uint64_t{height} * band / m_bands);
+    const auto bottom = static_cast<uint32_t>(uint64_t{height} * (band + 1) / m_bands);
+    const size_t rowBytes = m_size.rowBytes;
+    if (!m_reordered.empty()) {
+        for (size_t row = top; row < bottom; ++row) {
+            MoveLumaBehindU(first + row * (stride != 0 ? stride : rowBytes), static_cast<size_t>(m_job.input.width),
+                            m_reordered.data() + row * rowBytes);
+        }
+        first = m_reordered.data();
+        room = m_reordered.size();
+    }
+    return VcfConvertRows(m_converters[band].get(), first, room, picture.bytes, picture.stride, top, bottom - top, text,
+                          VCF_TEXT_BYTES);
+}
+
 bool Conversion::Convert(const guint8* bytes, size_t length, const Rows& rows, const Destination& picture,
                          std::string* error) {
-    if (rows.stride != m_layout.stride || m_converters.empty()) {
+    const size_t stride = m_reordered.empty() ? rows.stride : 0;
+    if (stride != m_layout.stride || m_converters.empty()) {
         VcfLayout layout = m_layout;
-        layout.stride = rows.stride;
+        layout.stride = stride;
         if (!MakeConverters(layout, error)) {
             return false;
         }
@@ -207,13 +229,8 @@ bool Conversion::Convert(const guint8* bytes, size_t length, const Rows& rows, c
         return false;
     }
     const auto band = [&](unsigned i) {
-        const auto height = static_cast<uint32_t>(m_job.input.height);
-        const auto top = static_cast<uint32_t>(uint64_t{height} * i / m_bands);
-        const auto bottom = static_cast<uint32_t>(uint64_t{height} * (i + 1) / m_bands);
         char text[VCF_TEXT_BYTES] = "";
-        const VcfStatus status = VcfConvertRows(m_converters[i].get(), first, room, picture.bytes, picture.stride, top,
-                                                bottom - top, text, sizeof text);
-        m_errors[i] = status == VCF_OK ? "" : text;
+        m_errors[i] = ConvertBand(i, first, room, rows.stride, picture, text) == VCF_OK ? "" : text;
     };
     m_crew.Run(std::cref(band));
     for (const std::string& text : m_errors) {

@@ -57,6 +57,8 @@ class Conversion {
     bool MakeConverters(const VcfLayout& layout, std::string* error);
     bool ChangeSettings(std::string* error);
     bool Balance(const guint8* bytes, size_t length, std::string* error);
+    VcfStatus ConvertBand(unsigned band, const guint8* first, size_t room, size_t stride, const Destination& picture,
+                          char* text);
     bool IsBalanced() const;
 
     Job m_job;
@@ -70,7 +72,8 @@ class Conversion {
     std::vector<std::string> m_errors;  ///< of each band of the last frame; empty: none
     unsigned m_bands = 0;
     uint32_t m_output = 0;
-    double m_gains[3] = {};  ///< of white-balance=auto, smoothed; 0 before the first frame
+    std::vector<guint8> m_reordered;  ///< a frame of v308 in the order of the frames layer
+    double m_gains[3] = {};           ///< of white-balance=auto, smoothed; 0 before the first frame
 };
 
 }  // namespace VexaGst

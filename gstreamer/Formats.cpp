@@ -11,6 +11,7 @@ namespace {
 constexpr char kBayer[] = "video/x-bayer";
 constexpr char kRaw[] = "video/x-raw";
 constexpr char kOther[] = "video/x-vexacam";
+constexpr char kLumaFirst[] = "v308";
 
 struct NamePair {
     const char* gstreamer;
@@ -36,6 +37,7 @@ constexpr struct {
     {"YUY2", PIXEL_FORMAT_YUV422_8},
     {"IYU1", PIXEL_FORMAT_YUV411_8_UYYVYY},
     {"IYU2", PIXEL_FORMAT_YUV8_UYV},
+    {kLumaFirst, PIXEL_FORMAT_YUV8_UYV},
 };
 
 bool IsGrey16(PixelFormat code) {
@@ -64,7 +66,7 @@ PixelFormat Grey16OfDepth(guint depth) {
 Format MakeFormat(const char* media, const std::string& name, const VcfFormat* samples) {
     const bool mosaic = samples->kind == VCF_KIND_BAYER;
     const gint group = samples->kind == VCF_KIND_YUV ? static_cast<gint>(samples->group_pixels) : 1;
-    return {media, name, samples, mosaic ? 2 : group, mosaic ? 2 : 1};
+    return {media, name, samples, mosaic ? 2 : group, mosaic ? 2 : 1, name == kLumaFirst};
 }
 
 std::string SizeRule(const Format& format, gint width, gint height) {

@@ -5,7 +5,7 @@
 //
 //     video/x-bayer      rggb, rggb10le .. rggb16le (GStreamer 1.24's names), and packed samples:
 //                        rggb10p, rggb12p (PFNC), rggb10sp, rggb12sp (GigE Vision), rggb10m, rggb12m (MIPI CSI-2)
-//     video/x-raw        GRAY8, GRAY16_LE, RGB, BGR, UYVY, YUY2, IYU1, IYU2
+//     video/x-raw        GRAY8, GRAY16_LE, RGB, BGR, UYVY, YUY2, IYU1, IYU2, v308
 //     video/x-vexacam    every other format, under its PFNC name: Mono12p, BGR10, ...
 #pragma once
 
@@ -22,12 +22,13 @@ struct Format {
     const VcfFormat* samples;  ///< of the frames layer
     gint widthStep;            ///< widths are multiples of it
     gint heightStep;
+    bool lumaFirst;  ///< pixels are Y U V, where those of `samples` are U Y V
 
     bool IsRawVideo() const;
     bool HasSize(gint width, gint height) const { return width % widthStep == 0 && height % heightStep == 0; }
 };
 
-/// The format with that code, or null. Mono10 to Mono16 are the same format, GRAY16_LE.
+/// The format with that code, or null. Mono10 to Mono16 are the same format, GRAY16_LE; YUV8_UYV is IYU2.
 const Format* FindFormat(PixelFormat code);
 
 /// The format of a caps structure, or null.

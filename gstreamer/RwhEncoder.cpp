@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// vexarwhenc: the header goes before the frame, whose memory is shared, not copied, unless rows are padded.
+// vexarwhenc: the header goes before the frame, whose memory is shared, not copied, unless rows are padded
+// or have to be brought into another order.
 #include <gst/base/gstbasetransform.h>
 
+#include "LumaFirst.h"
 #include "Rows.h"
 #include "RwhElements.h"
 #include "RwhHeader.h"
@@ -16,6 +18,7 @@ struct Encoder {
     guint depth;  ///< of GRAY16_LE samples; belongs to the object lock
     RwhHeader header;
     FrameSize size;
+    bool lumaFirst;  ///< frames are v308, files hold U Y V
 };
 
 struct EncoderClass {
@@ -49,6 +52,7 @@ bool ReadSizes(const GstCaps* in, guint depth, Encoder* self, std::string* error
     self->header = {input.code, width, height, rowBytes};
     self->size = {rowBytes, height, DefaultStride(*input.format, input.width),
                   static_cast<size_t>(self->header.FrameBytes()), input.format->IsRawVideo()};
+    self->lumaFirst = input.format->lumaFirst;
     return CheckRwhHeader(self->header, error) != nullptr;
 }
 
@@ -70,14 +74,21 @@ gboolean ProposeAllocation(GstBaseTransform*, GstQuery*, GstQuery* query) {
     return TRUE;
 }
 
-GstBuffer* WithoutPadding(GstBuffer* in, const FrameSize& size, const Rows& rows) {
-    if (rows.stride == 0) {
+/// The frame as a file holds it: rows without padding, 4:4:4 in the order U Y V.
+GstBuffer* FrameOfFile(GstBuffer* in, const Encoder& self, const Rows& rows) {
+    const FrameSize& size = self.size;
+    if (rows.stride == 0 && !self.lumaFirst) {
         return gst_buffer_copy_region(in, GST_BUFFER_COPY_MEMORY, rows.offset, size.totalBytes);
     }
+    const size_t stride = rows.stride == 0 ? size.rowBytes : rows.stride;
     GstBuffer* const out = gst_buffer_new_allocate(nullptr, size.totalBytes, nullptr);
     const MappedBuffer to(out, GST_MAP_WRITE);
     for (size_t y = 0; y < size.height; ++y) {
-        gst_buffer_extract(in, rows.offset + y * rows.stride, to.Data() + y * size.rowBytes, size.rowBytes);
+        guint8* const row = to.Data() + y * size.rowBytes;
+        gst_buffer_extract(in, rows.offset + y * stride, row, size.rowBytes);
+        if (self.lumaFirst) {
+            MoveLumaBehindU(row, self.header.width, row);
+        }
     }
     return out;
 }
@@ -94,7 +105,7 @@ GstFlowReturn MakeFile(GstBaseTransform* element, GstBuffer* in, GstBuffer** out
     guint8 words[kRwhHeaderBytes];
     WriteRwhHeader(self->header, words);
     gst_buffer_fill(header, 0, words, sizeof words);
-    *out = gst_buffer_append(header, WithoutPadding(in, self->size, rows));
+    *out = gst_buffer_append(header, FrameOfFile(in, *self, rows));
     constexpr auto kKept = static_cast<GstBufferCopyFlags>(GST_BUFFER_COPY_FLAGS | GST_BUFFER_COPY_TIMESTAMPS);
     gst_buffer_copy_into(*out, in, kKept, 0, static_cast<gsize>(-1));
     return GST_FLOW_OK;

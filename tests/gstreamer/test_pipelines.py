@@ -95,6 +95,15 @@ def test_videocrop_before_the_element(tmp_path, source):
     assert (tmp_path / "part.raw").read_bytes() == cropped(whole, 4, 16, 30, 4, 8)
 
 
+def test_both_orders_of_4_4_4_give_one_picture(tmp_path):
+    for order in ("IYU2", "v308"):
+        launch(tmp_path, f"videotestsrc num-buffers=1 ! video/x-raw,format={order},width=161,height=119",
+               f"! vexaconvert ! video/x-raw,format=BGRA ! filesink location={order}.raw")
+    picture = (tmp_path / "IYU2.raw").read_bytes()
+    assert len(set(picture)) > 8
+    assert (tmp_path / "v308.raw").read_bytes() == picture
+
+
 def test_videoscale_and_videorate_negotiate_around_it(tmp_path):
     launch(tmp_path, "videotestsrc num-buffers=10 ! videorate ! videoscale ! videoconvert ! rgb2bayer ! vexaconvert",
            "! videoscale ! videoconvert ! videorate ! video/x-raw,format=I420,width=96,height=64,framerate=10/1",
