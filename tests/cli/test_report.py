@@ -6,6 +6,7 @@ import json
 import os
 import resource
 import subprocess
+import zlib
 
 import pytest
 from conftest import PROGRAM
@@ -13,7 +14,7 @@ from conftest import PROGRAM
 W, H = 6, 4
 SHAPE = ["-f", "Mono8", "-s", f"{W}x{H}"]
 PGM = len(b"P5\n6 4\n255\n") + W * H
-KEYS = ["input", "frame", "output", "status", "reason", "bytes", "seconds"]
+KEYS = ["input", "frame", "output", "status", "reason", "bytes", "crc32", "seconds"]
 
 
 def frame(number):
@@ -28,7 +29,7 @@ def lines_of(tool, name="r.jsonl"):
     assert all(list(line) == KEYS for line in lines)
     for line in lines:
         done = line["status"] == "done"
-        assert (line["bytes"] is not None, line["seconds"] is not None) == (done, done)
+        assert [line[key] is not None for key in ("bytes", "crc32", "seconds")] == [done] * 3
         assert (line["reason"] is not None) == (line["status"] == "failed")
         assert line["seconds"] is None or 0 <= line["seconds"] < 600
     return lines
@@ -45,6 +46,17 @@ def test_every_frame_in_order(tool, source, jobs):
     tool.good("convert", *SHAPE, "-j", jobs, "--report", "r.jsonl", source, "f_%d.pgm", stdin=SEQUENCE)
     assert briefly(tool, "input", "frame", "output", "status", "bytes") == [
         (source, n, f"f_{n}.pgm", "done", PGM) for n in range(5)]
+
+
+@pytest.mark.parametrize("jobs", [1, 4])
+@pytest.mark.parametrize("source", ["in.raw", "-"])
+def test_checksums(tool, source, jobs):
+    """Of the bytes of each file; of each frame where one file takes all of them."""
+    tool.write("in.raw", SEQUENCE)
+    tool.good("convert", *SHAPE, "-j", jobs, "--report", "r.jsonl", source, "f_%d.pgm", stdin=SEQUENCE)
+    assert briefly(tool, "crc32") == [(f"{zlib.crc32(tool.read(f'f_{n}.pgm')):08x}",) for n in range(5)]
+    tool.good("unpack", *SHAPE, "-j", jobs, "--report", "r.jsonl", source, "all.raw", stdin=SEQUENCE)
+    assert briefly(tool, "crc32") == [(f"{zlib.crc32(frame(n)):08x}",) for n in range(5)]
 
 
 def test_one_file_for_all(tool):

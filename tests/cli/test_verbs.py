@@ -81,9 +81,36 @@ def test_info_as_json(tool):
     lines = tool.good("info", "--json", "in.rwh").decode().splitlines()
     assert [json.loads(line) for line in lines] == [
         {"file": "in.rwh", "format": "BayerRG12", "code": "0x01100011", "width": 6, "height": 4, "stride": 0, "offset": 16,
-         "frames": 1, "frame_bytes": 48}]
+         "frames": 1, "frame_bytes": 48, "timestamp": None}]
     line = tool.good("info", "--json", "-f", "Mono8", "-s", "2x2", "--stride", 2, '"\n.raw').decode()
     assert json.loads(line)["file"] == '"\n.raw' and json.loads(line)["frames"] == 2 and line.count("\n") == 1
+
+
+def test_info_of_a_folder(tool):
+    for name in ("in/b.raw", "in/a.RWH", "in/notes.txt"):
+        tool.write(name, rwh(RG8, 2, 2, bytes(4)))
+    tool.write("in/bad.rwh", b"")
+    (tool.folder / "empty").mkdir()
+    done = tool("info", "--json", "-f", "Mono8", "-s", "5x4", "empty", "in", "none.raw")
+    objects = [json.loads(line) for line in done.stdout.splitlines()]
+    assert [(o["file"], o.get("frames")) for o in objects] == [
+        ("in/a.RWH", 1), ("in/b.raw", 1), ("empty", None), ("in/bad.rwh", None), ("none.raw", None)]
+    assert [o["reason"] for o in objects[2:]] + ["3 of 5 inputs failed"] == [
+        line[len("vexacamutl: "):] for line in done.stderr.splitlines()]
+    assert done.returncode == 1
+    done = tool("info", "--json", "none.rwh")
+    assert (done.returncode, done.stdout) == (
+        3, b'{"file": "none.rwh", "reason": "cannot read none.rwh: No such file or directory"}\n')
+
+
+@pytest.mark.parametrize("name", ["in.txt", "in.rwh.txt"])
+def test_info_of_times(tool, name):
+    tool.write("in.rwh", rwh(RG8, 2, 2, bytes(4)))
+    for text, found in ((b"TimeStamp:  1700000000123456789 ns\n", "1700000000123456789"), (b"timestamp: 1,2,3", "1,2,3"),
+                        (b"timestamp: 2026-11-22T10:00:00Z", "2026-11-22T10:00:00Z"), (b"timestamp:\n", None),
+                        (b"no key", None), (b"timestamp: 1\n" + bytes(1 << 16), None)):
+        tool.write(name, text)
+        assert json.loads(tool.good("info", "--json", "in.rwh"))["timestamp"] == found
 
 
 # formats

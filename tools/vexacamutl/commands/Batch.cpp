@@ -127,6 +127,7 @@ void Batch::Convert(FrameEncoder& encoder, const Task& task, std::vector<uint8_t
         const Bytes encoded = encoder.Encode(tight, frame);
         Write(path, encoded, tight);
         line.bytes = encoded.size();
+        line.crc32 = report_.Checksum(encoded);
         if (options_.checkRange) {
             task.file->range.Add(tight, frame);
         }

@@ -40,6 +40,7 @@ struct Slot {
     std::vector<uint8_t> scratch;
     Bytes raw;
     Bytes encoded;
+    uint32_t crc32 = 0;
     bool kept = false;  ///< its result exists and is to stay
     double seconds = 0.0;
     std::exception_ptr failure;
@@ -100,6 +101,7 @@ void InOrder::Encode(Slot& slot) {
     try {
         const Bytes frame = TightFrame(feed_.Shape(), slot.raw, slot.scratch);
         slot.encoded = slot.encoder.Encode(tight_, frame);
+        slot.crc32 = report_.Checksum(slot.encoded);
         if (options_.checkRange) {
             range_.Add(tight_, frame);
         }
@@ -137,6 +139,7 @@ void InOrder::Deliver(Slot& slot, uint64_t frame, FrameWriter& writer, const Res
         } else {
             writer.Write(frame, slot.encoded);
             line.bytes = slot.encoded.size();
+            line.crc32 = slot.crc32;
             line.seconds = slot.seconds + SecondsSince(start);
         }
     } catch (const std::exception& error) {

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// info: what a raw file is, by its RWH header, its sidecar or the command line, and whether its length agrees.
+// info: what raw files are, by their RWH header, their sidecar or the command line, and whether their length agrees.
 #include <cstdio>
 #include <memory>
 
 #include "Failure.h"
 #include "commands/Commands.h"
 #include "input/FrameSource.h"
+#include "input/InputPaths.h"
+#include "input/Sidecar.h"
 
 namespace VexaTool {
 
@@ -19,15 +21,31 @@ struct Arguments {
     bool json = false;
 };
 
+/// The text beside a file whose layout comes from elsewhere need not be a sidecar.
+std::string TimestampsOf(const std::string& path) {
+    try {
+        return ReadTimestamps(path);
+    } catch (const Failure&) {
+        return "";
+    }
+}
+
 /// One object per line.
 void PrintJson(const MappedFrames& frames) {
     const RawShape& shape = frames.Shape();
+    const std::string times = TimestampsOf(frames.Path());
     std::printf(
         "{\"file\": %s, \"format\": \"%s\", \"code\": \"%s\", \"width\": %u, \"height\": %u, "
-        "\"stride\": %llu, \"offset\": %llu, \"frames\": %zu, \"frame_bytes\": %zu}\n",
+        "\"stride\": %llu, \"offset\": %llu, \"frames\": %zu, \"frame_bytes\": %zu, \"timestamp\": %s}\n",
         JsonString(frames.Path()).c_str(), std::string(shape.format->name).c_str(), HexCode(shape.format->code).c_str(),
         shape.width, shape.height, static_cast<unsigned long long>(shape.stride),
-        static_cast<unsigned long long>(shape.offset), frames.Count(), shape.FrameBytes());
+        static_cast<unsigned long long>(shape.offset), frames.Count(), shape.FrameBytes(),
+        times.empty() ? "null" : JsonString(times).c_str());
+}
+
+void PrintJson(const InputFailure& failed) {
+    std::printf("{\"file\": %s, \"reason\": %s}\n", JsonString(failed.path).c_str(),
+                JsonString(failed.failure.what()).c_str());
 }
 
 void Print(const MappedFrames& frames) {
@@ -43,22 +61,29 @@ void Print(const MappedFrames& frames) {
 }
 
 void RunInfo(const Arguments& arguments) {
-    size_t failures = 0;
-    for (const std::string& path : arguments.paths) {
+    std::vector<InputFailure> failures;
+    const std::vector<std::string> files = WithoutFolders(arguments.paths, failures);
+    const size_t inputs = files.size() + failures.size();
+    for (const std::string& path : files) {
         try {
             const MappedFrames frames(path, arguments.input);
             arguments.json ? PrintJson(frames) : Print(frames);
         } catch (const Failure& failure) {
-            if (arguments.paths.size() == 1) {
-                throw;
-            }
-            SayLine(failure.what());
-            ++failures;
+            failures.push_back({path, failure});
         }
     }
-    if (failures > 0) {
+    for (const InputFailure& failed : failures) {
+        if (arguments.json) {
+            PrintJson(failed);
+        }
+        if (inputs == 1) {
+            throw Failure(failed.failure);
+        }
+        SayLine(failed.failure.what());
+    }
+    if (!failures.empty()) {
         throw Failure(ExitCode::kSomeFailed,
-                      std::to_string(failures) + " of " + std::to_string(arguments.paths.size()) + " inputs failed");
+                      std::to_string(failures.size()) + " of " + std::to_string(inputs) + " inputs failed");
     }
 }
 
@@ -67,10 +92,10 @@ void RunInfo(const Arguments& arguments) {
 void AddInfo(CLI::App& app) {
     auto arguments = std::make_shared<Arguments>();
     CLI::App& command = *app.add_subcommand("info", "Say what a raw or RWH file holds and check its length");
-    command.add_option("FILES", arguments->paths, "RWH files, or raw files with a sidecar or --format and --size")
+    command.add_option("FILES", arguments->paths, "RWH files, raw files with a sidecar or --format and --size, or folders of them")
         ->required();
     arguments->input.AddTo(command);
-    command.add_flag("--json", arguments->json, "One JSON object per file");
+    command.add_flag("--json", arguments->json, "One JSON object per file, also for those that cannot be read");
     command.callback([arguments] { RunInfo(*arguments); });
 }
 

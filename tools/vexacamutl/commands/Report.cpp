@@ -4,6 +4,8 @@
 // See Report.h.
 #include "commands/Report.h"
 
+#include <libdeflate.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <new>
@@ -23,6 +25,12 @@ std::string TextOrNull(const std::string& text) {
     return text.empty() ? "null" : JsonString(text);
 }
 
+std::string HexWord(uint32_t word) {
+    char text[12];
+    static_cast<void>(std::snprintf(text, sizeof text, "\"%08x\"", word));
+    return text;
+}
+
 std::string Seconds(double seconds) {
     char text[40];
     static_cast<void>(std::snprintf(text, sizeof text, "%.6f", seconds));
@@ -36,6 +44,7 @@ std::string JsonOf(const ReportLine& line) {
            ", \"output\": " + TextOrNull(line.output) + ", \"status\": \"" + NameOf(line.outcome) +
            "\", \"reason\": " + TextOrNull(line.reason) +
            ", \"bytes\": " + (done ? std::to_string(line.bytes) : "null") +
+           ", \"crc32\": " + (done ? HexWord(line.crc32) : "null") +
            ", \"seconds\": " + (done ? Seconds(line.seconds) : "null") + "}\n";
 }
 
@@ -53,6 +62,10 @@ void Report::Add(const ReportLine& line) {
         const std::lock_guard lock(mutex_);
         lines_.push_back(line);
     }
+}
+
+uint32_t Report::Checksum(Bytes bytes) const {
+    return options_.report.empty() ? 0 : libdeflate_crc32(0, bytes.data(), bytes.size());
 }
 
 void Report::GiveUp(const std::string& reason) {

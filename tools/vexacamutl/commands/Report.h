@@ -3,7 +3,7 @@
 //
 // What became of each frame, for programs: one JSON object a line, in the order of inputs and frames.
 //
-//     {"input": "a.raw", "frame": 0, "output": "a.png", "status": "done", "reason": null, "bytes": 9, "seconds": 0.1}
+//     {"input": "a.raw", "frame": 0, "output": "a.png", "status": "done", "reason": null, "bytes": 9, "crc32": "cbf43926", "seconds": 0.1}
 //
 // An input that cannot be read has a line without a frame. The file is opened before the first frame is converted and
 // gets its name at the end, also when frames failed; a command that is refused or ended by a signal leaves none.
@@ -30,6 +30,7 @@ struct ReportLine {
     Outcome outcome = Outcome::kDone;
     std::string reason = {};  ///< of a failure
     uint64_t bytes = 0;       ///< of what is done
+    uint32_t crc32 = 0;       ///< of those bytes
     double seconds = 0.0;     ///< of what is done
 };
 
@@ -49,6 +50,9 @@ class Report {
 
     /// Once it is open.
     void Write();
+
+    /// The CRC-32 of ISO 3309, as gzip and zip have it; 0 where no report is wanted.
+    uint32_t Checksum(Bytes bytes) const;
 
   private:
     OutputOptions options_;

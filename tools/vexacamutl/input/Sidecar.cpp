@@ -165,6 +165,17 @@ std::optional<RawShape> ReadSidecar(const std::string& rawPath) {
     return std::nullopt;
 }
 
+std::string ReadTimestamps(const std::string& rawPath) {
+    for (const std::string& path : SidecarPaths(rawPath)) {
+        if (const std::optional<std::string> text = ReadSideFile(path)) {
+            const Lines lines = LinesOf(*text);
+            const auto line = lines.find("timestamp");
+            return line == lines.end() ? "" : line->second;
+        }
+    }
+    return "";
+}
+
 std::string SidecarText(const std::string& rawPath, const RawShape& shape) {
     return "file: " + FileName(rawPath) + "\npixel format: " + HexCode(shape.format->code) + " " +
            std::string(shape.format->name) + "\nwidth: " + std::to_string(shape.width) +

@@ -2,8 +2,8 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // The text beside a raw file that says what the file cannot: for frame.raw the file frame.txt (or frame.raw.txt) with
-// lines of "key: value". Read are "pixel format" (hex code or name), "width", "height", "stride" and "offset", in any
-// case; other lines are for people.
+// lines of "key: value". Read are "pixel format" (hex code or name), "width", "height", "stride", "offset" and
+// "timestamp" (of each frame, separated by commas), in any case; other lines are for people.
 //
 //     pixel format: 0x01080009 BayerRG8
 //     width: 1920
@@ -20,6 +20,9 @@ namespace VexaTool {
 
 /// Nothing when there is no sidecar; a Failure when it does not name format, width and height.
 std::optional<RawShape> ReadSidecar(const std::string& rawPath);
+
+/// When the frames were taken, as the sidecar says it; empty where none does.
+std::string ReadTimestamps(const std::string& rawPath);
 
 /// Where the text beside a result goes.
 std::string SidecarPath(const std::string& rawPath);
