@@ -10,6 +10,8 @@
 #include <ctime>
 #include <new>
 
+#include "CoreClock.h"
+
 namespace Bench {
 namespace {
 
@@ -38,6 +40,33 @@ size_t CallsPerSlice(const Work& work, double sliceSeconds) {
     }
     return calls;
 }
+
+struct Slice {
+    double seconds;
+    double cycles;
+};
+
+/// All slices of one work.
+struct Slices {
+    std::vector<Slice> undisturbed;
+    std::vector<Slice> disturbed;
+
+    void Add(double seconds, const CoreClock& before, const CoreClock& after) {
+        const double secondsPerCycle = (before.secondsPerCycle + after.secondsPerCycle) / 2;
+        const Slice slice = {seconds, secondsPerCycle == 0 ? 0 : seconds / secondsPerCycle};
+        (Undisturbed(before, after) ? undisturbed : disturbed).push_back(slice);
+    }
+
+    Timing Summary() {
+        const double share =
+            static_cast<double>(undisturbed.size()) / static_cast<double>(undisturbed.size() + disturbed.size());
+        std::vector<Slice>& of = undisturbed.empty() ? disturbed : undisturbed;
+        std::sort(of.begin(), of.end(), [](const Slice& a, const Slice& b) { return a.cycles < b.cycles; });
+        const double cycles = of[of.size() / 4].cycles;
+        std::sort(of.begin(), of.end(), [](const Slice& a, const Slice& b) { return a.seconds < b.seconds; });
+        return {of[of.size() / 2].seconds, of.front().seconds, cycles, share};
+    }
+};
 
 }  // namespace
 
@@ -77,18 +106,21 @@ std::vector<Timing> MeasureByTurns(const std::vector<Work>& works, const SlicePl
     std::vector<size_t> calls(works.size());
     std::transform(works.begin(), works.end(), calls.begin(),
                    [&](const Work& work) { return CallsPerSlice(work, plan.sliceSeconds); });
-    std::vector<std::vector<double>> slices(works.size());
-    for (unsigned s = 0; s < plan.slices; ++s) {
+    std::vector<Slices> slices(works.size());
+    const auto isComplete = [&](const Slices& of) { return of.undisturbed.size() >= plan.slices; };
+    for (unsigned round = 0; round < kMostRounds * plan.slices; ++round) {
+        if (std::all_of(slices.begin(), slices.end(), isComplete)) {
+            break;
+        }
         for (size_t i = 0; i < works.size(); ++i) {
             WarmUp(works[i], plan);
-            slices[i].push_back(SecondsFor(works[i], calls[i]) / static_cast<double>(calls[i]));
+            const CoreClock before = ReadCoreClock();
+            const double seconds = SecondsFor(works[i], calls[i]) / static_cast<double>(calls[i]);
+            slices[i].Add(seconds, before, ReadCoreClock());
         }
     }
-    std::vector<Timing> timings;
-    for (std::vector<double>& times : slices) {
-        std::sort(times.begin(), times.end());
-        timings.push_back({times[times.size() / 2], times.front()});
-    }
+    std::vector<Timing> timings(works.size());
+    std::transform(slices.begin(), slices.end(), timings.begin(), [](Slices& of) { return of.Summary(); });
     return timings;
 }
 

@@ -8,7 +8,8 @@
 // or with non-temporal stores, spoils them for several calls.
 //
 // Everything runs in one thread and waits for nothing, so the clock is that of the thread's processor time: while
-// another process has the processor it stands still.
+// another process has the processor it stands still. The speed of the core is read around every slice (CoreClock.h);
+// a slice that was disturbed is repeated in a later round.
 //
 //     limit | converter | competitor | limit | converter | competitor | ...   at least 15 rounds
 #pragma once
@@ -39,16 +40,20 @@ class Buffer {
 void FillWithSamples(uint8_t* frame, size_t bytes, bool words);
 
 struct Timing {
-    double median;  ///< seconds a call, median of all slices
+    double median;  ///< seconds a call, median of the undisturbed slices
     double best;    ///< seconds a call, quickest slice
+    double cycles;  ///< of the core, per call: lower quartile of the undisturbed slices; 0 where the clock is not known
+    double undisturbed;  ///< share of all slices; if it is 0, the other figures are those of the disturbed ones
 };
 
 struct SlicePlan {
-    unsigned slices = 15;
+    unsigned slices = 15;         ///< undisturbed ones; at most kMostRounds times as many are taken
     double sliceSeconds = 0.001;  ///< each slice repeats its work for about this long, at least once
     double warmSeconds = 0;       ///< before each slice, calls that are not timed: for as long as this
     unsigned warmCalls = 1;       ///< and at least so many
 };
+
+inline constexpr unsigned kMostRounds = 4;
 
 using Work = std::function<void()>;
 

@@ -49,16 +49,20 @@ void MeasureCase(const Case& it, const Vexa::Kernels::KernelTable& table, const 
                         [&] { it.Run(dst.Data(), src.Data(), size.width, size.height); }},
                        options.plan);
     const double nanosecondsPerPixel = 1e9 / static_cast<double>(size.Pixels());
-    static_cast<void>(std::printf("%s,%s,%s,%s,%.4f,%.4f,%.3f,%.3f\n", it.family, it.name, table.name,
+    const double per64Pixels = 64 / static_cast<double>(size.Pixels());
+    static_cast<void>(std::printf("%s,%s,%s,%s,%.4f,%.4f,%.3f,%.3f,%.2f,%.2f,%.2f\n", it.family, it.name, table.name,
                                   size.Text().c_str(), timings[1].median * nanosecondsPerPixel,
                                   timings[0].median * nanosecondsPerPixel, timings[0].median / timings[1].median,
-                                  timings[0].best / timings[1].best));
+                                  timings[0].best / timings[1].best, timings[1].cycles * per64Pixels,
+                                  timings[0].cycles * per64Pixels, timings[1].undisturbed));
     static_cast<void>(std::fflush(stdout));
 }
 
 void MeasureAll(const Options& options) {
     const Vexa::Kernels::Processor processor = Vexa::Kernels::DetectProcessor();
-    std::puts("family,converter,isa,size,ns_per_pixel,limit_ns_per_pixel,ratio,best_ratio");
+    std::puts(
+        "family,converter,isa,size,ns_per_pixel,limit_ns_per_pixel,ratio,best_ratio,cycles_per_64_pixels,"
+        "limit_cycles_per_64_pixels,undisturbed");
     for (const Size& size : ParseSizes(options.sizes)) {
         for (const Case& it : Cases()) {
             for (const Vexa::Kernels::KernelTable* table : Vexa::Kernels::KernelTables()) {

@@ -78,6 +78,14 @@ def lost_table(competitors: Rows) -> str:
     return table(["job", "size", "library", "by", "its time / ours", "what it does otherwise"], lines)
 
 
+def port_table(ports: Rows) -> str:
+    """Every kernel in cache beside its bounds."""
+    models = [name for name in ports[0] if name.startswith("bound_")]
+    return table(["converter", "set", "cycles", "limit", *(name.removeprefix("bound_") for name in models), "ratio"],
+                 [[row["converter"], row["isa"], row["cycles_per_64_pixels"], row["limit_cycles"],
+                   *(row[name] for name in models), row["ratio_to_bound"]] for row in ports])
+
+
 def instruction_table(instructions: Rows) -> str:
     """Instructions per pixel of every converter."""
     isas = in_order(instructions, "isa")
@@ -139,6 +147,14 @@ def make_report(folder: Path, arguments: argparse.Namespace) -> str:
                      competitor_table(competitors, HEADLINE_SIZE),
                      "## Where another library was quicker, at any size",
                      lost_table(competitors)]
+    ports = read_rows(folder / "ports.csv")
+    if ports:
+        sections += ["## In cache, beside the ports",
+                     "Cycles per 64 pixels of frames of 1920x16, the memory limit in cache, and the cycles that the\n"
+                     "busiest port needs by llvm-mca, for several processors. Ratio = cycles / the larger of the limit\n"
+                     "and the first processor's bound, which is the measured machine's or the nearest that llvm-mca\n"
+                     "knows. Samples that a change of the clock or a sibling thread disturbed are discarded.",
+                     port_table(ports)]
     instructions = read_rows(folder / "instructions.csv")
     if instructions:
         sections += ["## Instructions per pixel",

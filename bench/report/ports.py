@@ -1,0 +1,169 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+#
+# The port bound of every kernel, from the machine code of the shared object: the inner loop of each kernel is what lies
+# between a backward jump and its target and stores most; llvm-mca says how many cycles its busiest port needs. The
+# figure divided by this bound, or by the memory limit in cache where that is higher, says what is left to gain.
+#
+#     ports.py LIBRARY RATIOS.csv PORTS.csv [--model znver4]
+#
+# The newest processors have no model of their own in llvm-mca: Zen 5 has the pipes of Zen 4 at twice the width, so for it
+# registers of 64 bytes are analysed as Zen 4's of 32.
+"""Static port bounds beside measured cycles."""
+import argparse
+import re
+import subprocess
+from pathlib import Path
+
+from figures import read_rows, write_rows
+
+MCA = "llvm-mca-19"
+MODELS = ["skylake-avx512", "icelake-server", "znver4"]
+SIZE = "1920x16"
+NAMESPACES = {"avx2": "Avx2", "avx512": "Avx512", "avx512bw": "Avx512Bw"}
+LAYOUTS = {"BGRA": (0, 4), "BGR": (1, 3)}
+REVERSED_UNITS = {"Mono8": ("0", 1), "Mono12": ("0, 1", 2), "RGB8": ("0, 1, 2", 3), "BGR12": ("0, 1, 2, 3, 4, 5", 6),
+                  "YUV411": ("0, 5, 4, 3, 2, 1", 1.5), "YUV422": ("0, 3, 2, 1", 2)}
+JUMP = re.compile(r"j[a-z]+\s+([0-9a-f]+)\b")
+STORE = re.compile(r"(v?mov[a-z0-9]*|vextract[a-z0-9]*)\s+(?:\$\w+,)?%([xyz])mm\d+,(?!.*%rsp)-?\w*\(%r(?!ip)")
+STORED_BYTES = {"x": 16, "y": 32, "z": 64}
+
+
+def kernels_of(converter: str) -> list[tuple[list[str], float]]:
+    """The kernels that a converter runs one after another, each with the bytes that it stores per pixel. A list of two
+    kernels stands for rows that alternate."""
+    if converter.startswith("Reverse "):
+        order, unit = REVERSED_UNITS[converter.split()[1]]
+        return [([f"Reverse<{order}>"], unit)] if converter.endswith((" mirror", " half turn")) else []
+    match = re.fullmatch(r"Conv(\w+?)To(BGRA|BGR)(ACPI)?", converter)
+    if match is None:
+        return []
+    source, (layout, pixel) = match[1], LAYOUTS[match[2]]
+    if match[3]:
+        return [(["AcpiGreen<false>", "AcpiGreen<true>"], 4),
+                ([f"AcpiColour<1, {layout}, false>", f"AcpiColour<2, {layout}, false>"], pixel)]
+    if source in ("ByrGR8", "ByrGR12"):
+        kernel = "Bayer8" if source == "ByrGR8" else "BayerN"
+        return [([f"{kernel}<0, 1, {layout}>", f"{kernel}<0, 2, {layout}>"], pixel)]
+    names = {"Mono8": f"Mono8<{layout}>", "Mono12": f"MonoN<{layout}>", "RGB8P": f"PackedColour8<0, {layout}>",
+             "BGR8P": f"PackedColour8<1, {layout}>", "RGB12P": f"PackedColourN<0, {layout}>",
+             "BGR12P": f"PackedColourN<1, {layout}>", "YUV411P": f"Yuv411<{layout}>", "YUV422P": f"Yuv422<{layout}>",
+             "YUV444P": f"Yuv444<{layout}>"}
+    return [([names[source]], pixel)] if source in names else []
+
+
+def disassemble(library: Path) -> dict[str, list[tuple[int, str]]]:
+    """The instructions of every kernel, by `Set::Kernel<numbers>`."""
+    text = subprocess.run(["objdump", "--disassemble", "--demangle", "--no-show-raw-insn", library], check=True,
+                          capture_output=True, text=True).stdout
+    functions: dict[str, list[tuple[int, str]]] = {}
+    current: list[tuple[int, str]] = []
+    for line in text.splitlines():
+        if head := re.fullmatch(r"[0-9a-f]+ <(?:void )?Vexa::Kernels::(\w+)::\(anonymous namespace\)::(\w+<.*?>)\(.*>:", line):
+            numbers = re.sub(r"\([\w:]+\)|(?<=\d)ul\b", "", head[2])
+            current = functions.setdefault(f"{head[1]}::{numbers}", [])
+        elif re.match(r"[0-9a-f]+ <", line):
+            current = []
+        elif instruction := re.match(r"\s*([0-9a-f]+):\s+([^#<]+)", line):
+            current.append((int(instruction[1], 16), instruction[2].strip()))
+    return functions
+
+
+def stored_bytes(loop: list[str]) -> int:
+    """By vector stores that do not go to the stack."""
+    return sum(STORED_BYTES[match[2]] for line in loop if (match := STORE.match(line)))
+
+
+def inner_loop(function: list[tuple[int, str]]) -> list[str]:
+    """The innermost loop that stores most per instruction; it may not contain another loop."""
+    best: list[str] = []
+    jumps = [(address, int(match[1], 16)) for address, text in function if (match := JUMP.match(text))]
+    backward = [(start, end) for end, start in jumps if start <= end]
+    for start, end in backward:
+        if any((start, end) != (s, e) and start <= s and e <= end for s, e in backward):
+            continue
+        loop = [text for address, text in function if start <= address <= end]
+        if stored_bytes(loop) > stored_bytes(best):
+            best = loop
+    return best
+
+
+def for_zen5(line: str) -> str:
+    """The instruction for registers of half the width, where it takes the same pipes."""
+    if "%zmm" not in line:
+        return line
+    line = re.sub(r"\{r[nduz]-sae\},\s*", "", line)
+    line = re.sub(r"(vextract|vinsert)([if])64x4", r"\1\g<2>32x4", line)
+    return line.replace("%ymm", "%xmm").replace("%zmm", "%ymm")
+
+
+def bounds(loops: dict[str, list[str]], model: str) -> dict[str, float]:
+    """Cycles per run of each loop."""
+    source = []
+    for name, loop in loops.items():
+        lines = [for_zen5(line) for line in loop] if model == "znver5" else loop
+        code = [re.sub(r"^(j[a-z]+)\s+.*", r"\1 0", line) for line in lines]
+        source += [f"# LLVM-MCA-BEGIN {name}", *code, f"# LLVM-MCA-END {name}"]
+    cpu = "znver4" if model == "znver5" else model
+    text = subprocess.run([MCA, "-mtriple=x86_64-linux-gnu", f"-mcpu={cpu}", "-instruction-info=false",
+                           "-resource-pressure=false"], input="\n".join(source) + "\n", check=True,
+                          capture_output=True, text=True).stdout
+    found = re.findall(r"Code Region - (.*)\n(?:.*\n)*?Block RThroughput: ([\d.]+)", text)
+    return {name: float(cycles) for name, cycles in found}
+
+
+def model_of_this_machine() -> str:
+    """llvm-mca's model for the processor, or the nearest older one."""
+    info = Path("/proc/cpuinfo").read_text(encoding="ascii")
+    flags = set((re.search(r"^flags\s*:(.*)$", info, re.MULTILINE) or [""])[0].split())
+    if "AuthenticAMD" in info:
+        family = int((re.search(r"^cpu family\s*:\s*(\d+)", info, re.MULTILINE) or ["", "0"])[1])
+        return "znver5" if family >= 26 else "znver4" if "avx512f" in flags else "znver3"
+    return "icelake-server" if "avx512vbmi" in flags else "skylake-avx512" if "avx512f" in flags else "haswell"
+
+
+def bound_rows(functions: dict[str, list[tuple[int, str]]], measured: list[dict[str, str]],
+               models: list[str]) -> list[dict[str, str]]:
+    """One row per converter and set: measured cycles per 64 pixels, the bound of each model, the ratio to the first."""
+    wanted = {f"{namespace}::{name}" for namespace in NAMESPACES.values() for row in measured
+              for names, _ in kernels_of(row["converter"]) for name in names}
+    loops = {name: loop for name in sorted(wanted & functions.keys()) if (loop := inner_loop(functions[name]))}
+    found = {model: bounds(loops, model) for model in models}
+    rows = []
+    for row in measured:
+        if row["size"] != SIZE or row["isa"] not in NAMESPACES or not (kernels := kernels_of(row["converter"])):
+            continue
+        prefix = NAMESPACES[row["isa"]] + "::"
+        if any(prefix + name not in loops for names, _ in kernels for name in names):
+            continue
+        per_model = []
+        for model in models:
+            cycles = [found[model][prefix + name] * 64 * pixel / stored_bytes(loops[prefix + name]) / len(names)
+                      for names, pixel in kernels for name in names]
+            per_model.append(sum(cycles))
+        figure, limit = float(row["cycles_per_64_pixels"]), float(row["limit_cycles_per_64_pixels"])
+        rows.append({"family": row["family"], "converter": row["converter"], "isa": row["isa"],
+                     "cycles_per_64_pixels": f"{figure:.1f}", "limit_cycles": f"{limit:.1f}",
+                     **{f"bound_{model}": f"{bound:.1f}" for model, bound in zip(models, per_model)},
+                     "ratio_to_bound": f"{figure / max(per_model[0], limit):.2f}"})
+    return rows
+
+
+def main() -> None:
+    """Reads the command line, writes the CSV file and prints it as a table."""
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("library", type=Path)
+    parser.add_argument("ratios", type=Path, help=f"CSV of bench-ratios, with frames of {SIZE}")
+    parser.add_argument("ports", type=Path, help="CSV file to write")
+    parser.add_argument("--model", default=model_of_this_machine(), help="of the measured machine [%(default)s]")
+    arguments = parser.parse_args()
+    models = list(dict.fromkeys([arguments.model, *MODELS]))
+    rows = bound_rows(disassemble(arguments.library), read_rows(arguments.ratios), models)
+    write_rows(arguments.ports, rows)
+    for row in [{name: name for name in rows[0]}, *rows] if rows else []:
+        print("  ".join(f"{cell:{'<' if i < 3 else '>'}{26 if i == 1 else 13}}" for i, cell in enumerate(row.values())))
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,64 @@
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+#
+# The port bounds of scripts/bench: which loop of a function is analysed, what it stores, and which kernels a converter
+# runs.
+"""Tests of bench/report/ports.py."""
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "bench" / "report"))
+import ports  # noqa: E402  # pylint: disable=wrong-import-position
+
+# A head that searches, a loop of two stores, a loop around it, and a tail.
+FUNCTION = [(0, "mov    %rdi,%rax"), (4, "add    $0x8,%rax"), (8, "jb     4"),
+            (12, "vmovdqu (%rsi,%rax,1),%ymm0"), (16, "vmovdqu %ymm0,(%rdi,%rax,2)"),
+            (20, "vextracti128 $0x1,%ymm0,0x20(%rdi)"), (24, "vmovdqa %ymm0,0x20(%rsp)"), (28, "jne    12"),
+            (32, "vmovdqu %ymm0,(%rdi)"), (36, "vmovdqu %ymm0,0x20(%rdi)"), (40, "jne    c"), (44, "ret")]
+
+
+def test_the_loop_without_another_loop_that_stores_most_is_taken() -> None:
+    loop = ports.inner_loop([(address, text.replace("jne    12", "jne    c")) for address, text in FUNCTION[:8]]
+                            + FUNCTION[8:10] + [(40, "jne    4"), (44, "ret")])
+    assert loop[0] == "vmovdqu (%rsi,%rax,1),%ymm0"
+    assert loop[-1] == "jne    c"
+    assert ports.stored_bytes(loop) == 32 + 32, "the stack does not count"
+
+
+def test_a_function_without_a_loop_has_none() -> None:
+    assert ports.inner_loop([(0, "vmovdqu %ymm0,(%rdi)"), (4, "jb     8"), (8, "ret")]) == []
+
+
+@pytest.mark.parametrize("line, narrow", [
+    ("vpaddw %zmm1,%zmm2,%zmm3", "vpaddw %ymm1,%ymm2,%ymm3"),
+    ("vpaddw %ymm1,%ymm2,%ymm3", "vpaddw %ymm1,%ymm2,%ymm3"),
+    ("vcvtps2dq {rd-sae},%zmm1,%zmm2", "vcvtps2dq %ymm1,%ymm2"),
+    ("vextracti64x4 $0x1,%zmm1,0x20(%rdi)", "vextracti32x4 $0x1,%ymm1,0x20(%rdi)"),
+    ("vinserti64x4 $0x1,%ymm1,%zmm2,%zmm3", "vinserti32x4 $0x1,%xmm1,%ymm2,%ymm3"),
+])
+def test_wide_registers_become_those_of_half_the_width(line: str, narrow: str) -> None:
+    assert ports.for_zen5(line) == narrow
+
+
+def test_converters_name_their_kernels() -> None:
+    assert ports.kernels_of("ConvMono8ToBGR") == [(["Mono8<1>"], 3)]
+    assert ports.kernels_of("ConvByrGR12ToBGRA") == [(["BayerN<0, 1, 0>", "BayerN<0, 2, 0>"], 4)]
+    assert [pixel for _, pixel in ports.kernels_of("ConvByrGR8ToBGRACPI")] == [4, 3]
+    assert ports.kernels_of("Reverse RGB8 mirror") == [(["Reverse<0, 1, 2>"], 3)]
+    assert ports.kernels_of("Reverse RGB8 copy") == []
+    assert ports.kernels_of("ConvByrBG8ToBGR") == [], "one phase stands for all"
+
+
+def test_the_bound_is_the_busiest_port_of_each_loop() -> None:
+    try:
+        subprocess.run([ports.MCA, "--version"], check=True, capture_output=True)
+    except FileNotFoundError:
+        pytest.skip(f"{ports.MCA} is not installed")
+    # Four shuffles for two ports of Ice Lake, and for the only one of Skylake.
+    shuffles = [f"vpshufb %ymm0,%ymm1,%ymm{register}" for register in range(4, 8)] + ["jne    0"]
+    loops = {"Avx2::A<0>": shuffles, "Avx2::B<0, 1>": shuffles[:2] + shuffles[-1:]}
+    assert ports.bounds(loops, "icelake-server") == {"Avx2::A<0>": 2, "Avx2::B<0, 1>": 1}
+    assert ports.bounds(loops, "skylake-avx512") == {"Avx2::A<0>": 4, "Avx2::B<0, 1>": 2}
