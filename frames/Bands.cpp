@@ -33,49 +33,49 @@ struct Span {
 class Bands {
   public:
     Bands(const VcfConverter& converter, const uint8_t* buffer, uint8_t* dst, size_t stride)
-        : c_(converter),
-          plan_(converter.plan),
-          g_(converter.geometry),
-          buffer_(buffer),
-          dst_(dst),
-          stride_(stride),
-          pictureRowBytes_(size_t{converter.geometry.width} * converter.plan.pixelBytes),
-          direct_(converter.plan.feed == Feed::kRows && converter.geometry.RowsAreOneRun()) {}
+        : m_c(converter),
+          m_plan(converter.plan),
+          m_g(converter.geometry),
+          m_buffer(buffer),
+          m_dst(dst),
+          m_stride(stride),
+          m_pictureRowBytes(size_t{converter.geometry.width} * converter.plan.pixelBytes),
+          m_direct(converter.plan.feed == Feed::kRows && converter.geometry.RowsAreOneRun()) {}
 
     void Grey(uint32_t first, uint32_t end) {
         for (uint32_t row = first; row < end; ++row) {
-            GreyRow(c_, buffer_, row, Row(row));
+            GreyRow(m_c, m_buffer, row, Row(row));
         }
     }
 
     void Luma(uint32_t first, uint32_t end) {
         for (uint32_t row = first; row < end; ++row) {
-            plan_.call.Run(c_.scratch.picture, RowOrFed(row), g_.width, 1);
-            LumaRow(c_, c_.scratch.picture, Row(row));
+            m_plan.call.Run(m_c.scratch.picture, RowOrFed(row), m_g.width, 1);
+            LumaRow(m_c, m_c.scratch.picture, Row(row));
         }
     }
 
     void Pixels(uint32_t first, uint32_t end) {
-        const bool finishes = plan_.finish.exchange || plan_.finish.matrix;
-        if (direct_ && stride_ == pictureRowBytes_ && !finishes) {
-            plan_.call.Run(Row(first), buffer_ + g_.StartOf(first).byte, g_.width, end - first);
+        const bool finishes = m_plan.finish.exchange || m_plan.finish.matrix;
+        if (m_direct && m_stride == m_pictureRowBytes && !finishes) {
+            m_plan.call.Run(Row(first), m_buffer + m_g.StartOf(first).byte, m_g.width, end - first);
             return;
         }
         for (uint32_t row = first; row < end; ++row) {
-            plan_.call.Run(Row(row), RowOrFed(row), g_.width, 1);
-            FinishRow(c_, Row(row));
+            m_plan.call.Run(Row(row), RowOrFed(row), m_g.width, 1);
+            FinishRow(m_c, Row(row));
         }
     }
 
     void Mosaic(uint32_t first, uint32_t end) {
-        const uint32_t copiedRows = RowsThatFit(c_.scratch.pictureBytes, pictureRowBytes_);
+        const uint32_t copiedRows = RowsThatFit(m_c.scratch.pictureBytes, m_pictureRowBytes);
         for (uint32_t row = first; row < end;) {
             uint32_t straightEnd = std::min(end, row + StraightRows());
-            if (straightEnd + kMostOverlap > end && end != g_.height) {
+            if (straightEnd + kMostOverlap > end && end != m_g.height) {
                 straightEnd = end > row + kMostOverlap ? end - kMostOverlap : row;
             }
             const Span around = Around({row, straightEnd});
-            if (stride_ == pictureRowBytes_ && straightEnd > row && around.first >= first && around.end <= end) {
+            if (m_stride == m_pictureRowBytes && straightEnd > row && around.first >= first && around.end <= end) {
                 Straight({row, straightEnd}, around);
                 row = straightEnd;
             } else {
@@ -87,95 +87,95 @@ class Bands {
     }
 
   private:
-    uint8_t* Row(uint32_t row) const { return dst_ + row * stride_; }
+    uint8_t* Row(uint32_t row) const { return m_dst + row * m_stride; }
 
     /// A row as the call takes it; from the buffer itself if it lies there so.
     const uint8_t* RowOrFed(uint32_t row) const {
-        if (plan_.feed == Feed::kRows) {
-            return buffer_ + g_.StartOf(row).byte;
+        if (m_plan.feed == Feed::kRows) {
+            return m_buffer + m_g.StartOf(row).byte;
         }
-        FeedRow(c_, buffer_, row, c_.scratch.feed);
-        return c_.scratch.feed;
+        FeedRow(m_c, m_buffer, row, m_c.scratch.feed);
+        return m_c.scratch.feed;
     }
 
     Span Around(const Span& band) const {
-        const uint32_t overlap = plan_.adaptive ? 3 : 1;
+        const uint32_t overlap = m_plan.adaptive ? 3 : 1;
         const uint32_t first = band.first < overlap ? 0 : (band.first - overlap) & ~1u;
         const uint32_t end = (band.end + overlap + 1) & ~1u;
-        return {first, std::min(end, g_.height)};
+        return {first, std::min(end, m_g.height)};
     }
 
     /// Rows of a band for which that much scratch holds it with the rows beside it.
     uint32_t RowsThatFit(size_t bytes, size_t rowBytes) const {
         const size_t rows = bytes / rowBytes;
-        return rows >= g_.height ? g_.height : static_cast<uint32_t>(rows) - 2 * kMostOverlap;
+        return rows >= m_g.height ? m_g.height : static_cast<uint32_t>(rows) - 2 * kMostOverlap;
     }
 
-    uint32_t FedRows() const { return direct_ ? g_.height : RowsThatFit(c_.scratch.feedBytes, plan_.fedRowBytes); }
+    uint32_t FedRows() const { return m_direct ? m_g.height : RowsThatFit(m_c.scratch.feedBytes, m_plan.fedRowBytes); }
 
     uint32_t StraightRows() const {
-        const bool finishes = plan_.finish.exchange || plan_.finish.matrix;
-        return finishes ? std::min(FedRows(), RowsThatFit(c_.scratch.pictureBytes, pictureRowBytes_)) : FedRows();
+        const bool finishes = m_plan.finish.exchange || m_plan.finish.matrix;
+        return finishes ? std::min(FedRows(), RowsThatFit(m_c.scratch.pictureBytes, m_pictureRowBytes)) : FedRows();
     }
 
     /// The rows of a span one after the other. Rows that the last span has too are not read again.
     const uint8_t* Fed(const Span& span) {
-        if (direct_) {
-            return buffer_ + g_.StartOf(span.first).byte;
+        if (m_direct) {
+            return m_buffer + m_g.StartOf(span.first).byte;
         }
-        uint8_t* feed = c_.scratch.feed;
-        const size_t rowBytes = plan_.fedRowBytes;
+        uint8_t* feed = m_c.scratch.feed;
+        const size_t rowBytes = m_plan.fedRowBytes;
         uint32_t row = span.first;
-        if (span.first >= have_.first && span.first < have_.end) {
-            const uint32_t kept = std::min(have_.end, span.end) - span.first;
-            std::memmove(feed, feed + (span.first - have_.first) * rowBytes, kept * rowBytes);
+        if (span.first >= m_have.first && span.first < m_have.end) {
+            const uint32_t kept = std::min(m_have.end, span.end) - span.first;
+            std::memmove(feed, feed + (span.first - m_have.first) * rowBytes, kept * rowBytes);
             row += kept;
         }
         for (; row < span.end; ++row) {
-            FeedRow(c_, buffer_, row, feed + (row - span.first) * rowBytes);
+            FeedRow(m_c, m_buffer, row, feed + (row - span.first) * rowBytes);
         }
-        have_ = span;
+        m_have = span;
         return feed;
     }
 
     void Demosaic(uint8_t* to, const Span& span) {
         const uint8_t* fed = Fed(span);
-        plan_.call.Run(to, fed, g_.width, span.end - span.first);
-        if (plan_.setsLastRed && span.first == 0) {
-            const size_t lastOfRow1 = size_t{2} * g_.width - 1;
+        m_plan.call.Run(to, fed, m_g.width, span.end - span.first);
+        if (m_plan.setsLastRed && span.first == 0) {
+            const size_t lastOfRow1 = size_t{2} * m_g.width - 1;
             to[lastOfRow1 * 4 + 2] = fed[lastOfRow1];
         }
     }
 
     void Straight(const Span& band, const Span& around) {
-        const size_t overwritten = (band.first - around.first) * stride_;
-        std::memcpy(c_.scratch.saved, Row(around.first), overwritten);
+        const size_t overwritten = (band.first - around.first) * m_stride;
+        std::memcpy(m_c.scratch.saved, Row(around.first), overwritten);
         Demosaic(Row(around.first), around);
-        std::memcpy(Row(around.first), c_.scratch.saved, overwritten);
+        std::memcpy(Row(around.first), m_c.scratch.saved, overwritten);
         for (uint32_t row = band.first; row < band.end; ++row) {
-            FinishRow(c_, Row(row));
+            FinishRow(m_c, Row(row));
         }
     }
 
     void Copied(const Span& band) {
         const Span around = Around(band);
-        Demosaic(c_.scratch.picture, around);
+        Demosaic(m_c.scratch.picture, around);
         for (uint32_t row = band.first; row < band.end; ++row) {
-            uint8_t* from = c_.scratch.picture + (row - around.first) * pictureRowBytes_;
-            FinishRow(c_, from);
-            std::memcpy(Row(row), from, pictureRowBytes_);
+            uint8_t* from = m_c.scratch.picture + (row - around.first) * m_pictureRowBytes;
+            FinishRow(m_c, from);
+            std::memcpy(Row(row), from, m_pictureRowBytes);
         }
     }
 
-    const VcfConverter& c_;
-    const Plan& plan_;
-    const Geometry& g_;
-    const uint8_t* buffer_;
-    uint8_t* dst_;
-    size_t stride_;
-    size_t pictureRowBytes_;
-    bool direct_;
-    Span have_ = {0, 0};
+    const VcfConverter& m_c;
+    const Plan& m_plan;
+    const Geometry& m_g;
+    const uint8_t* m_buffer;
+    uint8_t* m_dst;
+    size_t m_stride;
+    size_t m_pictureRowBytes;
+    bool m_direct;
+    Span m_have = {0, 0};
 };
 
 }  // namespace

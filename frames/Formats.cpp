@@ -187,17 +187,17 @@ constexpr uint32_t kFormatCount = sizeof kFormats / sizeof kFormats[0];
 /// Letters and digits of a name one after the other, in lower case; 0 after the last one or at the end of an alias.
 class Letters {
   public:
-    explicit Letters(const char* text, char end = '\0') : text_(text), end_(end) {}
+    explicit Letters(const char* text, char end = '\0') : m_text(text), m_end(end) {}
 
     char Next() {
-        for (; *text_ != '\0' && *text_ != end_; ++text_) {
-            const char c = *text_;
+        for (; *m_text != '\0' && *m_text != m_end; ++m_text) {
+            const char c = *m_text;
             if (c >= 'A' && c <= 'Z') {
-                ++text_;
+                ++m_text;
                 return static_cast<char>(c - 'A' + 'a');
             }
             if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')) {
-                ++text_;
+                ++m_text;
                 return c;
             }
         }
@@ -205,8 +205,8 @@ class Letters {
     }
 
   private:
-    const char* text_;
-    char end_;
+    const char* m_text;
+    char m_end;
 };
 
 bool SameSpelling(Letters a, Letters b) {

@@ -36,25 +36,25 @@ namespace vcf {
 class [[nodiscard]] Status {
   public:
     Status() = default;
-    Status(VcfStatus code, std::string text) : code_(code), text_(std::move(text)) {}
+    Status(VcfStatus code, std::string text) : m_code(code), m_text(std::move(text)) {}
 
-    [[nodiscard]] bool IsOk() const { return code_ == VCF_OK; }
-    [[nodiscard]] VcfStatus Code() const { return code_; }
-    [[nodiscard]] const std::string& Text() const { return text_; }
+    [[nodiscard]] bool IsOk() const { return m_code == VCF_OK; }
+    [[nodiscard]] VcfStatus Code() const { return m_code; }
+    [[nodiscard]] const std::string& Text() const { return m_text; }
 
   private:
-    VcfStatus code_ = VCF_OK;
-    std::string text_;
+    VcfStatus m_code = VCF_OK;
+    std::string m_text;
 };
 
 /// What the throwing forms throw.
 class Error : public std::runtime_error {
   public:
-    explicit Error(const Status& status) : std::runtime_error(status.Text()), code_(status.Code()) {}
-    [[nodiscard]] VcfStatus Code() const { return code_; }
+    explicit Error(const Status& status) : std::runtime_error(status.Text()), m_code(status.Code()) {}
+    [[nodiscard]] VcfStatus Code() const { return m_code; }
 
   private:
-    VcfStatus code_;
+    VcfStatus m_code;
 };
 
 namespace detail {
@@ -102,9 +102,9 @@ class Format {
         return info == nullptr ? std::nullopt : std::optional(Format(info));
     }
 
-    [[nodiscard]] PixelFormat Code() const { return info_->format; }
-    [[nodiscard]] std::string Name() const { return info_->name; }
-    [[nodiscard]] const VcfFormat& Info() const { return *info_; }
+    [[nodiscard]] PixelFormat Code() const { return m_info->format; }
+    [[nodiscard]] std::string Name() const { return m_info->name; }
+    [[nodiscard]] const VcfFormat& Info() const { return *m_info; }
     /// The format of a part that begins at (x, y): odd offsets change the phase of a mosaic.
     [[nodiscard]] Format AfterRegion(uint32_t x, uint32_t y) const {
         return OfCode(VcfFormatAfterRegion(Code(), x, y));
@@ -112,30 +112,30 @@ class Format {
     friend bool operator==(const Format& a, const Format& b) { return a.Code() == b.Code(); }
 
   private:
-    explicit Format(const VcfFormat* info) : info_(info) {}
-    const VcfFormat* info_;
+    explicit Format(const VcfFormat* info) : m_info(info) {}
+    const VcfFormat* m_info;
 };
 
 /// How a frame lies in a buffer; VcfLayout with setters that can be chained.
 class Layout {
   public:
-    Layout(Format format, uint32_t width, uint32_t height) { VcfInitLayout(&layout_, format.Code(), width, height); }
-    explicit Layout(const VcfLayout& layout) : layout_(layout) {}
+    Layout(Format format, uint32_t width, uint32_t height) { VcfInitLayout(&m_layout, format.Code(), width, height); }
+    explicit Layout(const VcfLayout& layout) : m_layout(layout) {}
 
-    Layout& Stride(uint64_t bytes) { return layout_.stride = bytes, *this; }
-    Layout& Offset(uint64_t bytes) { return layout_.offset = bytes, *this; }
-    Layout& Shift(uint32_t bits) { return layout_.shift = bits, *this; }
-    Layout& LimitedRange() { return layout_.range = VCF_RANGE_LIMITED, *this; }
+    Layout& Stride(uint64_t bytes) { return m_layout.stride = bytes, *this; }
+    Layout& Offset(uint64_t bytes) { return m_layout.offset = bytes, *this; }
+    Layout& Shift(uint32_t bits) { return m_layout.shift = bits, *this; }
+    Layout& LimitedRange() { return m_layout.range = VCF_RANGE_LIMITED, *this; }
 
-    [[nodiscard]] const VcfLayout& Get() const { return layout_; }
-    [[nodiscard]] uint32_t Width() const { return layout_.width; }
-    [[nodiscard]] uint32_t Height() const { return layout_.height; }
-    [[nodiscard]] uint64_t BytesNeeded() const { return VcfBytesNeeded(&layout_); }
-    [[nodiscard]] uint64_t RowBytes() const { return VcfRowBytes(&layout_); }
+    [[nodiscard]] const VcfLayout& Get() const { return m_layout; }
+    [[nodiscard]] uint32_t Width() const { return m_layout.width; }
+    [[nodiscard]] uint32_t Height() const { return m_layout.height; }
+    [[nodiscard]] uint64_t BytesNeeded() const { return VcfBytesNeeded(&m_layout); }
+    [[nodiscard]] uint64_t RowBytes() const { return VcfRowBytes(&m_layout); }
 
-    [[nodiscard]] Status Check() const { return detail::Call(VcfCheckLayout, &layout_); }
+    [[nodiscard]] Status Check() const { return detail::Call(VcfCheckLayout, &m_layout); }
     [[nodiscard]] Status CheckBuffer(std::span<const uint8_t> buffer) const {
-        return detail::Call(VcfCheckBuffer, &layout_, uint64_t{buffer.size()});
+        return detail::Call(VcfCheckBuffer, &m_layout, uint64_t{buffer.size()});
     }
 
     [[nodiscard]] Layout Region(uint32_t x, uint32_t y, uint32_t width, uint32_t height) const {
@@ -144,11 +144,11 @@ class Layout {
         return region;
     }
     Status TryRegion(uint32_t x, uint32_t y, uint32_t width, uint32_t height, Layout& region) const {
-        return detail::Call(VcfCutRegion, &layout_, x, y, width, height, &region.layout_);
+        return detail::Call(VcfCutRegion, &m_layout, x, y, width, height, &region.m_layout);
     }
 
   private:
-    VcfLayout layout_;
+    VcfLayout m_layout;
 };
 
 enum class Output : uint32_t {
@@ -181,7 +181,7 @@ inline VcfBalance EstimateBalance(const Layout& layout, std::span<const uint8_t>
 /// Converts frames of one layout. Movable; one thread at a time.
 class Converter {
   public:
-    Converter(const Layout& layout, Output output, const Settings& settings = {}) : layout_(layout) {
+    Converter(const Layout& layout, Output output, const Settings& settings = {}) : m_layout(layout) {
         detail::ThrowUnlessOk(Make(output, settings));
     }
     /// Empty on failure, and `status` says why.
@@ -192,22 +192,22 @@ class Converter {
         return status.IsOk() ? std::optional(std::move(converter)) : std::nullopt;
     }
 
-    [[nodiscard]] size_t RowBytes() const { return VcfPictureRowBytes(converter_.get()); }
+    [[nodiscard]] size_t RowBytes() const { return VcfPictureRowBytes(m_converter.get()); }
     /// Bytes of a picture whose rows are `stride` bytes apart (0: no padding).
     [[nodiscard]] size_t PictureBytes(size_t stride = 0) const {
-        return (stride == 0 ? RowBytes() : stride) * (layout_.Height() - 1) + RowBytes();
+        return (stride == 0 ? RowBytes() : stride) * (m_layout.Height() - 1) + RowBytes();
     }
 
     void Change(const Settings& settings) { detail::ThrowUnlessOk(TryChange(settings)); }
     Status TryChange(const Settings& settings) {
-        return detail::Call(VcfChangeSettings, converter_.get(), static_cast<const VcfSettings*>(&settings));
+        return detail::Call(VcfChangeSettings, m_converter.get(), static_cast<const VcfSettings*>(&settings));
     }
 
     void Convert(std::span<const uint8_t> buffer, std::span<uint8_t> picture, size_t stride = 0) {
         detail::ThrowUnlessOk(TryConvert(buffer, picture, stride));
     }
     Status TryConvert(std::span<const uint8_t> buffer, std::span<uint8_t> picture, size_t stride = 0) {
-        return TryConvertRows(buffer, picture, stride, 0, layout_.Height());
+        return TryConvertRows(buffer, picture, stride, 0, m_layout.Height());
     }
 
     /// A band of rows. `picture` is the whole picture.
@@ -221,7 +221,7 @@ class Converter {
             return {VCF_INVALID_ARGUMENT, "the picture needs " + std::to_string(PictureBytes(stride)) +
                                               " bytes, there is room for " + std::to_string(picture.size())};
         }
-        return detail::Call(VcfConvertRows, converter_.get(), static_cast<const void*>(buffer.data()), buffer.size(),
+        return detail::Call(VcfConvertRows, m_converter.get(), static_cast<const void*>(buffer.data()), buffer.size(),
                             static_cast<void*>(picture.data()), stride, firstRow, rowCount);
     }
 
@@ -230,18 +230,18 @@ class Converter {
         void operator()(VcfConverter* converter) const { VcfDestroyConverter(converter); }
     };
 
-    explicit Converter(const Layout& layout) : layout_(layout) {}
+    explicit Converter(const Layout& layout) : m_layout(layout) {}
 
     Status Make(Output output, const Settings& settings) {
         VcfConverter* made = nullptr;
-        Status status = detail::Call(VcfCreateConverter, &made, &layout_.Get(), static_cast<uint32_t>(output),
+        Status status = detail::Call(VcfCreateConverter, &made, &m_layout.Get(), static_cast<uint32_t>(output),
                                      static_cast<const VcfSettings*>(&settings));
-        converter_.reset(made);
+        m_converter.reset(made);
         return status;
     }
 
-    Layout layout_;
-    std::unique_ptr<VcfConverter, Destroy> converter_;
+    Layout m_layout;
+    std::unique_ptr<VcfConverter, Destroy> m_converter;
 };
 
 }  // namespace vcf

@@ -14,18 +14,18 @@
 /* What the camera sends: packed samples, padding at the ends of rows; chunk data after the picture are left out. */
 static VcfLayout layout_of(ArvBuffer* buffer) {
     VcfLayout layout;
-    gint x_padding = 0;
-    gint y_padding = 0;
+    gint xPadding = 0;
+    gint yPadding = 0;
     VcfInitLayout(&layout, arv_buffer_get_image_pixel_format(buffer), (uint32_t)arv_buffer_get_image_width(buffer),
                   (uint32_t)arv_buffer_get_image_height(buffer));
-    arv_buffer_get_image_padding(buffer, &x_padding, &y_padding);
-    if (x_padding > 0) {
-        layout.stride = VcfRowBytes(&layout) + (uint64_t)x_padding;
+    arv_buffer_get_image_padding(buffer, &xPadding, &yPadding);
+    if (xPadding > 0) {
+        layout.stride = VcfRowBytes(&layout) + (uint64_t)xPadding;
     }
     return layout;
 }
 
-static gboolean save(ArvBuffer* buffer, const char* png_path, const char* rwh_path) {
+static gboolean save(ArvBuffer* buffer, const char* pngPath, const char* rwhPath) {
     const VcfLayout layout = layout_of(buffer);
     const VcfFormat* format = VcfFindFormat(layout.format);
     png_image png = {
@@ -49,8 +49,8 @@ static gboolean save(ArvBuffer* buffer, const char* png_path, const char* rwh_pa
         g_printerr("capture: %s\n", text);
         return FALSE;
     }
-    return SaveRWH(samples, format->unpacked, layout.width, layout.height, rwh_path) == UTL_STS_SUCCESS &&
-           png_image_write_to_file(&png, png_path, 0, bgra, 0, NULL) != 0;
+    return SaveRWH(samples, format->unpacked, layout.width, layout.height, rwhPath) == UTL_STS_SUCCESS &&
+           png_image_write_to_file(&png, pngPath, 0, bgra, 0, NULL) != 0;
 }
 
 int main(int argc, char** argv) {

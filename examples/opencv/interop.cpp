@@ -33,18 +33,18 @@ void ToBgr(const cv::Mat& raw, const vcf::Format& format, cv::Mat& picture) {
         .Convert(BytesOf<const uint8_t>(raw), BytesOf<uint8_t>(picture), picture.step[0]);
 }
 
-void Convert(const char* frame_path, const char* picture_path) {
+void Convert(const char* framePath, const char* picturePath) {
     uint8_t* block = nullptr;
     PixelFormat format = 0;
     uint32_t width = 0;
     uint32_t height = 0;
-    uint32_t row_size = 0;
-    const UtlStatus status = LoadRWH(frame_path, &block, &format, &width, &height, &row_size);
+    uint32_t rowSize = 0;
+    const UtlStatus status = LoadRWH(framePath, &block, &format, &width, &height, &rowSize);
     const std::unique_ptr<uint8_t, decltype(&std::free)> owner(block, &std::free);
     const int type = BitPerPixel(format) == 8 ? CV_8UC1 : CV_16UC1;
     // A file may say anything, and a Mat does not know how large the block is.
-    CV_Assert(status == UTL_STS_SUCCESS && row_size == size_t{width} * CV_ELEM_SIZE(type));
-    CV_Assert(uint64_t{row_size} * height <= UINT32_MAX);
+    CV_Assert(status == UTL_STS_SUCCESS && rowSize == size_t{width} * CV_ELEM_SIZE(type));
+    CV_Assert(uint64_t{rowSize} * height <= UINT32_MAX);
     const cv::Mat raw(static_cast<int>(height), static_cast<int>(width), type, block);
     cv::Mat picture;
     ToBgr(raw, vcf::Format::OfCode(format), picture);
@@ -52,7 +52,7 @@ void Convert(const char* frame_path, const char* picture_path) {
     const cv::Rect middle(raw.cols / 8 * 2, raw.rows / 8 * 2, raw.cols / 8 * 4, raw.rows / 8 * 4);
     cv::Mat part = picture(middle);
     ToBgr(raw(middle), vcf::Format::OfCode(format), part);
-    CV_Assert(cv::imwrite(picture_path, picture));
+    CV_Assert(cv::imwrite(picturePath, picture));
 }
 
 }  // namespace

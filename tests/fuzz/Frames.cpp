@@ -20,15 +20,15 @@ constexpr uint32_t kMostPixels = 3000;
 class Text {
   public:
     VcfStatus Check(VcfStatus status) const {
-        const size_t length = std::string(text_, strnlen(text_, sizeof text_)).size();
-        Fuzz::Require(length < sizeof text_, "a text ends");
+        const size_t length = std::string(m_text, strnlen(m_text, sizeof m_text)).size();
+        Fuzz::Require(length < sizeof m_text, "a text ends");
         Fuzz::Require((status == VCF_OK) == (length == 0), "a failure says what it is");
         return status;
     }
-    operator char*() { return text_; }
+    operator char*() { return m_text; }
 
   private:
-    char text_[VCF_TEXT_BYTES] = {};
+    char m_text[VCF_TEXT_BYTES] = {};
 };
 
 VcfLayout ReadLayout(Fuzz::Input& input) {

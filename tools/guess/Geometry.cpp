@@ -146,23 +146,23 @@ double HeaderPenalty(uint64_t offset) {
 class Cutter {
   public:
     Cutter(std::span<const uint8_t> bytes, uint64_t fileBytes, const Hypothesis& hypothesis)
-        : bytes_(bytes), fileBytes_(fileBytes), hypothesis_(hypothesis), seam_(FindSeam(bytes, hypothesis)) {}
+        : m_bytes(bytes), m_fileBytes(fileBytes), m_hypothesis(hypothesis), m_seam(FindSeam(bytes, hypothesis)) {}
 
     std::vector<Geometry> All() {
-        for (const uint64_t offset : OffsetsFor(fileBytes_, hypothesis_, seam_)) {
-            const uint64_t rows = (fileBytes_ - offset) / hypothesis_.rowBytes;
+        for (const uint64_t offset : OffsetsFor(m_fileBytes, m_hypothesis, m_seam)) {
+            const uint64_t rows = (m_fileBytes - offset) / m_hypothesis.rowBytes;
             for (uint64_t frames = 1; frames * 2 <= rows && frames <= kMostFramesByShape; ++frames) {
                 if (rows % frames == 0) {
                     Add(offset, rows / frames, frames);
                 }
             }
         }
-        return std::move(found_);
+        return std::move(m_found);
     }
 
   private:
     void Add(uint64_t offset, uint64_t height, uint64_t frames) {
-        const size_t width = RowPixels(hypothesis_);
+        const size_t width = RowPixels(m_hypothesis);
         if (height > UINT32_MAX || (frames > 1 && (height * 5 < width || height > 5 * width))) {
             return;
         }
@@ -171,37 +171,37 @@ class Cutter {
         geometry.width = static_cast<uint32_t>(width);
         geometry.height = static_cast<uint32_t>(height);
         geometry.frames = frames;
-        geometry.rest = fileBytes_ - offset - frames * height * hypothesis_.rowBytes;
-        geometry.penalty = AspectPenalty(width, height) + SeamPenalty(hypothesis_, seam_, offset);
+        geometry.rest = m_fileBytes - offset - frames * height * m_hypothesis.rowBytes;
+        geometry.penalty = AspectPenalty(width, height) + SeamPenalty(m_hypothesis, m_seam, offset);
         geometry.penalty += offset == 0 ? 0 : HeaderPenalty(offset);
         geometry.penalty += geometry.rest > 0 ? kRest : 0;
         geometry.penalty += width % 2 + height % 2 > 0 ? kOddSize : 0;
         if (frames > 1) {
-            const double contrast = CutContrast(bytes_, offset, hypothesis_, height);
+            const double contrast = CutContrast(m_bytes, offset, m_hypothesis, height);
             geometry.penalty += contrast > kStrangers ? -kCutThere : contrast > 0 ? kNoCutThere : kSeveralFrames;
         }
-        found_.push_back(geometry);
+        m_found.push_back(geometry);
         AddPadded(geometry);
     }
 
     /// The same without the columns that are the same in every row, if these end at the row's end.
     void AddPadded(Geometry geometry) {
-        const size_t padding = seam_.paddingBytes;
-        const size_t pixels = padding * 8 / BitsPerPixel(hypothesis_);
-        if (pixels == 0 || pixels * 4 > geometry.width || SeamPenalty(hypothesis_, seam_, geometry.offset) > 0) {
+        const size_t padding = m_seam.paddingBytes;
+        const size_t pixels = padding * 8 / BitsPerPixel(m_hypothesis);
+        if (pixels == 0 || pixels * 4 > geometry.width || SeamPenalty(m_hypothesis, m_seam, geometry.offset) > 0) {
             return;
         }
         geometry.width -= static_cast<uint32_t>(pixels);
-        geometry.stride = hypothesis_.rowBytes;
+        geometry.stride = m_hypothesis.rowBytes;
         geometry.penalty -= 0.01;
-        found_.push_back(geometry);
+        m_found.push_back(geometry);
     }
 
-    std::span<const uint8_t> bytes_;
-    uint64_t fileBytes_;
-    const Hypothesis& hypothesis_;
-    Seam seam_;
-    std::vector<Geometry> found_;
+    std::span<const uint8_t> m_bytes;
+    uint64_t m_fileBytes;
+    const Hypothesis& m_hypothesis;
+    Seam m_seam;
+    std::vector<Geometry> m_found;
 };
 
 }  // namespace

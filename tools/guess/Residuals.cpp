@@ -16,11 +16,11 @@ Plane Plane::Sites(size_t firstRow, size_t rowStep, size_t firstColumn, size_t c
     const auto countFrom = [](size_t first, size_t step, size_t size) {
         return size > first ? (size - first + step - 1) / step : 0;
     };
-    Plane sites(countFrom(firstRow, rowStep, rows_), countFrom(firstColumn, columnStep, columns_));
-    for (size_t r = 0; r < sites.rows_; ++r) {
+    Plane sites(countFrom(firstRow, rowStep, m_rows), countFrom(firstColumn, columnStep, m_columns));
+    for (size_t r = 0; r < sites.m_rows; ++r) {
         const int32_t* from = Row(firstRow + r * rowStep) + firstColumn;
         int32_t* to = sites.Row(r);
-        for (size_t c = 0; c < sites.columns_; ++c) {
+        for (size_t c = 0; c < sites.m_columns; ++c) {
             to[c] = from[c * columnStep];
         }
     }
@@ -28,9 +28,9 @@ Plane Plane::Sites(size_t firstRow, size_t rowStep, size_t firstColumn, size_t c
 }
 
 Plane Plane::Minus(const Plane& other) const {
-    Plane difference(rows_, columns_);
-    for (size_t i = 0; i < samples_.size(); ++i) {
-        difference.samples_[i] = samples_[i] - other.samples_[i];
+    Plane difference(m_rows, m_columns);
+    for (size_t i = 0; i < m_samples.size(); ++i) {
+        difference.m_samples[i] = m_samples[i] - other.m_samples[i];
     }
     return difference;
 }
@@ -38,18 +38,18 @@ Plane Plane::Minus(const Plane& other) const {
 void MissCounter::Add(int32_t miss) {
     const auto magnitude = static_cast<uint32_t>(std::abs(miss));
     const auto bits = static_cast<uint32_t>(std::bit_width(magnitude));
-    ++counts_[miss < 0 ? 32 + bits : bits];
-    valueBits_ += bits > 1 ? bits - 1 : 0;
-    ++total_;
+    ++m_counts[miss < 0 ? 32 + bits : bits];
+    m_valueBits += bits > 1 ? bits - 1 : 0;
+    ++m_total;
 }
 
 double MissCounter::BitsEach() const {
-    if (total_ == 0) {
+    if (m_total == 0) {
         return 0;
     }
-    const auto total = static_cast<double>(total_);
-    double bits = static_cast<double>(valueBits_) / total;
-    for (const uint32_t count : counts_) {
+    const auto total = static_cast<double>(m_total);
+    double bits = static_cast<double>(m_valueBits) / total;
+    for (const uint32_t count : m_counts) {
         if (count > 0) {
             const double share = count / total;
             bits -= share * std::log2(share);

@@ -22,12 +22,12 @@ inline constexpr double kUnpredictable = 16;
 /// Rows of samples, each row as long as the others.
 class Plane {
   public:
-    Plane(size_t rows, size_t columns) : rows_(rows), columns_(columns), samples_(rows * columns) {}
+    Plane(size_t rows, size_t columns) : m_rows(rows), m_columns(columns), m_samples(rows * columns) {}
 
-    size_t Rows() const { return rows_; }
-    size_t Columns() const { return columns_; }
-    int32_t* Row(size_t r) { return samples_.data() + r * columns_; }
-    const int32_t* Row(size_t r) const { return samples_.data() + r * columns_; }
+    size_t Rows() const { return m_rows; }
+    size_t Columns() const { return m_columns; }
+    int32_t* Row(size_t r) { return m_samples.data() + r * m_columns; }
+    const int32_t* Row(size_t r) const { return m_samples.data() + r * m_columns; }
 
     /// Every rowStep-th row from firstRow on, of these every columnStep-th sample from firstColumn on.
     Plane Sites(size_t firstRow, size_t rowStep, size_t firstColumn, size_t columnStep) const;
@@ -35,9 +35,9 @@ class Plane {
     Plane Minus(const Plane& other) const;
 
   private:
-    size_t rows_;
-    size_t columns_;
-    std::vector<int32_t> samples_;
+    size_t m_rows;
+    size_t m_columns;
+    std::vector<int32_t> m_samples;
 };
 
 /// Counts misses by sign and magnitude: a miss of k significant bits costs the entropy of its class and k - 1 bits
@@ -50,9 +50,9 @@ class MissCounter {
 
   private:
     static constexpr size_t kClasses = 2 * 32 + 1;
-    uint32_t counts_[kClasses] = {};
-    uint64_t valueBits_ = 0;
-    uint64_t total_ = 0;
+    uint32_t m_counts[kClasses] = {};
+    uint64_t m_valueBits = 0;
+    uint64_t m_total = 0;
 };
 
 enum class Measure {

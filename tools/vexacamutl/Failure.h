@@ -27,11 +27,11 @@ enum class ExitCode : int {
 
 class Failure : public std::runtime_error {
   public:
-    Failure(ExitCode code, const std::string& line) : std::runtime_error(line), code_(code) {}
-    ExitCode Code() const { return code_; }
+    Failure(ExitCode code, const std::string& line) : std::runtime_error(line), m_code(code) {}
+    ExitCode Code() const { return m_code; }
 
   private:
-    ExitCode code_;
+    ExitCode m_code;
 };
 
 /// What the system says about the last call that failed.

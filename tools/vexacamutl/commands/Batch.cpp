@@ -14,102 +14,102 @@ namespace VexaTool {
 
 Batch::Batch(const ConversionOptions& options, OutputPlan& plan, Report& report,
              const std::vector<InputFailure>& failures)
-    : options_(options),
-      plan_(plan),
-      report_(report),
-      progress_(options.quiet),
-      givenUp_(failures),
-      inputs_(options.inputs.size() + failures.size()) {}
+    : m_options(options),
+      m_plan(plan),
+      m_report(report),
+      m_progress(options.quiet),
+      m_givenUp(failures),
+      m_inputs(options.inputs.size() + failures.size()) {}
 
 void Batch::Plan() {
-    for (const std::string& input : options_.inputs) {
-        plan_.Protect(input);
-        for (const std::string& sidecar : SidecarsRead(input, options_.input)) {
-            plan_.Protect(sidecar);
+    for (const std::string& input : m_options.inputs) {
+        m_plan.Protect(input);
+        for (const std::string& sidecar : SidecarsRead(input, m_options.input)) {
+            m_plan.Protect(sidecar);
         }
     }
     std::vector<std::pair<InputFailure, size_t>> failures;
-    for (const InputFailure& failed : givenUp_) {
+    for (const InputFailure& failed : m_givenUp) {
         failures.emplace_back(failed, 0);
     }
     size_t order = 0;
-    for (const std::string& input : options_.inputs) {
+    for (const std::string& input : m_options.inputs) {
         ++order;
         uint64_t count = 0;
         RawShape shape;
         try {
-            const MappedFrames frames(input, options_.input);
+            const MappedFrames frames(input, m_options.input);
             count = frames.Count();
             shape = frames.Shape();
         } catch (const Failure& failure) {
             failures.push_back({{input, failure}, order});
             continue;
         }
-        jobs_.push_back({input, count, plan_.Add(input, count, shape), order});
+        m_jobs.push_back({input, count, m_plan.Add(input, count, shape), order});
     }
-    plan_.Begin();
-    report_.Open();
+    m_plan.Begin();
+    m_report.Open();
     for (const auto& [failed, place] : failures) {
         RecordInput(failed, place);
     }
 }
 
 bool Batch::TakeTask(Task& task) {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(m_mutex);
     while (true) {
-        if (current_ && !current_->failed && current_->next < current_->frames.Count()) {
-            task = {current_, current_->next++};
+        if (m_current && !m_current->failed && m_current->next < m_current->frames.Count()) {
+            task = {m_current, m_current->next++};
             return true;
         }
-        current_.reset();
-        if (nextJob_ == jobs_.size()) {
+        m_current.reset();
+        if (m_nextJob == m_jobs.size()) {
             return false;
         }
-        const Job& job = jobs_[nextJob_++];
+        const Job& job = m_jobs[m_nextJob++];
         try {
-            current_ = std::make_shared<OpenFile>(options_, job);
-            if (current_->frames.Count() != current_->job.frames) {
-                throw Failure(ExitCode::kInput, current_->job.path + " changed after its frames were counted");
+            m_current = std::make_shared<OpenFile>(m_options, job);
+            if (m_current->frames.Count() != m_current->job.frames) {
+                throw Failure(ExitCode::kInput, m_current->job.path + " changed after its frames were counted");
             }
         } catch (const Failure& failure) {
-            current_.reset();
+            m_current.reset();
             RecordInput({job.path, failure}, job.order);
         }
     }
 }
 
 double Batch::Fraction() {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard lock(m_mutex);
     const double opened =
-        current_ ? static_cast<double>(current_->next) / static_cast<double>(current_->frames.Count()) : 1.0;
-    return (static_cast<double>(nextJob_) - 1.0 + opened) / static_cast<double>(jobs_.size());
+        m_current ? static_cast<double>(m_current->next) / static_cast<double>(m_current->frames.Count()) : 1.0;
+    return (static_cast<double>(m_nextJob) - 1.0 + opened) / static_cast<double>(m_jobs.size());
 }
 
 // Called with the lock held, or before other threads start.
 void Batch::Record(const Failure& failure) {
-    ++failures_;
-    last_ = std::make_unique<Failure>(failure);
-    if (inputs_ > 1) {
-        progress_.Note(failure.what());
+    ++m_failures;
+    m_last = std::make_unique<Failure>(failure);
+    if (m_inputs > 1) {
+        m_progress.Note(failure.what());
     }
 }
 
 void Batch::RecordInput(const InputFailure& failed, size_t order) {
     Record(failed.failure);
-    report_.Add({order, failed.path, std::nullopt, "", Outcome::kFailed, failed.failure.what()});
+    m_report.Add({order, failed.path, std::nullopt, "", Outcome::kFailed, failed.failure.what()});
 }
 
 ReportLine Batch::LineOf(const Task& task) const {
     const Job& job = task.file->job;
-    return {job.order, job.path, options_.input.Range().first + task.frame, job.names.Of(task.frame)};
+    return {job.order, job.path, m_options.input.Range().first + task.frame, job.names.Of(task.frame)};
 }
 
 void Batch::Write(const std::string& path, Bytes bytes, const RawShape& shape) {
-    const RawShape result = options_.encode.reversal.ShapeAfter(shape);
-    plan_.Write(path, bytes, result);
-    if (options_.announce) {
-        const std::lock_guard lock(mutex_);
-        options_.announce(path, result);
+    const RawShape result = m_options.encode.reversal.ShapeAfter(shape);
+    m_plan.Write(path, bytes, result);
+    if (m_options.announce) {
+        const std::lock_guard lock(m_mutex);
+        m_options.announce(path, result);
     }
 }
 
@@ -117,8 +117,8 @@ void Batch::Convert(FrameEncoder& encoder, const Task& task, std::vector<uint8_t
     const auto start = std::chrono::steady_clock::now();
     ReportLine line = LineOf(task);
     const std::string& path = line.output;
-    if (plan_.Keeps(path)) {
-        plan_.CountSkipped();
+    if (m_plan.Keeps(path)) {
+        m_plan.CountSkipped();
         line.outcome = Outcome::kSkipped;
     } else {
         const RawShape& shape = task.file->frames.Shape();
@@ -127,27 +127,27 @@ void Batch::Convert(FrameEncoder& encoder, const Task& task, std::vector<uint8_t
         const Bytes encoded = encoder.Encode(tight, frame);
         Write(path, encoded, tight);
         line.bytes = encoded.size();
-        line.crc32 = report_.Checksum(encoded);
-        if (options_.checkRange) {
+        line.crc32 = m_report.Checksum(encoded);
+        if (m_options.checkRange) {
             task.file->range.Add(tight, frame);
         }
     }
     line.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    report_.Add(line);
-    if (++task.file->done == task.file->frames.Count() && options_.checkRange) {
-        progress_.Note(task.file->range.Line(task.file->frames.Path()));
+    m_report.Add(line);
+    if (++task.file->done == task.file->frames.Count() && m_options.checkRange) {
+        m_progress.Note(task.file->range.Line(task.file->frames.Path()));
     }
 }
 
 void Batch::Work() {
-    FrameEncoder encoder(options_.encode);
+    FrameEncoder encoder(m_options.encode);
     std::vector<uint8_t> scratch;
     Task task;
     while (TakeTask(task)) {
         std::optional<Failure> failure;
         try {
             Convert(encoder, task, scratch);
-            progress_.FrameDone(Fraction());
+            m_progress.FrameDone(Fraction());
         } catch (const Failure& thrown) {
             failure = thrown;
         } catch (const std::bad_alloc&) {
@@ -157,10 +157,10 @@ void Batch::Work() {
             ReportLine line = LineOf(task);
             line.outcome = Outcome::kFailed;
             line.reason = failure->what();
-            report_.Add(line);
+            m_report.Add(line);
         }
         if (failure && !task.file->failed.exchange(true)) {
-            const std::lock_guard lock(mutex_);
+            const std::lock_guard lock(m_mutex);
             const std::string& path = task.file->frames.Path();
             const bool named = std::string(failure->what()).find(path) != std::string::npos;
             Record(named ? *failure : Failure(failure->Code(), path + ": " + failure->what()));
@@ -170,15 +170,15 @@ void Batch::Work() {
 
 void Batch::Run() {
     Plan();
-    OnThreads(options_.jobs, [this](size_t /*thread*/) { Work(); });
-    if (failures_ == 0) {
+    OnThreads(m_options.jobs, [this](size_t /*thread*/) { Work(); });
+    if (m_failures == 0) {
         return;
     }
-    if (inputs_ == 1) {
-        throw Failure(*last_);
+    if (m_inputs == 1) {
+        throw Failure(*m_last);
     }
-    throw Failure(ExitCode::kSomeFailed, std::to_string(failures_) + " of " + std::to_string(inputs_) +
-                                             " inputs failed, " + std::to_string(inputs_ - failures_) +
+    throw Failure(ExitCode::kSomeFailed, std::to_string(m_failures) + " of " + std::to_string(m_inputs) +
+                                             " inputs failed, " + std::to_string(m_inputs - m_failures) +
                                              " were converted");
 }
 

@@ -60,18 +60,18 @@ class Batch {
     void Record(const Failure& failure);
     void RecordInput(const InputFailure& failed, size_t order);
 
-    const ConversionOptions& options_;
-    OutputPlan& plan_;
-    Report& report_;
-    Progress progress_;
-    std::mutex mutex_;
-    std::vector<Job> jobs_;
-    size_t nextJob_ = 0;
-    std::shared_ptr<OpenFile> current_;
-    const std::vector<InputFailure>& givenUp_;
-    size_t inputs_;
-    size_t failures_ = 0;
-    std::unique_ptr<Failure> last_;
+    const ConversionOptions& m_options;
+    OutputPlan& m_plan;
+    Report& m_report;
+    Progress m_progress;
+    std::mutex m_mutex;
+    std::vector<Job> m_jobs;
+    size_t m_nextJob = 0;
+    std::shared_ptr<OpenFile> m_current;
+    const std::vector<InputFailure>& m_givenUp;
+    size_t m_inputs;
+    size_t m_failures = 0;
+    std::unique_ptr<Failure> m_last;
 };
 
 }  // namespace VexaTool

@@ -52,14 +52,14 @@ double MedianSeconds(const std::function<void()>& run, double budget) {
 class Bench {
   public:
     Bench(uint32_t width, uint32_t height, double budget)
-        : width_(width),
-          height_(height),
-          budget_(budget),
-          source_(Pixels() * kMostBytes),
-          target_(Pixels() * kMostBytes) {
+        : m_width(width),
+          m_height(height),
+          m_budget(budget),
+          m_source(Pixels() * kMostBytes),
+          m_target(Pixels() * kMostBytes) {
         // Any samples will do that do not all take the same way: the middle byte of a simple generator.
         uint32_t state = 1;
-        for (uint8_t& byte : source_) {
+        for (uint8_t& byte : m_source) {
             state = state * 1664525u + 1013904223u;
             byte = static_cast<uint8_t>(state >> 16);
         }
@@ -68,7 +68,7 @@ class Bench {
     void Row(const Converter& converter, bool csv) {
         const size_t bytes = Pixels() * (converter.SourceBits() + converter.DestinationBits()) / 8;
         const double copy = CopySeconds(bytes / 2);
-        const double seconds = MedianSeconds([&] { Convert(converter); }, budget_);
+        const double seconds = MedianSeconds([&] { Convert(converter); }, m_budget);
         std::printf(csv ? "%s,%.1f,%.3f,%.3f\n" : "%-24s %10.1f %8.2f %8.2f\n", converter.name,
                     static_cast<double>(Pixels()) / seconds / 1e6, static_cast<double>(bytes) / seconds / 1e9,
                     copy / seconds);
@@ -78,32 +78,32 @@ class Bench {
   private:
     static constexpr size_t kMostBytes = 6;
     static constexpr uint32_t kShift = 4;  ///< for the workers: samples of 12 bits
-    size_t Pixels() const { return size_t{width_} * height_; }
+    size_t Pixels() const { return size_t{m_width} * m_height; }
 
     void Convert(const Converter& converter) {
         if (converter.IsWorker()) {
-            converter.worker(target_.data(), source_.data(), width_, height_, kShift);
+            converter.worker(m_target.data(), m_source.data(), m_width, m_height, kShift);
         } else {
-            converter.function(target_.data(), source_.data(), width_, height_);
+            converter.function(m_target.data(), m_source.data(), m_width, m_height);
         }
     }
 
     /// memcpy of this many bytes reads them and writes them: the same traffic as twice the bytes in one direction.
     double CopySeconds(size_t bytes) {
-        const auto known = copySeconds_.find(bytes);
-        if (known != copySeconds_.end()) {
+        const auto known = m_copySeconds.find(bytes);
+        if (known != m_copySeconds.end()) {
             return known->second;
         }
-        const double seconds = MedianSeconds([&] { std::memcpy(target_.data(), source_.data(), bytes); }, budget_);
-        return copySeconds_[bytes] = seconds;
+        const double seconds = MedianSeconds([&] { std::memcpy(m_target.data(), m_source.data(), bytes); }, m_budget);
+        return m_copySeconds[bytes] = seconds;
     }
 
-    uint32_t width_;
-    uint32_t height_;
-    double budget_;
-    std::vector<uint8_t> source_;
-    std::vector<uint8_t> target_;
-    std::map<size_t, double> copySeconds_;
+    uint32_t m_width;
+    uint32_t m_height;
+    double m_budget;
+    std::vector<uint8_t> m_source;
+    std::vector<uint8_t> m_target;
+    std::map<size_t, double> m_copySeconds;
 };
 
 std::vector<Converter> Chosen(const std::vector<std::string>& names) {

@@ -93,27 +93,27 @@ Picture Tile(Renderer& renderer, RawShape shape, Bytes content, uint32_t factor)
 /// Where the contact sheet goes; nothing without one, or where it exists already and is to stay.
 class SheetWriter {
   public:
-    explicit SheetWriter(const Arguments& arguments) : plan_(OptionsOf(arguments)), shape_() {
-        shape_.format = FindFormat(PIXEL_FORMAT_MONO8);
-        if (plan_.Options().path.empty()) {
+    explicit SheetWriter(const Arguments& arguments) : m_plan(OptionsOf(arguments)), m_shape() {
+        m_shape.format = FindFormat(PIXEL_FORMAT_MONO8);
+        if (m_plan.Options().path.empty()) {
             return;
         }
-        plan_.Protect(arguments.input);
-        name_ = plan_.Add(arguments.input, 1, shape_).Of(0);
-        plan_.Begin();
-        wanted_ = !plan_.Keeps(name_);
-        if (!wanted_) {
-            plan_.CountSkipped();
-            SaySkipped(plan_, false);
+        m_plan.Protect(arguments.input);
+        m_name = m_plan.Add(arguments.input, 1, m_shape).Of(0);
+        m_plan.Begin();
+        m_wanted = !m_plan.Keeps(m_name);
+        if (!m_wanted) {
+            m_plan.CountSkipped();
+            SaySkipped(m_plan, false);
         }
     }
 
-    bool Wanted() const { return wanted_; }
+    bool Wanted() const { return m_wanted; }
 
     void Write(const ContactSheet& sheet) {
         std::vector<uint8_t> encoded;
-        const Bytes bytes = EncodePicture(sheet.Sheet(), plan_.Options().kind, EncodeOptions().pngLevel, encoded);
-        plan_.Write(name_, bytes, shape_);
+        const Bytes bytes = EncodePicture(sheet.Sheet(), m_plan.Options().kind, EncodeOptions().pngLevel, encoded);
+        m_plan.Write(m_name, bytes, m_shape);
     }
 
   private:
@@ -129,10 +129,10 @@ class SheetWriter {
         return output;
     }
 
-    OutputPlan plan_;
-    RawShape shape_;
-    std::string name_;
-    bool wanted_ = false;
+    OutputPlan m_plan;
+    RawShape m_shape;
+    std::string m_name;
+    bool m_wanted = false;
 };
 
 void RunWithSize(const Arguments& arguments) {

@@ -49,32 +49,32 @@ struct Slot {
 class InOrder {
   public:
     InOrder(const ConversionOptions& options, OutputPlan& plan, Report& report)
-        : options_(options),
-          plan_(plan),
-          report_(report),
-          feed_(options.inputs[0], options.input),
-          tight_(TightShape(feed_.Shape())),
-          result_(options.encode.reversal.ShapeAfter(tight_)),
-          progress_(options.quiet) {}
+        : m_options(options),
+          m_plan(plan),
+          m_report(report),
+          m_feed(options.inputs[0], options.input),
+          m_tight(TightShape(m_feed.Shape())),
+          m_result(options.encode.reversal.ShapeAfter(m_tight)),
+          m_progress(options.quiet) {}
 
     void Run() {
-        const std::string& input = options_.inputs[0];
-        Protect(options_, plan_);
-        const auto frames = options_.input.Range().Count() == 1 ? std::optional<uint64_t>(1) : feed_.Count();
-        const ResultNames names = plan_.Add(input, frames, tight_);
-        plan_.Begin();
-        report_.Open();
-        FrameWriter writer(plan_, names, result_);
+        const std::string& input = m_options.inputs[0];
+        Protect(m_options, m_plan);
+        const auto frames = m_options.input.Range().Count() == 1 ? std::optional<uint64_t>(1) : m_feed.Count();
+        const ResultNames names = m_plan.Add(input, frames, m_tight);
+        m_plan.Begin();
+        m_report.Open();
+        FrameWriter writer(m_plan, names, m_result);
         if (writer.KeepsAll()) {
-            report_.Add({0, input, std::nullopt, names.Of(0), Outcome::kSkipped});
+            m_report.Add({0, input, std::nullopt, names.Of(0), Outcome::kSkipped});
             return;
         }
         const uint64_t written = WriteAll(writer, names);
-        if (options_.announce && !names.FilePerFrame() && written > 0) {
-            options_.announce(names.Of(0), result_);
+        if (m_options.announce && !names.FilePerFrame() && written > 0) {
+            m_options.announce(names.Of(0), m_result);
         }
-        if (options_.checkRange) {
-            progress_.Note(range_.Line(input == "-" ? "standard input" : input));
+        if (m_options.checkRange) {
+            m_progress.Note(m_range.Line(input == "-" ? "standard input" : input));
         }
     }
 
@@ -85,25 +85,25 @@ class InOrder {
     size_t Fill();
     void Encode(Slot& slot);
 
-    const ConversionOptions& options_;
-    OutputPlan& plan_;
-    Report& report_;
-    FrameFeed feed_;
-    RawShape tight_;
-    RawShape result_;
-    Progress progress_;
-    RangeCheck range_;
-    std::vector<Slot> slots_;
+    const ConversionOptions& m_options;
+    OutputPlan& m_plan;
+    Report& m_report;
+    FrameFeed m_feed;
+    RawShape m_tight;
+    RawShape m_result;
+    Progress m_progress;
+    RangeCheck m_range;
+    std::vector<Slot> m_slots;
 };
 
 void InOrder::Encode(Slot& slot) {
     const Clock::time_point start = Clock::now();
     try {
-        const Bytes frame = TightFrame(feed_.Shape(), slot.raw, slot.scratch);
-        slot.encoded = slot.encoder.Encode(tight_, frame);
-        slot.crc32 = report_.Checksum(slot.encoded);
-        if (options_.checkRange) {
-            range_.Add(tight_, frame);
+        const Bytes frame = TightFrame(m_feed.Shape(), slot.raw, slot.scratch);
+        slot.encoded = slot.encoder.Encode(m_tight, frame);
+        slot.crc32 = m_report.Checksum(slot.encoded);
+        if (m_options.checkRange) {
+            m_range.Add(m_tight, frame);
         }
     } catch (...) {
         slot.failure = std::current_exception();
@@ -115,11 +115,11 @@ void InOrder::Encode(Slot& slot) {
 size_t InOrder::Fill() {
     size_t filled = 0;
     try {
-        while (filled < slots_.size() && feed_.Next(slots_[filled].raw, slots_[filled].buffer)) {
+        while (filled < m_slots.size() && m_feed.Next(m_slots[filled].raw, m_slots[filled].buffer)) {
             ++filled;
         }
     } catch (...) {
-        slots_[filled].failure = std::current_exception();
+        m_slots[filled].failure = std::current_exception();
         ++filled;
     }
     return filled;
@@ -128,13 +128,13 @@ size_t InOrder::Fill() {
 /// Writes a frame and its line of the report, which says as well why it could not be written.
 void InOrder::Deliver(Slot& slot, uint64_t frame, FrameWriter& writer, const ResultNames& names) {
     const Clock::time_point start = Clock::now();
-    ReportLine line = {0, options_.inputs[0], options_.input.Range().first + frame, names.Of(frame)};
+    ReportLine line = {0, m_options.inputs[0], m_options.input.Range().first + frame, names.Of(frame)};
     try {
         if (slot.failure) {
             std::rethrow_exception(slot.failure);
         }
         if (slot.kept) {
-            plan_.CountSkipped();
+            m_plan.CountSkipped();
             line.outcome = Outcome::kSkipped;
         } else {
             writer.Write(frame, slot.encoded);
@@ -145,12 +145,12 @@ void InOrder::Deliver(Slot& slot, uint64_t frame, FrameWriter& writer, const Res
     } catch (const std::exception& error) {
         line.outcome = Outcome::kFailed;
         line.reason = ReasonOf(error);
-        report_.Add(line);
+        m_report.Add(line);
         throw;
     }
-    report_.Add(line);
-    if (!slot.kept && options_.announce && names.FilePerFrame()) {
-        options_.announce(names.Of(frame), result_);
+    m_report.Add(line);
+    if (!slot.kept && m_options.announce && names.FilePerFrame()) {
+        m_options.announce(names.Of(frame), m_result);
     }
 }
 
@@ -161,32 +161,32 @@ uint64_t InOrder::WriteAll(FrameWriter& writer, const ResultNames& names) {
         return written;
     } catch (const std::exception& error) {
         if (writer.AllOrNothing()) {
-            report_.GiveUp(ReasonOf(error));
+            m_report.GiveUp(ReasonOf(error));
         }
         throw;
     }
 }
 
 uint64_t InOrder::WriteFrames(FrameWriter& writer, const ResultNames& names) {
-    const std::optional<uint64_t> count = feed_.Count();
+    const std::optional<uint64_t> count = m_feed.Count();
     // With one thread, no frame of a live stream waits for the next.
-    slots_.reserve(options_.jobs);
-    for (unsigned i = 0; i < options_.jobs; ++i) {
-        slots_.emplace_back(options_.encode);
+    m_slots.reserve(m_options.jobs);
+    for (unsigned i = 0; i < m_options.jobs; ++i) {
+        m_slots.emplace_back(m_options.encode);
     }
     uint64_t written = 0;
-    for (size_t filled = slots_.size(); filled == slots_.size();) {
+    for (size_t filled = m_slots.size(); filled == m_slots.size();) {
         filled = Fill();
         OnThreads(filled, [&](size_t i) {
-            slots_[i].kept = writer.Keeps(written + i);
-            if (!slots_[i].failure && !slots_[i].kept) {
-                Encode(slots_[i]);
+            m_slots[i].kept = writer.Keeps(written + i);
+            if (!m_slots[i].failure && !m_slots[i].kept) {
+                Encode(m_slots[i]);
             }
         });
         for (size_t i = 0; i < filled; ++i, ++written) {
-            Deliver(slots_[i], written, writer, names);
-            progress_.FrameDone(count ? std::optional(static_cast<double>(written + 1) / static_cast<double>(*count))
-                                      : std::nullopt);
+            Deliver(m_slots[i], written, writer, names);
+            m_progress.FrameDone(count ? std::optional(static_cast<double>(written + 1) / static_cast<double>(*count))
+                                       : std::nullopt);
         }
     }
     return written;

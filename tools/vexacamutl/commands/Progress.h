@@ -28,22 +28,22 @@ class Progress {
     /// Prints a line for people without tearing the progress line.
     void Note(const std::string& line);
 
-    bool Shown() const { return shown_; }
+    bool Shown() const { return m_shown; }
     /// "120 frames in 2.1 s"
     std::string Summary() const;
 
   private:
     using Clock = std::chrono::steady_clock;
-    double Seconds() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
+    double Seconds() const { return std::chrono::duration<double>(Clock::now() - m_start).count(); }
     void Draw(std::optional<double> fraction) const;
     void Erase() const;
 
-    const bool shown_;
-    const Clock::time_point start_ = Clock::now();
-    std::mutex mutex_;
-    Clock::time_point lastDrawn_;
-    uint64_t frames_ = 0;
-    mutable bool drawn_ = false;
+    const bool m_shown;
+    const Clock::time_point m_start = Clock::now();
+    std::mutex m_mutex;
+    Clock::time_point m_lastDrawn;
+    uint64_t m_frames = 0;
+    mutable bool m_drawn = false;
 };
 
 }  // namespace VexaTool

@@ -51,25 +51,25 @@ std::string JsonOf(const ReportLine& line) {
 }  // namespace
 
 void Report::Open() {
-    if (!options_.report.empty()) {
-        file_ = std::make_unique<OutputFile>(options_.report,
-                                             WriteRules{options_.existing != Existing::kRefuse, options_.sync});
+    if (!m_options.report.empty()) {
+        m_file = std::make_unique<OutputFile>(m_options.report,
+                                              WriteRules{m_options.existing != Existing::kRefuse, m_options.sync});
     }
 }
 
 void Report::Add(const ReportLine& line) {
-    if (!options_.report.empty()) {
-        const std::lock_guard lock(mutex_);
-        lines_.push_back(line);
+    if (!m_options.report.empty()) {
+        const std::lock_guard lock(m_mutex);
+        m_lines.push_back(line);
     }
 }
 
 uint32_t Report::Checksum(Bytes bytes) const {
-    return options_.report.empty() ? 0 : libdeflate_crc32(0, bytes.data(), bytes.size());
+    return m_options.report.empty() ? 0 : libdeflate_crc32(0, bytes.data(), bytes.size());
 }
 
 void Report::GiveUp(const std::string& reason) {
-    for (ReportLine& line : lines_) {
+    for (ReportLine& line : m_lines) {
         if (line.outcome == Outcome::kDone) {
             line.outcome = Outcome::kFailed;
             line.reason = reason;
@@ -78,18 +78,18 @@ void Report::GiveUp(const std::string& reason) {
 }
 
 void Report::Write() {
-    if (!file_) {
+    if (!m_file) {
         return;
     }
-    std::stable_sort(lines_.begin(), lines_.end(), [](const ReportLine& a, const ReportLine& b) {
+    std::stable_sort(m_lines.begin(), m_lines.end(), [](const ReportLine& a, const ReportLine& b) {
         return std::tie(a.order, a.frame) < std::tie(b.order, b.frame);
     });
     std::string text;
-    for (const ReportLine& line : lines_) {
+    for (const ReportLine& line : m_lines) {
         text += JsonOf(line);
     }
-    file_->Write({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
-    file_->Commit();
+    m_file->Write({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+    m_file->Commit();
 }
 
 std::string ReasonOf(const std::exception& error) {

@@ -37,7 +37,7 @@ struct ReportLine {
 class Report {
   public:
     /// Nothing is written unless the options name a report.
-    explicit Report(const OutputOptions& options) : options_(options) {}
+    explicit Report(const OutputOptions& options) : m_options(options) {}
 
     /// After OutputPlan::Begin.
     void Open();
@@ -55,10 +55,10 @@ class Report {
     uint32_t Checksum(Bytes bytes) const;
 
   private:
-    OutputOptions options_;
-    std::mutex mutex_;
-    std::vector<ReportLine> lines_;
-    std::unique_ptr<OutputFile> file_;
+    OutputOptions m_options;
+    std::mutex m_mutex;
+    std::vector<ReportLine> m_lines;
+    std::unique_ptr<OutputFile> m_file;
 };
 
 /// What main would say.

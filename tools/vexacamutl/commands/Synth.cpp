@@ -31,26 +31,26 @@ struct Arguments {
 class SceneEncoder {
   public:
     SceneEncoder(const RawShape& shape, const EncodeOptions& options)
-        : shape_(shape), kind_(options.kind), encoder_(options) {}
+        : m_shape(shape), m_kind(options.kind), m_encoder(options) {}
 
     Bytes Encode(uint64_t frame) {
-        raw_ = RawFrameOf(Scene(shape_.width, shape_.height, frame), shape_);
-        if (kind_ == OutputKind::kRaw) {
-            return raw_;
+        m_raw = RawFrameOf(Scene(m_shape.width, m_shape.height, frame), m_shape);
+        if (m_kind == OutputKind::kRaw) {
+            return m_raw;
         }
-        if (kind_ == OutputKind::kRwh) {
-            raw_ = EncodeRwh(shape_, raw_);
-            return raw_;
+        if (m_kind == OutputKind::kRwh) {
+            m_raw = EncodeRwh(m_shape, m_raw);
+            return m_raw;
         }
-        return encoder_.Encode(TightShape(shape_), TightFrame(shape_, raw_, scratch_));
+        return m_encoder.Encode(TightShape(m_shape), TightFrame(m_shape, m_raw, m_scratch));
     }
 
   private:
-    RawShape shape_;
-    OutputKind kind_;
-    FrameEncoder encoder_;
-    std::vector<uint8_t> raw_;
-    std::vector<uint8_t> scratch_;
+    RawShape m_shape;
+    OutputKind m_kind;
+    FrameEncoder m_encoder;
+    std::vector<uint8_t> m_raw;
+    std::vector<uint8_t> m_scratch;
 };
 
 void Run(const Arguments& arguments) {

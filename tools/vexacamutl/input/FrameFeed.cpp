@@ -9,37 +9,37 @@
 namespace VexaTool {
 
 FrameFeed::FrameFeed(const std::string& path, const InputOptions& options)
-    : path_(path), most_(options.Range().Count()) {
+    : m_path(path), m_most(options.Range().Count()) {
     if (IsStream(path)) {
-        stream_ = std::make_unique<FrameStream>(path, options);
+        m_stream = std::make_unique<FrameStream>(path, options);
     } else {
-        mapped_ = std::make_unique<MappedFrames>(path, options);
+        m_mapped = std::make_unique<MappedFrames>(path, options);
     }
 }
 
 const RawShape& FrameFeed::Shape() const {
-    return mapped_ ? mapped_->Shape() : stream_->Shape();
+    return m_mapped ? m_mapped->Shape() : m_stream->Shape();
 }
 
 std::optional<uint64_t> FrameFeed::Count() const {
-    return mapped_ ? std::optional<uint64_t>(mapped_->Count()) : std::nullopt;
+    return m_mapped ? std::optional<uint64_t>(m_mapped->Count()) : std::nullopt;
 }
 
 bool FrameFeed::Next(Bytes& frame, std::vector<uint8_t>& buffer) {
-    if (mapped_) {
-        if (given_ == mapped_->Count()) {
+    if (m_mapped) {
+        if (m_given == m_mapped->Count()) {
             return false;
         }
-        frame = mapped_->Frame(given_++);
+        frame = m_mapped->Frame(m_given++);
         return true;
     }
-    if (given_ == most_ || !stream_->Read(buffer)) {
-        if (given_ == 0) {
-            throw Failure(ExitCode::kInput, (path_ == "-" ? "standard input" : path_) + ": there is no frame");
+    if (m_given == m_most || !m_stream->Read(buffer)) {
+        if (m_given == 0) {
+            throw Failure(ExitCode::kInput, (m_path == "-" ? "standard input" : m_path) + ": there is no frame");
         }
         return false;
     }
-    ++given_;
+    ++m_given;
     frame = buffer;
     return true;
 }

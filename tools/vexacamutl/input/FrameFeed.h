@@ -24,11 +24,11 @@ class FrameFeed {
     bool Next(Bytes& frame, std::vector<uint8_t>& buffer);
 
   private:
-    std::string path_;
-    std::unique_ptr<MappedFrames> mapped_;
-    std::unique_ptr<FrameStream> stream_;
-    uint64_t most_;
-    uint64_t given_ = 0;
+    std::string m_path;
+    std::unique_ptr<MappedFrames> m_mapped;
+    std::unique_ptr<FrameStream> m_stream;
+    uint64_t m_most;
+    uint64_t m_given = 0;
 };
 
 }  // namespace VexaTool

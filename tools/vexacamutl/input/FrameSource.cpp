@@ -145,54 +145,54 @@ MappedFile::MappedFile(const std::string& path) {
         errno = error;
         throw CannotRead(path);
     }
-    content_ = {static_cast<const uint8_t*>(address), static_cast<size_t>(status.st_size)};
+    m_content = {static_cast<const uint8_t*>(address), static_cast<size_t>(status.st_size)};
 }
 
 MappedFile::~MappedFile() {
-    if (!content_.empty()) {
-        munmap(const_cast<uint8_t*>(content_.data()), content_.size());
+    if (!m_content.empty()) {
+        munmap(const_cast<uint8_t*>(m_content.data()), m_content.size());
     }
 }
 
 MappedFrames::MappedFrames(std::string path, const InputOptions& options)
-    : path_(std::move(path)), shape_(FindShape(path_, options)), file_(path_) {
-    const size_t bytes = file_.Content().size();
-    const size_t frames = bytes < shape_.offset ? 0 : (bytes - shape_.offset) / shape_.FrameBytes();
+    : m_path(std::move(path)), m_shape(FindShape(m_path, options)), m_file(m_path) {
+    const size_t bytes = m_file.Content().size();
+    const size_t frames = bytes < m_shape.offset ? 0 : (bytes - m_shape.offset) / m_shape.FrameBytes();
     const FrameRange range = options.Range();
     if (range.end > frames && !options.frame) {
         CheckLength(frames);
     }
     if (range.first >= frames) {
-        throw Failure(ExitCode::kInput, path_ + ": there is no frame " + std::to_string(range.first) +
+        throw Failure(ExitCode::kInput, m_path + ": there is no frame " + std::to_string(range.first) +
                                             "; the file holds " + std::to_string(frames));
     }
-    first_ = range.first;
-    count_ = std::min<uint64_t>(range.end, frames) - range.first;
+    m_first = range.first;
+    m_count = std::min<uint64_t>(range.end, frames) - range.first;
 }
 
 void MappedFrames::CheckLength(uint64_t frames) {
-    const uint64_t bytes = file_.Content().size();
-    const uint64_t wanted = shape_.offset + frames * shape_.FrameBytes();
+    const uint64_t bytes = m_file.Content().size();
+    const uint64_t wanted = m_shape.offset + frames * m_shape.FrameBytes();
     if (frames == 1 && bytes == wanted) {
         return;
     }
-    if (frames == 0 || bytes != wanted || IsRwhPath(path_)) {
-        const std::string offset = shape_.offset == 0 ? "" : " after " + std::to_string(shape_.offset) + " bytes";
-        throw Failure(ExitCode::kInput, path_ + ": " + std::to_string(bytes) + " bytes are not " +
-                                            (IsRwhPath(path_) ? "the frame" : "a whole number of frames") + " of " +
-                                            std::to_string(shape_.FrameBytes()) + " bytes (" + shape_.Text() + ")" +
+    if (frames == 0 || bytes != wanted || IsRwhPath(m_path)) {
+        const std::string offset = m_shape.offset == 0 ? "" : " after " + std::to_string(m_shape.offset) + " bytes";
+        throw Failure(ExitCode::kInput, m_path + ": " + std::to_string(bytes) + " bytes are not " +
+                                            (IsRwhPath(m_path) ? "the frame" : "a whole number of frames") + " of " +
+                                            std::to_string(m_shape.FrameBytes()) + " bytes (" + m_shape.Text() + ")" +
                                             offset);
     }
 }
 
 Bytes MappedFrames::Frame(size_t index) const {
-    const size_t bytes = shape_.FrameBytes();
-    return file_.Content().subspan(shape_.offset + (first_ + index) * bytes, bytes);
+    const size_t bytes = m_shape.FrameBytes();
+    return m_file.Content().subspan(m_shape.offset + (m_first + index) * bytes, bytes);
 }
 
 FrameStream::FrameStream(std::string path, const InputOptions& options)
-    : path_(std::move(path)), shape_(FindShape(path_, options)) {
-    fd_ = path_ == "-" ? STDIN_FILENO : OpenToRead(path_);
+    : m_path(std::move(path)), m_shape(FindShape(m_path, options)) {
+    m_fd = m_path == "-" ? STDIN_FILENO : OpenToRead(m_path);
     SkipOffset();
     std::vector<uint8_t> skipped;
     for (uint64_t frame = 0; frame < options.Range().first && Read(skipped); ++frame) {
@@ -200,30 +200,30 @@ FrameStream::FrameStream(std::string path, const InputOptions& options)
 }
 
 FrameStream::~FrameStream() {
-    if (fd_ != STDIN_FILENO) {
-        close(fd_);
+    if (m_fd != STDIN_FILENO) {
+        close(m_fd);
     }
 }
 
 size_t FrameStream::ReadUpTo(uint8_t* to, size_t bytes) {
     size_t done = 0;
     while (done < bytes) {
-        const ssize_t got = read(fd_, to + done, bytes - done);
+        const ssize_t got = read(m_fd, to + done, bytes - done);
         if (got == 0) {
             break;
         }
         if (got > 0) {
             done += static_cast<size_t>(got);
         } else if (errno != EINTR) {
-            throw CannotRead(path_);
+            throw CannotRead(m_path);
         }
     }
     return done;
 }
 
 void FrameStream::SkipOffset() {
-    std::vector<uint8_t> block(std::min<uint64_t>(shape_.offset, uint64_t{1} << 20));
-    for (uint64_t left = shape_.offset; left > 0;) {
+    std::vector<uint8_t> block(std::min<uint64_t>(m_shape.offset, uint64_t{1} << 20));
+    for (uint64_t left = m_shape.offset; left > 0;) {
         const size_t got = ReadUpTo(block.data(), std::min<uint64_t>(left, block.size()));
         if (got == 0) {
             return;
@@ -233,17 +233,17 @@ void FrameStream::SkipOffset() {
 }
 
 bool FrameStream::Read(std::vector<uint8_t>& frame) {
-    frame.resize(shape_.FrameBytes());
+    frame.resize(m_shape.FrameBytes());
     const size_t got = ReadUpTo(frame.data(), frame.size());
     if (got == 0) {
         return false;
     }
     if (got < frame.size()) {
-        throw Failure(ExitCode::kInput, (path_ == "-" ? "standard input" : path_) + ": frame " +
-                                            std::to_string(framesRead_) + " is short, " + std::to_string(got) + " of " +
-                                            std::to_string(frame.size()) + " bytes (" + shape_.Text() + ")");
+        throw Failure(ExitCode::kInput, (m_path == "-" ? "standard input" : m_path) + ": frame " +
+                                            std::to_string(m_framesRead) + " is short, " + std::to_string(got) +
+                                            " of " + std::to_string(frame.size()) + " bytes (" + m_shape.Text() + ")");
     }
-    ++framesRead_;
+    ++m_framesRead;
     return true;
 }
 

@@ -69,29 +69,29 @@ class MappedFile {
     ~MappedFile();
     MappedFile(const MappedFile&) = delete;
     MappedFile& operator=(const MappedFile&) = delete;
-    Bytes Content() const { return content_; }
+    Bytes Content() const { return m_content; }
 
   private:
-    Bytes content_;
+    Bytes m_content;
 };
 
 class MappedFrames {
   public:
     MappedFrames(std::string path, const InputOptions& options);
 
-    const RawShape& Shape() const { return shape_; }
-    const std::string& Path() const { return path_; }
-    size_t Count() const { return count_; }
+    const RawShape& Shape() const { return m_shape; }
+    const std::string& Path() const { return m_path; }
+    size_t Count() const { return m_count; }
     Bytes Frame(size_t index) const;
 
   private:
     void CheckLength(uint64_t frames);
 
-    std::string path_;
-    RawShape shape_;
-    MappedFile file_;
-    size_t first_ = 0;
-    size_t count_ = 0;
+    std::string m_path;
+    RawShape m_shape;
+    MappedFile m_file;
+    size_t m_first = 0;
+    size_t m_count = 0;
 };
 
 class FrameStream {
@@ -101,7 +101,7 @@ class FrameStream {
     FrameStream(const FrameStream&) = delete;
     FrameStream& operator=(const FrameStream&) = delete;
 
-    const RawShape& Shape() const { return shape_; }
+    const RawShape& Shape() const { return m_shape; }
 
     /// The next frame; false at the end of the stream, a Failure when it ends within a frame.
     bool Read(std::vector<uint8_t>& frame);
@@ -110,10 +110,10 @@ class FrameStream {
     size_t ReadUpTo(uint8_t* to, size_t bytes);
     void SkipOffset();
 
-    std::string path_;
-    RawShape shape_;
-    int fd_ = -1;
-    uint64_t framesRead_ = 0;
+    std::string m_path;
+    RawShape m_shape;
+    int m_fd = -1;
+    uint64_t m_framesRead = 0;
 };
 
 }  // namespace VexaTool

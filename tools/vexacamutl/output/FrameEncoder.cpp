@@ -29,38 +29,38 @@ void CheckColour(const FormatInfo& format, const EncodeOptions& options) {
 }  // namespace
 
 Bytes FrameEncoder::Encode(const RawShape& shape, Bytes tight) {
-    if (!options_.reversal.wanted) {
+    if (!m_options.reversal.wanted) {
         return EncodeShown(shape, tight);
     }
-    const RawShape after = options_.reversal.ShapeAfter(shape);
-    options_.reversal.Apply(shape, tight, reversed_);
-    return EncodeShown(after, reversed_);
+    const RawShape after = m_options.reversal.ShapeAfter(shape);
+    m_options.reversal.Apply(shape, tight, m_reversed);
+    return EncodeShown(after, m_reversed);
 }
 
 Bytes FrameEncoder::EncodeShown(const RawShape& shape, Bytes tight) {
-    if (options_.kind == OutputKind::kRaw) {
+    if (m_options.kind == OutputKind::kRaw) {
         return tight;
     }
-    if (options_.kind == OutputKind::kRwh) {
-        encoded_ = EncodeRwh(shape, tight);
-        return encoded_;
+    if (m_options.kind == OutputKind::kRwh) {
+        m_encoded = EncodeRwh(shape, tight);
+        return m_encoded;
     }
-    const bool grey = IsGrey(*shape.format, options_.render);
+    const bool grey = IsGrey(*shape.format, m_options.render);
     if (!grey) {
-        CheckColour(*shape.format, options_);
+        CheckColour(*shape.format, m_options);
     }
     const bool holdsAlpha =
-        options_.kind == OutputKind::kPng || options_.kind == OutputKind::kBmp || options_.kind == OutputKind::kVbmp;
-    const bool holdsOneChannel = holdsAlpha || options_.kind == OutputKind::kPgm || options_.kind == OutputKind::kTif ||
-                                 options_.kind == OutputKind::kJpg;
-    RenderOptions render = options_.render;
-    render.alpha = options_.kind == OutputKind::kBgra || (render.alpha && holdsAlpha);
-    renderer_.Render(shape, tight, render, picture_);
-    if (grey && holdsOneChannel && picture_.channels == 3) {
-        KeepOneChannel(picture_, grey_);
-        return EncodePicture(grey_, options_.kind, options_.pngLevel, encoded_, options_.jpegQuality);
+        m_options.kind == OutputKind::kPng || m_options.kind == OutputKind::kBmp || m_options.kind == OutputKind::kVbmp;
+    const bool holdsOneChannel = holdsAlpha || m_options.kind == OutputKind::kPgm ||
+                                 m_options.kind == OutputKind::kTif || m_options.kind == OutputKind::kJpg;
+    RenderOptions render = m_options.render;
+    render.alpha = m_options.kind == OutputKind::kBgra || (render.alpha && holdsAlpha);
+    m_renderer.Render(shape, tight, render, m_picture);
+    if (grey && holdsOneChannel && m_picture.channels == 3) {
+        KeepOneChannel(m_picture, m_grey);
+        return EncodePicture(m_grey, m_options.kind, m_options.pngLevel, m_encoded, m_options.jpegQuality);
     }
-    return EncodePicture(picture_, options_.kind, options_.pngLevel, encoded_, options_.jpegQuality);
+    return EncodePicture(m_picture, m_options.kind, m_options.pngLevel, m_encoded, m_options.jpegQuality);
 }
 
 void RangeCheck::Add(const RawShape& shape, Bytes tight) {
@@ -74,16 +74,16 @@ void RangeCheck::Add(const RawShape& shape, Bytes tight) {
         above += sample > limit ? 1 : 0;
         largest = std::max(largest, sample);
     }
-    const std::lock_guard lock(mutex_);
-    samples_ += tight.size() / sampleBytes;
-    above_ += above;
-    largest_ = std::max(largest_, largest);
-    limit_ = limit;
+    const std::lock_guard lock(m_mutex);
+    m_samples += tight.size() / sampleBytes;
+    m_above += above;
+    m_largest = std::max(m_largest, largest);
+    m_limit = limit;
 }
 
 std::string RangeCheck::Line(const std::string& name) const {
-    return name + ": " + std::to_string(above_) + " of " + std::to_string(samples_) + " samples above " +
-           std::to_string(limit_) + ", the largest is " + std::to_string(largest_);
+    return name + ": " + std::to_string(m_above) + " of " + std::to_string(m_samples) + " samples above " +
+           std::to_string(m_limit) + ", the largest is " + std::to_string(m_largest);
 }
 
 }  // namespace VexaTool

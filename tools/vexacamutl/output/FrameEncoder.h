@@ -22,7 +22,7 @@ struct EncodeOptions {
 /// Keeps its buffers from frame to frame. One for each thread.
 class FrameEncoder {
   public:
-    explicit FrameEncoder(const EncodeOptions& options) : options_(options) {}
+    explicit FrameEncoder(const EncodeOptions& options) : m_options(options) {}
 
     /// `tight` as TightFrame returns it, with its shape.
     /// The result is part of this object or of `tight`; it stays until the next call.
@@ -31,12 +31,12 @@ class FrameEncoder {
   private:
     Bytes EncodeShown(const RawShape& shape, Bytes tight);
 
-    EncodeOptions options_;
-    Renderer renderer_;
-    Picture picture_;
-    Picture grey_;
-    std::vector<uint8_t> reversed_;
-    std::vector<uint8_t> encoded_;
+    EncodeOptions m_options;
+    Renderer m_renderer;
+    Picture m_picture;
+    Picture m_grey;
+    std::vector<uint8_t> m_reversed;
+    std::vector<uint8_t> m_encoded;
 };
 
 /// Counts the samples that are larger than their depth allows; such samples wrap when they are converted.
@@ -48,11 +48,11 @@ class RangeCheck {
     std::string Line(const std::string& name) const;
 
   private:
-    std::mutex mutex_;
-    uint64_t samples_ = 0;
-    uint64_t above_ = 0;
-    uint32_t largest_ = 0;
-    uint32_t limit_ = 0;
+    std::mutex m_mutex;
+    uint64_t m_samples = 0;
+    uint64_t m_above = 0;
+    uint32_t m_largest = 0;
+    uint32_t m_limit = 0;
 };
 
 }  // namespace VexaTool

@@ -9,36 +9,36 @@
 namespace VexaTool {
 
 FrameWriter::FrameWriter(OutputPlan& plan, ResultNames names, const RawShape& tight)
-    : plan_(plan),
-      names_(std::move(names)),
-      tight_(tight),
-      keepsAll_(!names_.FilePerFrame() && plan_.Keeps(names_.Of(0))) {
-    if (keepsAll_) {
-        plan_.CountSkipped();
-    } else if (!names_.FilePerFrame()) {
-        file_ = std::make_unique<OutputFile>(names_.Of(0), plan_.Options().Rules());
+    : m_plan(plan),
+      m_names(std::move(names)),
+      m_tight(tight),
+      m_keepsAll(!m_names.FilePerFrame() && m_plan.Keeps(m_names.Of(0))) {
+    if (m_keepsAll) {
+        m_plan.CountSkipped();
+    } else if (!m_names.FilePerFrame()) {
+        m_file = std::make_unique<OutputFile>(m_names.Of(0), m_plan.Options().Rules());
     }
 }
 
 void FrameWriter::Write(uint64_t frame, Bytes bytes) {
-    if (names_.FilePerFrame()) {
-        const std::string path = names_.Of(frame);
-        plan_.CheckFrame(path);
-        plan_.Write(path, bytes, tight_);
+    if (m_names.FilePerFrame()) {
+        const std::string path = m_names.Of(frame);
+        m_plan.CheckFrame(path);
+        m_plan.Write(path, bytes, m_tight);
         return;
     }
-    if (frame > 0 && !names_.TakesMany()) {
-        throw Failure(ExitCode::kUsage, "there is more than one frame for " + names_.Of(0) +
-                                            "; number the outputs (out_%05d." + ExtensionOf(plan_.Options().kind) +
+    if (frame > 0 && !m_names.TakesMany()) {
+        throw Failure(ExitCode::kUsage, "there is more than one frame for " + m_names.Of(0) +
+                                            "; number the outputs (out_%05d." + ExtensionOf(m_plan.Options().kind) +
                                             "), or use --output-dir or --frame");
     }
-    file_->Write(bytes);
+    m_file->Write(bytes);
 }
 
 void FrameWriter::Commit() {
-    if (file_) {
-        file_->Commit();
-        plan_.WriteSidecarOf(names_.Of(0), tight_);
+    if (m_file) {
+        m_file->Commit();
+        m_plan.WriteSidecarOf(m_names.Of(0), m_tight);
     }
 }
 

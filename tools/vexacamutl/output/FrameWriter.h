@@ -17,13 +17,13 @@ class FrameWriter {
     FrameWriter(OutputPlan& plan, ResultNames names, const RawShape& tight);
 
     /// True when the one file for all frames exists and is to stay.
-    bool KeepsAll() const { return keepsAll_; }
+    bool KeepsAll() const { return m_keepsAll; }
 
     /// True when the file of this frame exists and is to stay.
-    bool Keeps(uint64_t frame) const { return names_.FilePerFrame() && plan_.Keeps(names_.Of(frame)); }
+    bool Keeps(uint64_t frame) const { return m_names.FilePerFrame() && m_plan.Keeps(m_names.Of(frame)); }
 
     /// True when nothing of all frames remains unless Commit succeeds.
-    bool AllOrNothing() const { return file_ && !file_->WritesDirectly(); }
+    bool AllOrNothing() const { return m_file && !m_file->WritesDirectly(); }
 
     void Write(uint64_t frame, Bytes bytes);
 
@@ -31,11 +31,11 @@ class FrameWriter {
     void Commit();
 
   private:
-    OutputPlan& plan_;
-    ResultNames names_;
-    RawShape tight_;
-    bool keepsAll_;
-    std::unique_ptr<OutputFile> file_;
+    OutputPlan& m_plan;
+    ResultNames m_names;
+    RawShape m_tight;
+    bool m_keepsAll;
+    std::unique_ptr<OutputFile> m_file;
 };
 
 }  // namespace VexaTool

@@ -45,7 +45,7 @@ std::string TemporaryNameFor(const std::string& path) {
 
 }  // namespace
 
-OutputFile::OutputFile(std::string path, WriteRules rules) : given_(std::move(path)), rules_(rules) {
+OutputFile::OutputFile(std::string path, WriteRules rules) : m_given(std::move(path)), m_rules(rules) {
     try {
         Open();
     } catch (...) {
@@ -59,17 +59,17 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Open() {
-    if (given_ == "-") {
-        fd_ = STDOUT_FILENO;
-        direct_ = true;
+    if (m_given == "-") {
+        m_fd = STDOUT_FILENO;
+        m_direct = true;
     } else {
-        const Destination destination = FindDestination(given_);
-        path_ = destination.path;
+        const Destination destination = FindDestination(m_given);
+        m_path = destination.path;
         if (destination.descriptor >= 0 || (destination.file && !destination.IsRegularFile())) {
             OpenDirectly(destination);
         } else {
             // A file that its user may not write is not to be replaced either.
-            if (destination.file && faccessat(AT_FDCWD, path_.c_str(), W_OK, AT_EACCESS) != 0) {
+            if (destination.file && faccessat(AT_FDCWD, m_path.c_str(), W_OK, AT_EACCESS) != 0) {
                 Fail(errno);
             }
             OpenUnfinished();
@@ -78,78 +78,78 @@ void OutputFile::Open() {
             }
         }
     }
-    if (direct_ && isatty(fd_) != 0) {
+    if (m_direct && isatty(m_fd) != 0) {
         throw Failure(ExitCode::kUsage,
-                      (given_ == "-" ? "standard output" : given_) + " is a terminal; redirect it, or name a file");
+                      (m_given == "-" ? "standard output" : m_given) + " is a terminal; redirect it, or name a file");
     }
-    if (direct_) {
-        WidenPipe(fd_);
+    if (m_direct) {
+        WidenPipe(m_fd);
     }
 }
 
 void OutputFile::Discard() {
-    if (fd_ >= 0 && fd_ != STDOUT_FILENO) {
-        close(fd_);
+    if (m_fd >= 0 && m_fd != STDOUT_FILENO) {
+        close(m_fd);
     }
-    if (!temporary_.empty()) {
+    if (!m_temporary.empty()) {
         const auto lock = LockNames();
-        unlink(temporary_.c_str());
-        ForgetUnfinished(temporary_);
+        unlink(m_temporary.c_str());
+        ForgetUnfinished(m_temporary);
     }
 }
 
 void OutputFile::Fail(int error) const {
     throw Failure(ExitCode::kOutput,
-                  "cannot write " + (given_ == "-" ? "standard output" : given_) + ": " + SystemMessage(error));
+                  "cannot write " + (m_given == "-" ? "standard output" : m_given) + ": " + SystemMessage(error));
 }
 
 void OutputFile::OpenDirectly(const Destination& destination) {
-    direct_ = true;
-    fd_ = destination.descriptor >= 0 ? fcntl(destination.descriptor, F_DUPFD_CLOEXEC, 3)
-                                      : open(path_.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
-    if (fd_ < 0) {
+    m_direct = true;
+    m_fd = destination.descriptor >= 0 ? fcntl(destination.descriptor, F_DUPFD_CLOEXEC, 3)
+                                       : open(m_path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    if (m_fd < 0) {
         Fail(errno);
     }
 }
 
 void OutputFile::OpenUnfinished() {
     if (DescriptorsHaveNames()) {
-        fd_ = open(FolderOf(path_).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kFileMode);
-        if (fd_ >= 0) {
+        m_fd = open(FolderOf(m_path).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, kFileMode);
+        if (m_fd >= 0) {
             return;
         }
     }
-    const std::string name = TemporaryNameFor(path_);
+    const std::string name = TemporaryNameFor(m_path);
     const auto lock = LockNames();
-    fd_ = open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, kFileMode);
-    if (fd_ < 0) {
+    m_fd = open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, kFileMode);
+    if (m_fd < 0) {
         Fail(errno);
     }
-    temporary_ = name;
+    m_temporary = name;
     RememberUnfinished(name);
 }
 
 /// Where the owner cannot be kept, the group is tried; set-user-id bits stay with their owner only.
 void OutputFile::TakeOver(const struct stat& older) const {
     struct stat fresh = {};
-    if (fstat(fd_, &fresh) != 0) {
+    if (fstat(m_fd, &fresh) != 0) {
         Fail(errno);
     }
     bool owned = fresh.st_uid == older.st_uid && fresh.st_gid == older.st_gid;
     if (!owned) {
-        owned = fchown(fd_, older.st_uid, older.st_gid) == 0;
+        owned = fchown(m_fd, older.st_uid, older.st_gid) == 0;
     }
-    if (!owned && fchown(fd_, static_cast<uid_t>(-1), older.st_gid) != 0) {
+    if (!owned && fchown(m_fd, static_cast<uid_t>(-1), older.st_gid) != 0) {
         errno = 0;  // neither is permitted: the file is the caller's, as a new one would be
     }
-    if (fchmod(fd_, older.st_mode & (owned ? mode_t{07777} : kPermissions)) != 0) {
+    if (fchmod(m_fd, older.st_mode & (owned ? mode_t{07777} : kPermissions)) != 0) {
         Fail(errno);
     }
 }
 
 void OutputFile::Write(Bytes bytes) {
     while (!bytes.empty()) {
-        const ssize_t written = write(fd_, bytes.data(), bytes.size());
+        const ssize_t written = write(m_fd, bytes.data(), bytes.size());
         if (written >= 0) {
             bytes = bytes.subspan(static_cast<size_t>(written));
         } else if (errno == EPIPE) {
@@ -162,23 +162,23 @@ void OutputFile::Write(Bytes bytes) {
 }
 
 void OutputFile::NameAnonymous() {
-    const std::string anonymous = "/proc/self/fd/" + std::to_string(fd_);
+    const std::string anonymous = "/proc/self/fd/" + std::to_string(m_fd);
     const auto link = [&](const std::string& name) {
         return linkat(AT_FDCWD, anonymous.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
     };
     const auto lock = LockNames();
-    if (link(path_)) {
+    if (link(m_path)) {
         return;
     }
     // A link cannot replace the older file, a rename can.
-    if (errno != EEXIST || !rules_.replace) {
+    if (errno != EEXIST || !m_rules.replace) {
         Fail(errno);
     }
-    const std::string name = TemporaryNameFor(path_);
+    const std::string name = TemporaryNameFor(m_path);
     if (!link(name)) {
         Fail(errno);
     }
-    if (std::rename(name.c_str(), path_.c_str()) != 0) {
+    if (std::rename(name.c_str(), m_path.c_str()) != 0) {
         const int error = errno;
         unlink(name.c_str());
         Fail(error);
@@ -187,21 +187,21 @@ void OutputFile::NameAnonymous() {
 
 void OutputFile::NameTemporary() {
     const auto lock = LockNames();
-    const unsigned flags = rules_.replace ? 0 : RENAME_NOREPLACE;
-    bool named = renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0;
-    if (!named && !rules_.replace && errno == EINVAL) {
+    const unsigned flags = m_rules.replace ? 0 : RENAME_NOREPLACE;
+    bool named = renameat2(AT_FDCWD, m_temporary.c_str(), AT_FDCWD, m_path.c_str(), flags) == 0;
+    if (!named && !m_rules.replace && errno == EINVAL) {
         // This file system does not know RENAME_NOREPLACE; link() refuses an existing name too.
-        named = link(temporary_.c_str(), path_.c_str()) == 0 && unlink(temporary_.c_str()) == 0;
+        named = link(m_temporary.c_str(), m_path.c_str()) == 0 && unlink(m_temporary.c_str()) == 0;
     }
     if (!named) {
         Fail(errno);
     }
-    ForgetUnfinished(temporary_);
-    temporary_.clear();
+    ForgetUnfinished(m_temporary);
+    m_temporary.clear();
 }
 
 void OutputFile::SyncFolder() const {
-    const int folder = open(FolderOf(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int folder = open(FolderOf(m_path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const bool good = folder >= 0 && fsync(folder) == 0;
     const int error = errno;
     if (folder >= 0) {
@@ -213,21 +213,21 @@ void OutputFile::SyncFolder() const {
 }
 
 void OutputFile::Commit() {
-    if (direct_) {
+    if (m_direct) {
         return;
     }
-    if (rules_.sync && fsync(fd_) != 0) {
+    if (m_rules.sync && fsync(m_fd) != 0) {
         Fail(errno);
     }
-    if (temporary_.empty()) {
+    if (m_temporary.empty()) {
         NameAnonymous();
     } else {
         NameTemporary();
     }
-    if (close(std::exchange(fd_, -1)) != 0) {
+    if (close(std::exchange(m_fd, -1)) != 0) {
         Fail(errno);
     }
-    if (rules_.sync) {
+    if (m_rules.sync) {
         SyncFolder();
     }
 }

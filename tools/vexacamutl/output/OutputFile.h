@@ -36,7 +36,7 @@ class OutputFile {
     void Commit();
 
     /// True when what was written stays, even without Commit.
-    bool WritesDirectly() const { return direct_; }
+    bool WritesDirectly() const { return m_direct; }
 
   private:
     [[noreturn]] void Fail(int error) const;
@@ -49,12 +49,12 @@ class OutputFile {
     void NameTemporary();
     void SyncFolder() const;
 
-    std::string given_;  ///< the path as the user knows it
-    WriteRules rules_;
-    std::string path_;       ///< where the file really goes
-    std::string temporary_;  ///< the hidden name, while the unfinished file has one
-    int fd_ = -1;
-    bool direct_ = false;
+    std::string m_given;  ///< the path as the user knows it
+    WriteRules m_rules;
+    std::string m_path;       ///< where the file really goes
+    std::string m_temporary;  ///< the hidden name, while the unfinished file has one
+    int m_fd = -1;
+    bool m_direct = false;
 };
 
 /// Opens, writes and commits.

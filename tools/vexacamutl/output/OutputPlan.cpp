@@ -67,35 +67,35 @@ void RefuseForeignText(const std::string& path, const std::string& describes) {
 
 }  // namespace
 
-OutputPlan::OutputPlan(const OutputOptions& options) : options_(options) {}
+OutputPlan::OutputPlan(const OutputOptions& options) : m_options(options) {}
 
 void OutputPlan::Protect(const std::string& path) {
     const std::optional<struct stat> status = StatusOf(path);
     if (status && S_ISREG(status->st_mode)) {
-        inputs_.insert(IdentityOf(*status));
+        m_inputs.insert(IdentityOf(*status));
     }
 }
 
 ResultNames OutputPlan::NamesFor(const std::string& input, std::optional<uint64_t> frames) const {
     ResultNames names;
-    names.first_ = options_.firstFrame;
-    if (!options_.folder.empty()) {
+    names.m_first = m_options.firstFrame;
+    if (!m_options.folder.empty()) {
         static constexpr size_t kDigits = 5;
-        const std::string stem = (fs::path(options_.folder) / StemOf(input)).string();
-        const std::string extension = std::string(".") + ExtensionOf(options_.kind);
-        const bool numbered = frames != 1 || options_.alwaysNumbered;
-        names.pattern_ = {numbered ? stem + "_" : stem + extension, extension, numbered, kDigits, '0'};
-        names.filePerFrame_ = true;
+        const std::string stem = (fs::path(m_options.folder) / StemOf(input)).string();
+        const std::string extension = std::string(".") + ExtensionOf(m_options.kind);
+        const bool numbered = frames != 1 || m_options.alwaysNumbered;
+        names.m_pattern = {numbered ? stem + "_" : stem + extension, extension, numbered, kDigits, '0'};
+        names.m_filePerFrame = true;
         return names;
     }
-    names.pattern_ = options_.path == "-" ? NamePattern{"-", "", false, 0, '0'} : ParsePattern(options_.path);
-    names.filePerFrame_ = names.pattern_.numbered;
-    names.takesMany_ = !names.pattern_.numbered && (options_.path == "-" || IsAppendable(options_.kind));
+    names.m_pattern = m_options.path == "-" ? NamePattern{"-", "", false, 0, '0'} : ParsePattern(m_options.path);
+    names.m_filePerFrame = names.m_pattern.numbered;
+    names.m_takesMany = !names.m_pattern.numbered && (m_options.path == "-" || IsAppendable(m_options.kind));
     return names;
 }
 
 bool OutputPlan::WantsSidecar(const std::string& path) const {
-    if (!options_.sidecar || path == "-") {
+    if (!m_options.sidecar || path == "-") {
         return false;
     }
     const Destination destination = FindDestination(path);
@@ -108,7 +108,7 @@ void OutputPlan::Register(const Planned& planned) {
         Check(planned);
         return;
     }
-    const auto [taken, fresh] = results_.emplace(destination.path, planned);
+    const auto [taken, fresh] = m_results.emplace(destination.path, planned);
     if (!fresh) {
         throw Failure(ExitCode::kUsage,
                       taken->second.source + " and " + planned.source + " would both become " + planned.path);
@@ -127,7 +127,7 @@ ResultNames OutputPlan::Add(const std::string& input, std::optional<uint64_t> fr
     if (!names.FilePerFrame()) {
         if (frames.value_or(1) > 1 && !names.TakesMany()) {
             throw Failure(ExitCode::kUsage, input + " holds " + std::to_string(*frames) + " frames of " + shape.Text() +
-                                                "; number the outputs (out_%05d." + ExtensionOf(options_.kind) +
+                                                "; number the outputs (out_%05d." + ExtensionOf(m_options.kind) +
                                                 "), or use --output-dir or --frame");
         }
         RegisterFrame(names.Of(0), input);
@@ -142,13 +142,13 @@ ResultNames OutputPlan::Add(const std::string& input, std::optional<uint64_t> fr
 
 void OutputPlan::Check(const Planned& planned) const {
     const Destination destination = DestinationOf(planned.path);
-    if (destination.IsRegularFile() && inputs_.count(IdentityOf(*destination.file)) != 0) {
+    if (destination.IsRegularFile() && m_inputs.count(IdentityOf(*destination.file)) != 0) {
         throw Failure(ExitCode::kUsage, NameOf(planned.path) + " is an input; an input is never overwritten");
     }
     if (destination.descriptor >= 0 || !destination.file) {
         return;
     }
-    if (options_.existing == Existing::kRefuse && destination.IsRegularFile()) {
+    if (m_options.existing == Existing::kRefuse && destination.IsRegularFile()) {
         throw Failure(ExitCode::kUsage, planned.path + " exists already (--no-overwrite)");
     }
     if (!planned.describes.empty()) {
@@ -157,30 +157,30 @@ void OutputPlan::Check(const Planned& planned) const {
 }
 
 void OutputPlan::PlanReport() {
-    if (options_.report.empty()) {
+    if (m_options.report.empty()) {
         return;
     }
-    const Destination report = DestinationOf(options_.report);
-    if (!options_.path.empty() && SameTarget(report, DestinationOf(options_.path))) {
-        throw Failure(ExitCode::kUsage, "the report and the result would both go to " + NameOf(options_.path));
+    const Destination report = DestinationOf(m_options.report);
+    if (!m_options.path.empty() && SameTarget(report, DestinationOf(m_options.path))) {
+        throw Failure(ExitCode::kUsage, "the report and the result would both go to " + NameOf(m_options.path));
     }
-    reportPath_ = report.path;
-    Register({options_.report, "the report", ""});
+    m_reportPath = report.path;
+    Register({m_options.report, "the report", ""});
 }
 
 void OutputPlan::Begin() {
     PlanReport();
-    for (const auto& [path, planned] : results_) {
+    for (const auto& [path, planned] : m_results) {
         Check(planned);
     }
-    results_.clear();
-    if (!options_.folder.empty()) {
-        MakeFolder(options_.folder);
+    m_results.clear();
+    if (!m_options.folder.empty()) {
+        MakeFolder(m_options.folder);
     }
 }
 
 void OutputPlan::CheckFrame(const std::string& path) const {
-    if (!reportPath_.empty() && FindDestination(path).path == reportPath_) {
+    if (!m_reportPath.empty() && FindDestination(path).path == m_reportPath) {
         throw Failure(ExitCode::kUsage, path + " is the report");
     }
     Check({path, "", ""});
@@ -190,7 +190,7 @@ void OutputPlan::CheckFrame(const std::string& path) const {
 }
 
 bool OutputPlan::Keeps(const std::string& path) const {
-    return options_.existing == Existing::kSkip && path != "-" && FindDestination(path).IsRegularFile();
+    return m_options.existing == Existing::kSkip && path != "-" && FindDestination(path).IsRegularFile();
 }
 
 void OutputPlan::WriteSidecarOf(const std::string& path, const RawShape& tight) const {
@@ -198,13 +198,13 @@ void OutputPlan::WriteSidecarOf(const std::string& path, const RawShape& tight) 
         return;
     }
     const std::string text = SidecarText(path, tight);
-    const WriteRules rules = {options_.existing != Existing::kRefuse, options_.sync};
+    const WriteRules rules = {m_options.existing != Existing::kRefuse, m_options.sync};
     RefuseForeignText(SidecarPath(path), path);
     WriteWholeFile(SidecarPath(path), {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, rules);
 }
 
 void OutputPlan::Write(const std::string& path, Bytes bytes, const RawShape& tight) const {
-    WriteWholeFile(path, bytes, options_.Rules());
+    WriteWholeFile(path, bytes, m_options.Rules());
     WriteSidecarOf(path, tight);
 }
 

@@ -51,27 +51,27 @@ struct OutputOptions {
 class ResultNames {
   public:
     /// True when each frame has a file of its own, false when all go into one.
-    bool FilePerFrame() const { return filePerFrame_; }
+    bool FilePerFrame() const { return m_filePerFrame; }
 
     /// True when one file takes all frames, one after another.
-    bool TakesMany() const { return takesMany_; }
+    bool TakesMany() const { return m_takesMany; }
 
     /// `frame` is counted from the first one that is read.
-    std::string Of(uint64_t frame) const { return pattern_.Of(first_ + frame); }
+    std::string Of(uint64_t frame) const { return m_pattern.Of(m_first + frame); }
 
   private:
     friend class OutputPlan;
-    NamePattern pattern_;
-    uint64_t first_ = 0;
-    bool filePerFrame_ = false;
-    bool takesMany_ = false;
+    NamePattern m_pattern;
+    uint64_t m_first = 0;
+    bool m_filePerFrame = false;
+    bool m_takesMany = false;
 };
 
 class OutputPlan {
   public:
     explicit OutputPlan(const OutputOptions& options);
 
-    const OutputOptions& Options() const { return options_; }
+    const OutputOptions& Options() const { return m_options; }
 
     /// True when one file takes all frames, in their order.
     bool OneFileForAll() const { return NamesFor("", std::nullopt).TakesMany(); }
@@ -90,8 +90,8 @@ class OutputPlan {
 
     /// True for a result that exists and is to stay.
     bool Keeps(const std::string& path) const;
-    void CountSkipped() { ++skipped_; }
-    uint64_t Skipped() const { return skipped_; }
+    void CountSkipped() { ++m_skipped; }
+    uint64_t Skipped() const { return m_skipped; }
 
     /// A result with its text beside it, where one is wanted.
     void Write(const std::string& path, Bytes bytes, const RawShape& tight) const;
@@ -115,11 +115,11 @@ class OutputPlan {
     void Check(const Planned& planned) const;
     ResultNames NamesFor(const std::string& input, std::optional<uint64_t> frames) const;
 
-    OutputOptions options_;
-    std::set<FileIdentity> inputs_;
-    std::map<std::string, Planned> results_;  ///< by where they really go
-    std::string reportPath_;                  ///< where the report really goes
-    std::atomic<uint64_t> skipped_ = 0;
+    OutputOptions m_options;
+    std::set<FileIdentity> m_inputs;
+    std::map<std::string, Planned> m_results;  ///< by where they really go
+    std::string m_reportPath;                  ///< where the report really goes
+    std::atomic<uint64_t> m_skipped = 0;
 };
 
 }  // namespace VexaTool

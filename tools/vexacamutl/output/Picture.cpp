@@ -84,14 +84,14 @@ void Renderer::Prepare(const RawShape& shape, uint32_t output, const VcfSettings
     char text[VCF_TEXT_BYTES];
     const VcfLayout layout = shape.Layout();
     VcfStatus status = VCF_OK;
-    if (converter_ && output == output_ && std::memcmp(&layout, &layout_, sizeof layout) == 0) {
-        status = VcfChangeSettings(converter_.get(), &settings, text, sizeof text);
+    if (m_converter && output == m_output && std::memcmp(&layout, &m_layout, sizeof layout) == 0) {
+        status = VcfChangeSettings(m_converter.get(), &settings, text, sizeof text);
     } else {
         VcfConverter* converter = nullptr;
         status = VcfCreateConverter(&converter, &layout, output, &settings, text, sizeof text);
-        converter_.reset(converter);
-        layout_ = layout;
-        output_ = output;
+        m_converter.reset(converter);
+        m_layout = layout;
+        m_output = output;
     }
     if (status != VCF_OK) {
         throw CannotConvert(shape, status, text);
@@ -105,7 +105,7 @@ void Renderer::Render(const RawShape& shape, Bytes frame, const RenderOptions& o
     Resize(picture, shape, options);
     char text[VCF_TEXT_BYTES];
     const VcfStatus status =
-        VcfConvert(converter_.get(), frame.data(), frame.size(), picture.bytes.data(), 0, text, sizeof text);
+        VcfConvert(m_converter.get(), frame.data(), frame.size(), picture.bytes.data(), 0, text, sizeof text);
     if (status != VCF_OK) {
         throw CannotConvert(shape, status, text);
     }

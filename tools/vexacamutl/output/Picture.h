@@ -52,9 +52,9 @@ class Renderer {
     };
     void Prepare(const RawShape& shape, uint32_t output, const VcfSettings& settings);
 
-    std::unique_ptr<VcfConverter, Destroy> converter_;
-    VcfLayout layout_ = {};
-    uint32_t output_ = 0;
+    std::unique_ptr<VcfConverter, Destroy> m_converter;
+    VcfLayout m_layout = {};
+    uint32_t m_output = 0;
 };
 
 /// One channel out of three or four equal ones.

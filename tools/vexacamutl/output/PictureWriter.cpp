@@ -44,38 +44,38 @@ class ScratchFile {
   public:
     ScratchFile() {
         if (DescriptorsHaveNames()) {
-            fd_ = memfd_create("vexacamutl", MFD_CLOEXEC);
-            path_ = "/proc/self/fd/" + std::to_string(fd_);
+            m_fd = memfd_create("vexacamutl", MFD_CLOEXEC);
+            m_path = "/proc/self/fd/" + std::to_string(m_fd);
         } else {
             std::error_code error;
-            temporary_ = (std::filesystem::temp_directory_path(error) / "vexacamutl-XXXXXX").string();
+            m_temporary = (std::filesystem::temp_directory_path(error) / "vexacamutl-XXXXXX").string();
             const auto lock = LockNames();
-            fd_ = mkostemp(temporary_.data(), O_CLOEXEC);
-            RememberUnfinished(temporary_);
-            path_ = temporary_;
+            m_fd = mkostemp(m_temporary.data(), O_CLOEXEC);
+            RememberUnfinished(m_temporary);
+            m_path = m_temporary;
         }
-        if (fd_ < 0) {
+        if (m_fd < 0) {
             throw Failure(ExitCode::kOutput, "cannot make a temporary file: " + SystemMessage());
         }
     }
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;
     ~ScratchFile() {
-        close(fd_);
-        if (!temporary_.empty()) {
+        close(m_fd);
+        if (!m_temporary.empty()) {
             const auto lock = LockNames();
-            unlink(temporary_.c_str());
-            ForgetUnfinished(temporary_);
+            unlink(m_temporary.c_str());
+            ForgetUnfinished(m_temporary);
         }
     }
 
-    int Descriptor() const { return fd_; }
-    const std::string& Path() const { return path_; }
+    int Descriptor() const { return m_fd; }
+    const std::string& Path() const { return m_path; }
 
   private:
-    int fd_ = -1;
-    std::string path_;
-    std::string temporary_;
+    int m_fd = -1;
+    std::string m_path;
+    std::string m_temporary;
 };
 
 /// The bytes of a file that one of the library's functions writes. The library does not report a write that fails,
@@ -112,15 +112,15 @@ std::vector<uint8_t> EncodeVbmp(const Picture& picture) {
 
 class Appender {
   public:
-    explicit Appender(std::vector<uint8_t>& bytes) : bytes_(bytes) {}
+    explicit Appender(std::vector<uint8_t>& bytes) : m_bytes(bytes) {}
     void Number(uint64_t value, int size) {
         for (int i = 0; i < size; ++i) {
-            bytes_.push_back(static_cast<uint8_t>(value >> (8 * i)));
+            m_bytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
         }
     }
 
   private:
-    std::vector<uint8_t>& bytes_;
+    std::vector<uint8_t>& m_bytes;
 };
 
 /// BITMAPFILEHEADER (14 bytes), BITMAPINFOHEADER (40), palette of grey files, rows from the bottom padded to 4 bytes.

@@ -40,27 +40,27 @@ Picture Shrunk(const Picture& picture, uint32_t factor) {
 }
 
 ContactSheet::ContactSheet(uint32_t tileWidth, uint32_t tileHeight, size_t tiles)
-    : tileWidth_(tileWidth), tileHeight_(tileHeight) {
+    : m_tileWidth(tileWidth), m_tileHeight(tileHeight) {
     const size_t rows = (tiles + kColumns - 1) / kColumns;
-    sheet_.width = static_cast<uint32_t>(kColumns * (tileWidth + kGap) + kGap);
-    sheet_.height = static_cast<uint32_t>(rows * (tileHeight + kLabelHeight + kGap) + kGap);
-    sheet_.channels = 3;
-    sheet_.bytes.assign(sheet_.RowBytes() * sheet_.height, kBackground);
+    m_sheet.width = static_cast<uint32_t>(kColumns * (tileWidth + kGap) + kGap);
+    m_sheet.height = static_cast<uint32_t>(rows * (tileHeight + kLabelHeight + kGap) + kGap);
+    m_sheet.channels = 3;
+    m_sheet.bytes.assign(m_sheet.RowBytes() * m_sheet.height, kBackground);
 }
 
 void ContactSheet::Add(const Picture& tile, const std::string& label) {
-    const size_t left = kGap + added_ % kColumns * (tileWidth_ + kGap);
-    const size_t top = kGap + added_ / kColumns * (tileHeight_ + kLabelHeight + kGap);
-    ++added_;
+    const size_t left = kGap + m_added % kColumns * (m_tileWidth + kGap);
+    const size_t top = kGap + m_added / kColumns * (m_tileHeight + kLabelHeight + kGap);
+    ++m_added;
     DrawText(label, left, top, kTextScale, [&](size_t x, size_t y) {
-        if (x < std::min<size_t>(left + tileWidth_, sheet_.width) && y < sheet_.height) {
-            std::fill_n(sheet_.Row(y) + 3 * x, 3, kInk);
+        if (x < std::min<size_t>(left + m_tileWidth, m_sheet.width) && y < m_sheet.height) {
+            std::fill_n(m_sheet.Row(y) + 3 * x, 3, kInk);
         }
     });
-    const size_t rows = std::min<size_t>(tile.height, tileHeight_);
-    const size_t bytes = size_t{3} * std::min(tile.width, tileWidth_);
+    const size_t rows = std::min<size_t>(tile.height, m_tileHeight);
+    const size_t bytes = size_t{3} * std::min(tile.width, m_tileWidth);
     for (size_t y = 0; y < rows; ++y) {
-        std::copy_n(tile.Row(y), bytes, sheet_.Row(top + kLabelHeight + y) + 3 * left);
+        std::copy_n(tile.Row(y), bytes, m_sheet.Row(top + kLabelHeight + y) + 3 * left);
     }
 }
 

@@ -20,13 +20,13 @@ class ContactSheet {
     /// A picture of three channels, cut to the tile; an empty one leaves the tile dark.
     void Add(const Picture& tile, const std::string& label);
 
-    const Picture& Sheet() const { return sheet_; }
+    const Picture& Sheet() const { return m_sheet; }
 
   private:
-    uint32_t tileWidth_;
-    uint32_t tileHeight_;
-    size_t added_ = 0;
-    Picture sheet_;
+    uint32_t m_tileWidth;
+    uint32_t m_tileHeight;
+    size_t m_added = 0;
+    Picture m_sheet;
 };
 
 }  // namespace VexaTool

@@ -15,19 +15,19 @@ namespace {
 /// Collects samples of one depth.
 class SampleWriter {
   public:
-    SampleWriter(uint32_t depth, size_t samples) : depth_(depth) { bytes_.reserve(samples * (depth > 8 ? 2 : 1)); }
+    SampleWriter(uint32_t depth, size_t samples) : m_depth(depth) { m_bytes.reserve(samples * (depth > 8 ? 2 : 1)); }
     void Put(uint16_t value) {
-        const uint32_t sample = uint32_t{value} >> (16 - depth_);
-        bytes_.push_back(static_cast<uint8_t>(sample));
-        if (depth_ > 8) {
-            bytes_.push_back(static_cast<uint8_t>(sample >> 8));
+        const uint32_t sample = uint32_t{value} >> (16 - m_depth);
+        m_bytes.push_back(static_cast<uint8_t>(sample));
+        if (m_depth > 8) {
+            m_bytes.push_back(static_cast<uint8_t>(sample >> 8));
         }
     }
-    std::vector<uint8_t> Take() { return std::move(bytes_); }
+    std::vector<uint8_t> Take() { return std::move(m_bytes); }
 
   private:
-    uint32_t depth_;
-    std::vector<uint8_t> bytes_;
+    uint32_t m_depth;
+    std::vector<uint8_t> m_bytes;
 };
 
 uint16_t Luma(const Rgb16& p) {

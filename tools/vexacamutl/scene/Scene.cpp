@@ -38,7 +38,7 @@ Rgb16 Grey(double brightness) {
 }  // namespace
 
 Scene::Scene(uint32_t width, uint32_t height, uint64_t frame)
-    : width_(width), height_(height), pixels_(size_t{width} * height) {
+    : m_width(width), m_height(height), m_pixels(size_t{width} * height) {
     const size_t w = width;
     const size_t h = height;
     Fill({0, 0, w, h}, [h](size_t, size_t y) {
@@ -60,7 +60,7 @@ template <class Colour>
 void Scene::Fill(const Box& box, Colour colour) {
     for (size_t y = 0; y < box.height; ++y) {
         for (size_t x = 0; x < box.width; ++x) {
-            pixels_[(box.top + y) * width_ + box.left + x] = colour(x, y);
+            m_pixels[(box.top + y) * m_width + box.left + x] = colour(x, y);
         }
     }
 }
@@ -96,7 +96,7 @@ void Scene::DrawDisc(const Box& box, uint64_t frame) {
     for (size_t y = 0; y < box.height; ++y) {
         for (size_t x = 0; x < box.width; ++x) {
             if (std::hypot(static_cast<double>(x) - x0, static_cast<double>(y) - y0) < size * 0.07) {
-                pixels_[(box.top + y) * width_ + box.left + x] = kOrange;
+                m_pixels[(box.top + y) * m_width + box.left + x] = kOrange;
             }
         }
     }
@@ -110,7 +110,7 @@ void Scene::DrawLettering(const Box& box, Rgb16 paper, Rgb16 ink) {
         for (size_t left = 4; left < box.width; left += kText.size() * Glyph::kAdvance * scale) {
             DrawText(kText, left, top, scale, [&](size_t x, size_t y) {
                 if (x < box.width && y < box.height) {
-                    pixels_[(box.top + y) * width_ + box.left + x] = ink;
+                    m_pixels[(box.top + y) * m_width + box.left + x] = ink;
                 }
             });
         }

@@ -37,9 +37,9 @@ extern const Rgb8 kPatches[kPatchRows][kPatchColumns];
 class Scene {
   public:
     Scene(uint32_t width, uint32_t height, uint64_t frame);
-    uint32_t Width() const { return width_; }
-    uint32_t Height() const { return height_; }
-    const Rgb16& At(size_t x, size_t y) const { return pixels_[y * width_ + x]; }
+    uint32_t Width() const { return m_width; }
+    uint32_t Height() const { return m_height; }
+    const Rgb16& At(size_t x, size_t y) const { return m_pixels[y * m_width + x]; }
 
   private:
     struct Box {
@@ -54,9 +54,9 @@ class Scene {
     void DrawLines(const Box& box);
     void DrawRamp(const Box& box);
 
-    uint32_t width_;
-    uint32_t height_;
-    std::vector<Rgb16> pixels_;
+    uint32_t m_width;
+    uint32_t m_height;
+    std::vector<Rgb16> m_pixels;
 };
 
 /// The frame that a camera of this shape would give of the scene (tight; packed layouts included).
