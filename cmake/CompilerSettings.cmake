@@ -28,10 +28,11 @@ if(NOT CMAKE_CXX_FLAGS MATCHES "(^| )-O")
 endif()
 
 # What Debian's packages are hardened with (dpkg-buildflags, and its hardening=+all), where the compiler knows it. The
-# sanitizers replace the functions that _FORTIFY_SOURCE would check, and that needs an optimised build.
+# sanitizers replace the functions that _FORTIFY_SOURCE would check, and that needs an optimised build. WebAssembly keeps its stack of calls
+# out of memory.
 set(vexa_hardening)
 set(vexa_hardening_link)
-if(NOT VEXACAMUTL_SANITIZE)
+if(NOT VEXACAMUTL_SANITIZE AND NOT EMSCRIPTEN)
   foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection)
     string(MAKE_C_IDENTIFIER "VEXACAMUTL_HAS${flag}" known)
     # An error where the flag is for another processor; clang only warns.
@@ -53,6 +54,8 @@ function(vexa_compile_settings target)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF C_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wconversion -Wshadow -Wformat-security
+    # Addresses of 32 bits: sizes are computed with 64 and compared with a buffer's length before they become addresses.
+    $<$<BOOL:${EMSCRIPTEN}>:-Wno-shorten-64-to-32> $<$<BOOL:${EMSCRIPTEN}>:-Wno-sign-conversion>
     $<$<BOOL:${VEXACAMUTL_WARNINGS_AS_ERRORS}>:-Werror>
     # Some results hang on a product being rounded before it is added; FMA would round once.
     -ffp-contract=off

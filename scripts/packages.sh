@@ -29,10 +29,12 @@ PACKAGES_ABI=(abigail-tools valgrind)
 PACKAGES_RELEASE=(git minisign python3)
 PACKAGES_COVERAGE=(gcovr python3-coverage)
 PACKAGES_MUTATE=(python3-clang-14 qemu-user)
+PACKAGES_VIEWER=(emscripten nodejs esbuild chromium chromium-driver python3 python3-numpy python3-pytest
+    python3-selenium)
 PACKAGES_PROOFS=(python3 python3-pytest python3-z3)
 
-# Installs, with apt-get, the packages of the named groups that are not there yet; asks for nothing otherwise.
-require_packages() {
+# Prints which packages of the named groups are not installed, in one line.
+missing_packages() {
     local group package missing=()
     for group in "$@"; do
         local -n packages="PACKAGES_$group"
@@ -42,6 +44,13 @@ require_packages() {
             fi
         done
     done
+    echo "${missing[*]}"
+}
+
+# Installs, with apt-get, the packages of the named groups that are not there yet; asks for nothing otherwise.
+require_packages() {
+    local missing
+    read -ra missing <<<"$(missing_packages "$@")"
     if ((${#missing[@]} == 0)); then
         return 0
     fi

@@ -86,6 +86,8 @@ extern const FrameKernels kAvx2FrameKernels;    ///< AVX2
 extern const FrameKernels kAvx512FrameKernels;  ///< AVX-512 F, BW, VL, DQ and VBMI
 #elif defined(__aarch64__)
 extern const FrameKernels kNeonFrameKernels;
+#elif defined(__wasm__)
+extern const FrameKernels kWasmFrameKernels;
 #endif
 
 /// The kernels in use. Tests replace them.

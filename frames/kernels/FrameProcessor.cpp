@@ -19,6 +19,8 @@ constexpr const FrameKernels* kLadder[] = {
     &kAvx512FrameKernels,
 #elif defined(__aarch64__)
     &kNeonFrameKernels,
+#elif defined(__wasm__)
+    &kWasmFrameKernels,
 #endif
 };
 
@@ -54,6 +56,10 @@ bool CanRunFrameKernels(const FrameKernels& kernels) {
 #elif defined(__aarch64__)
     if (&kernels == &kNeonFrameKernels) {
         return true;  // part of the architecture
+    }
+#elif defined(__wasm__)
+    if (&kernels == &kWasmFrameKernels) {
+        return true;  // a module with vector instructions is refused as a whole where they are missing
     }
 #endif
     return &kernels == &kScalarFrameKernels;

@@ -63,7 +63,8 @@ class DefaultFloatEnvironment {
 
 #else
 
-/// The scalar kernels, which serve here, compute with whole numbers only.
+/// WebAssembly has only the default environment. Elsewhere the scalar kernels serve, which compute with whole numbers
+/// only.
 class DefaultFloatEnvironment {
   public:
     DefaultFloatEnvironment() {}

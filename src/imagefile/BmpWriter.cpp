@@ -125,8 +125,7 @@ constexpr size_t kBlockBytes = 65536;
 /// their first and last page of the file twice.
 class BlockWriter {
   public:
-    explicit BlockWriter(std::ofstream& file)
-        : m_file(file), m_block(std::make_unique_for_overwrite<char[]>(kBlockBytes)) {}
+    explicit BlockWriter(std::ofstream& file) : m_file(file), m_block(new char[kBlockBytes]) {}
 
     void Append(const void* bytes, size_t count) {
         const uint8_t* from = Bytes(bytes);

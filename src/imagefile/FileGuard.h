@@ -18,8 +18,10 @@ template <class Work>
 __attribute__((no_sanitize("undefined"))) UtlStatus GuardedFileWork(UtlStatus statusOnException, Work work) {
     try {
         return work();
+#if defined(__GLIBCXX__)  // elsewhere nothing unwinds but exceptions
     } catch (const abi::__forced_unwind&) {
         throw;
+#endif
     } catch (...) {
         return statusOnException;
     }

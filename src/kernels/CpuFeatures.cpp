@@ -46,6 +46,12 @@ constinit const std::array<const KernelTable*, 4> kTables = {&kScalarTable, &kSs
 constinit const std::array<Rung, 2> kLadder = {{{&kScalarTable, {}}, {&kNeonTable, {}}}};
 constinit const std::array<const KernelTable*, 2> kTables = {&kScalarTable, &kNeonTable};
 
+#elif defined(__wasm__)
+
+// A module with vector instructions is refused as a whole where they are missing.
+constinit const std::array<Rung, 2> kLadder = {{{&kScalarTable, {}}, {&kWasmTable, {}}}};
+constinit const std::array<const KernelTable*, 2> kTables = {&kScalarTable, &kWasmTable};
+
 #else
 
 constinit const std::array<Rung, 1> kLadder = {{{&kScalarTable, {}}}};

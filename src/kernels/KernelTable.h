@@ -125,6 +125,8 @@ extern const KernelTable kAvx2Table;    ///< AVX2
 extern const KernelTable kAvx512Table;  ///< AVX-512 F, BW, VL, DQ and VBMI
 #elif defined(__aarch64__)
 extern const KernelTable kNeonTable;
+#elif defined(__wasm__)
+extern const KernelTable kWasmTable;
 #endif
 
 }  // namespace Vexa::Kernels

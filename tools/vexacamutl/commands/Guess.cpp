@@ -16,13 +16,13 @@
 #include <VexaCamFrames.h>
 
 #include <algorithm>
-#include <cinttypes>
 #include <cstdio>
 #include <memory>
 
 #include "Failure.h"
 #include "Options.h"
 #include "commands/Commands.h"
+#include "commands/GuessJson.h"
 #include "commands/ResultOptions.h"
 #include "input/FrameSource.h"
 #include "output/FrameEncoder.h"
@@ -185,23 +185,6 @@ void PrintRanking(const std::vector<Guess>& guesses) {
     }
 }
 
-void PrintJson(const std::vector<Guess>& guesses) {
-    std::printf("[");
-    for (size_t i = 0; i < guesses.size(); ++i) {
-        const Guess& guess = guesses[i];
-        std::printf("%s\n  {\"format\": %s, \"width\": %u, \"height\": %u, \"stride\": %" PRIu64
-                    ", \"offset\": %" PRIu64 ", \"shift\": %u, \"frames\": %" PRIu64 ", \"rest\": %" PRIu64
-                    ", \"bitsPerByte\": %.4f, \"score\": %.4f, \"evidence\": [",
-                    i > 0 ? "," : "", JsonString(guess.format).c_str(), guess.width, guess.height, guess.stride,
-                    guess.offset, guess.shift, guess.frames, guess.rest, guess.bitsPerByte, guess.score);
-        for (size_t j = 0; j < guess.evidence.size(); ++j) {
-            std::printf("%s%s", j > 0 ? ", " : "", JsonString(guess.evidence[j]).c_str());
-        }
-        std::printf("]}");
-    }
-    std::printf("\n]\n");
-}
-
 /// The first frame in that layout, or an empty picture where the file holds less than one.
 Picture FirstFrame(const Guess& guess, Bytes file) {
     VcfLayout layout;
@@ -252,7 +235,7 @@ void RunRanking(const Arguments& arguments) {
         guess.offset += arguments.offset;
     }
     if (arguments.json) {
-        PrintJson(guesses);
+        std::printf("%s\n", JsonOf(guesses).c_str());
     } else {
         PrintRanking(guesses);
     }

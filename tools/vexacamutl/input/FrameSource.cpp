@@ -13,13 +13,12 @@
 #include <filesystem>
 
 #include "Failure.h"
+#include "formats/RwhHeader.h"
 #include "input/Sidecar.h"
 
 namespace VexaTool {
 
 namespace {
-
-constexpr uint64_t kRwhHeaderBytes = 16;
 
 Failure CannotRead(const std::string& path) {
     return {ExitCode::kInput, "cannot read " + (path == "-" ? "standard input" : path) + ": " + SystemMessage()};
@@ -51,28 +50,14 @@ int OpenRegularFile(const std::string& path, struct stat& status) {
 }
 
 RawShape ShapeOfRwh(const std::string& path) {
-    PixelFormat code = 0;
-    RawShape shape;
-    uint32_t rowSize = 0;
+    RwhHeader header;
     struct stat status = {};
     close(OpenRegularFile(path, status));  // for the system's own words when it cannot be
-    if (LoadRWH(path.c_str(), nullptr, &code, &shape.width, &shape.height, &rowSize) != UTL_STS_SUCCESS) {
+    if (LoadRWH(path.c_str(), nullptr, &header.code, &header.width, &header.height, &header.rowBytes) !=
+        UTL_STS_SUCCESS) {
         throw Failure(ExitCode::kInput, "cannot read " + path);
     }
-    shape.format = FindFormat(code);
-    if (shape.format == nullptr) {
-        throw Failure(ExitCode::kInput, path + ": the header holds no known pixel format (" + HexCode(code) + ")");
-    }
-    if (uint64_t{rowSize} != uint64_t{shape.width} * BitPerPixel(code) / 8) {
-        throw Failure(ExitCode::kInput, path + ": the header says " + shape.Text() + ", but rows of " +
-                                            std::to_string(rowSize) + " bytes");
-    }
-    // Rows of an RWH file end at whole bytes, rounded down; only where nothing is lost is that the frame itself.
-    if ((shape.Pixels() * BitPerPixel(code) + 7) / 8 != size_t{rowSize} * shape.height) {
-        throw Failure(ExitCode::kInput, path + ": rows of " + shape.Text() + " do not end at whole bytes");
-    }
-    shape.offset = kRwhHeaderBytes;
-    return shape;
+    return ShapeOfRwhHeader(header, path);
 }
 
 RawShape ShapeOfRaw(const std::string& path, const InputOptions& options) {

@@ -147,20 +147,24 @@ std::optional<std::string> ReadSideFile(const std::string& path) {
     return text;
 }
 
+RawShape ParseSidecar(const std::string& text, const std::string& name) {
+    const Lines lines = LinesOf(text);
+    RawShape shape;
+    shape.format = &ReadFormat(lines, name);
+    shape.width = ReadNumber<uint32_t>(lines, "width", name, true);
+    shape.height = ReadNumber<uint32_t>(lines, "height", name, true);
+    shape.stride = ReadNumber<uint64_t>(lines, "stride", name, false);
+    shape.offset = ReadNumber<uint64_t>(lines, "offset", name, false);
+    return shape;
+}
+
 std::optional<RawShape> ReadSidecar(const std::string& rawPath) {
     for (const std::string& path : SidecarPaths(rawPath)) {
         const std::optional<std::string> text = ReadSideFile(path);
         if (!text) {
             continue;
         }
-        const Lines lines = LinesOf(*text);
-        RawShape shape;
-        shape.format = &ReadFormat(lines, path);
-        shape.width = ReadNumber<uint32_t>(lines, "width", path, true);
-        shape.height = ReadNumber<uint32_t>(lines, "height", path, true);
-        shape.stride = ReadNumber<uint64_t>(lines, "stride", path, false);
-        shape.offset = ReadNumber<uint64_t>(lines, "offset", path, false);
-        return shape;
+        return ParseSidecar(*text, path);
     }
     return std::nullopt;
 }

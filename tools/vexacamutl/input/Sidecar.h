@@ -18,6 +18,9 @@
 
 namespace VexaTool {
 
+/// What a sidecar's text says; a Failure when it does not name format, width and height. `name` is for the message.
+RawShape ParseSidecar(const std::string& text, const std::string& name);
+
 /// Nothing when there is no sidecar; a Failure when it does not name format, width and height.
 std::optional<RawShape> ReadSidecar(const std::string& rawPath);
 
