@@ -40,10 +40,10 @@ def kernels_of(converter: str) -> list[tuple[list[str], float]]:
     if match is None:
         return []
     source, (layout, pixel) = match[1], LAYOUTS[match[2]]
-    if match[3]:
+    if match[3] and source == "ByrGR8":
         return [(["AcpiGreen<false>", "AcpiGreen<true>"], 4),
                 ([f"AcpiColour<1, {layout}, false>", f"AcpiColour<2, {layout}, false>"], pixel)]
-    if source in ("ByrGR8", "ByrGR12"):
+    if source in ("ByrGR8", "ByrGR12") and not match[3]:
         kernel = "Bayer8" if source == "ByrGR8" else "BayerN"
         return [([f"{kernel}<0, 1, {layout}>", f"{kernel}<0, 2, {layout}>"], pixel)]
     names = {"Mono8": f"Mono8<{layout}>", "Mono12": f"MonoN<{layout}>", "RGB8P": f"PackedColour8<0, {layout}>",
