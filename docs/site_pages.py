@@ -19,13 +19,16 @@ import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-ON_SITE = {"README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md", "examples/README.md",
+HEADERS = {f"include/{name}" for name in ("VexaCamUtl.h", "VexaCamFrames.h", "VexaCamFrames.hpp")}
+ON_SITE = {"README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md", "examples/README.md", *HEADERS,
            *(f"docs/{page.name}" for page in (ROOT / "docs").glob("*.md"))}
 LINK = re.compile(r"(?P<image>!?)\[(?P<text>[^\]]*)\]\((?P<target>[^)#\s:]+)(?P<anchor>#[^)\s]*)?\)")
 
 
 def name_of(path):
-    """What Doxygen calls a page."""
+    """What Doxygen calls a page or a header."""
+    if path in HEADERS:
+        return os.path.basename(path)
     return "index" if path == "README.md" else path.removesuffix(".md").replace("/", "-")
 
 

@@ -323,6 +323,13 @@ size_t DistanceFrom(const char* name, const VcfFormat& format) {
     return nearest;
 }
 
+/// Names further away than this are not meant: half of the letters, at least one, at most four.
+size_t LargestDistance(const char* name) {
+    char letters[kLongestName];
+    const size_t half = Spell(Letters(name), letters) / 2;
+    return half == 0 ? 1 : LeastOf(half, 4);
+}
+
 }  // namespace
 
 }  // namespace VexaFrames
@@ -366,7 +373,8 @@ VcfStatus VcfNearestNames(const char* name, char* text, size_t text_bytes) {
         return VCF_INVALID_ARGUMENT;
     }
     const VcfFormat* nearest[3] = {};
-    size_t distances[3] = {SIZE_MAX, SIZE_MAX, SIZE_MAX};
+    const size_t tooFar = LargestDistance(name) + 1;
+    size_t distances[3] = {tooFar, tooFar, tooFar};
     for (const VcfFormat& row : kFormats) {
         const size_t distance = DistanceFrom(name, row);
         size_t place = 3;
@@ -382,7 +390,17 @@ VcfStatus VcfNearestNames(const char* name, char* text, size_t text_bytes) {
             nearest[place] = &row;
         }
     }
-    return Text{text, text_bytes}.Say(VCF_OK, "%s, %s or %s", nearest[0]->name, nearest[1]->name, nearest[2]->name);
+    const Text names{text, text_bytes};
+    if (nearest[0] == nullptr) {
+        return names.Ok();
+    }
+    if (nearest[1] == nullptr) {
+        return names.Say(VCF_OK, "%s", nearest[0]->name);
+    }
+    if (nearest[2] == nullptr) {
+        return names.Say(VCF_OK, "%s or %s", nearest[0]->name, nearest[1]->name);
+    }
+    return names.Say(VCF_OK, "%s, %s or %s", nearest[0]->name, nearest[1]->name, nearest[2]->name);
 }
 
 PixelFormat VexaFrames::WithPhase(PixelFormat format, uint32_t phase) {

@@ -322,9 +322,11 @@ VEXACAMUTL_API const VcfFormat* VcfFindFormat(PixelFormat format);
 VEXACAMUTL_API PixelFormat VcfFormatNamed(const char* name);
 
 /**
- * The three names nearest to a misspelt one, for example "BayerRG8, RGB8 or
- * Mono8" for "rg8": names that contain it (three letters or more) first, then
- * those with a spelling that the fewest letters separate from it.
+ * Up to three names nearest to a misspelt one, for example "BayerRG8 or RGB8"
+ * for "rg8": names that contain it (three letters or more) first, then those
+ * with a spelling that the fewest letters separate from it. Names that differ
+ * in more than half of its letters (at most four) are left out; the text is
+ * empty if no name is near.
  *
  * @return VCF_OK; VCF_INVALID_ARGUMENT for a null name or no room
  */

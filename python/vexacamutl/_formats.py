@@ -79,9 +79,10 @@ def _hint(wrong: str) -> str:
     try:
         from ._frames import nearest_names  # which imports this module
 
-        return f"did you mean {nearest_names(wrong)}?"
+        names = nearest_names(wrong)
+        return f"; did you mean {names}?" if names else ""
     except ImportError:
-        return "PixelFormat has the names of the library's formats"
+        return "; PixelFormat has the names of the library's formats"
 
 
 def _code_of_name(text: str) -> int:
@@ -94,7 +95,7 @@ def _code_of_name(text: str) -> int:
         return integer(code, "a pixel format")
     if row is not None:
         return row.code
-    raise UnsupportedFormatError(f"unknown pixel format {text!r}; {_hint(text)}")
+    raise UnsupportedFormatError(f"unknown pixel format {text!r}{_hint(text)}")
 
 
 def format_code(format: FormatLike) -> int:
@@ -130,7 +131,7 @@ def pixel_format(format: FormatLike) -> PixelFormat:
     'BayerRG8'
     >>> vcu.pixel_format("rg8")
     Traceback (most recent call last):
-    vexacamutl._formats.UnsupportedFormatError: unknown pixel format 'rg8'; did you mean BayerRG8, RGB8 or Mono8?
+    vexacamutl._formats.UnsupportedFormatError: unknown pixel format 'rg8'; did you mean BayerRG8 or RGB8?
     """
     code = format_code(format)
     try:

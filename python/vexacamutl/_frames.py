@@ -191,7 +191,7 @@ def format_row(format: FormatLike) -> FormatRow:
 
 
 def nearest_names(wrong: str) -> str:
-    """The names nearest to a misspelt one, listed for a sentence."""
+    """The names nearest to a misspelt one, listed for a sentence; empty if none is near."""
     text = ctypes.create_string_buffer(_TEXT_BYTES)
     library().VcfNearestNames(normalised(wrong).encode("ascii"), text, _TEXT_BYTES)
     return text.value.decode("ascii")

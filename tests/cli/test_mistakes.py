@@ -28,7 +28,9 @@ MISTAKES = {
                         "unknown pixel format 'BayreRG8'; did you mean BayerRG8, BayerGR8 or BayerGB8? "
                         "(see: vexacamutl formats)"),
     "part of a format": (2, ["convert", "-f", "rg8", "-s", "8x6", "in.raw", "out.png"],
-                         "unknown pixel format 'rg8'; did you mean BayerRG8, RGB8 or Mono8? (see: vexacamutl formats)"),
+                         "unknown pixel format 'rg8'; did you mean BayerRG8 or RGB8? (see: vexacamutl formats)"),
+    "no format at all": (2, ["convert", "-f", "jpeg", "-s", "8x6", "in.raw", "out.png"],
+                         "unknown pixel format 'jpeg' (see: vexacamutl formats)"),
     "misspelt alias": (2, ["convert", "-f", "uyvy42", "-s", "8x6", "in.raw", "out.png"],
                        "unknown pixel format 'uyvy42'; did you mean YUV422_8_UYVY, YUV411_8_UYYVYY or YUV422_8? "
                        "(see: vexacamutl formats)"),
@@ -58,7 +60,7 @@ MISTAKES = {
                       "cannot read none.raw: No such file or directory"),
     "missing input of unknown layout": (3, ["convert", "none.raw", "out.png"],
                                         "cannot read none.raw: No such file or directory"),
-    "folder of unknown layout": (3, ["info", "folder"], "cannot read folder: Is a directory"),
+    "folder without frames": (3, ["info", "folder"], "folder: no raw frames (*.raw, *.bin, *.rwh) in this folder"),
     "input of unknown layout": (2, ["convert", "in.raw", "out.png"],
                                 "in.raw: give --format and --size (there is no in.txt)"),
     "empty input": (3, ["convert", *SHAPE, "empty.raw", "out.png"],

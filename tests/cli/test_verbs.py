@@ -380,8 +380,7 @@ def test_bench_of_some(tool):
     lines = tool.good("bench", "-s", "16x8", "--seconds", 0, "YUV411", "ByrRG8ToBGRA").decode().splitlines()
     assert lines[0] == "converter                  Mpixel/s     GB/s  of copy   (16x8, one thread)"
     assert [line.split()[0] for line in lines[1:]] == [
-        "ConvYUV411PToBGRA", "ConvByrRG8ToBGRA", "ConvByrRG8ToBGRAACPI", "ConvYUV411PToBGR",
-        "ConvByrRG8ToBGRACPI"]
+        "ConvYUV411PToBGRA", "ConvYUV411PToBGR", "ConvByrRG8ToBGRA", "ConvByrRG8ToBGRAACPI", "ConvByrRG8ToBGRACPI"]
 
 
 def test_help_and_version(tool):

@@ -32,7 +32,10 @@ TEST(CppFormat, IsFoundByNameOrCode) {
     const vcf::Status unknown = Thrown([] { vcf::Format::Named("Mono9"); });
     EXPECT_EQ(unknown.Code(), VCF_UNKNOWN_FORMAT);
     EXPECT_THAT(unknown.Text(), HasSubstr("did you mean Mono8"));
-    EXPECT_EQ(Thrown([] { vcf::Format::OfCode(9); }).Code(), VCF_UNKNOWN_FORMAT);
+    EXPECT_EQ(Thrown([] { vcf::Format::Named("jpeg"); }).Text(), "unknown pixel format 'jpeg'");
+    const vcf::Status noCode = Thrown([] { vcf::Format::OfCode(0x010800AB); });
+    EXPECT_EQ(noCode.Code(), VCF_UNKNOWN_FORMAT);
+    EXPECT_EQ(noCode.Text(), "no known pixel format has the code 0x010800AB");
     EXPECT_EQ(vcf::Format::Named("BayerRG8").AfterRegion(1, 0), vcf::Format::Named("BayerGR8"));
     static_assert(!std::is_convertible_v<uint32_t, vcf::Format>, "a number is not a format");
 }
@@ -64,6 +67,9 @@ TEST(CppConverter, ConvertsAndRefuses) {
     vcf::Converter tall(vcf::Layout(vcf::Format::Named("Mono8"), 2, 3), vcf::Output::kBgr);
     const size_t wrapping = size_t{1} << 63;  // 2 strides and a row are 6 bytes in 64 bits
     EXPECT_EQ(tall.TryConvert(frame, picture, wrapping).Code(), VCF_BAD_STRIDE);
+    EXPECT_EQ(tall.PictureBytes(wrapping), SIZE_MAX);
+    EXPECT_EQ(tall.PictureBytes((SIZE_MAX - 6) / 2), SIZE_MAX - 1);
+    EXPECT_EQ(tall.PictureBytes((SIZE_MAX - 6) / 2 + 1), SIZE_MAX);
     EXPECT_EQ(Thrown([&] { converter.Convert(std::span(frame).first(0), picture); }).Code(), VCF_TOO_SHORT);
     EXPECT_EQ(Thrown([&] { converter.ConvertRows(frame, picture, 0, 1, 2); }).Code(), VCF_BAD_REGION);
 

@@ -45,9 +45,10 @@ def test_ways_to_name_a_format(same):
     "value, text",
     [
         ("BayerGR9", "did you mean BayerGR8"),
-        ("rg8", "did you mean BayerRG8, RGB8 or "),
+        ("rg8", "did you mean BayerRG8 or RGB8[?]"),
+        ("jpeg", "unknown pixel format 'jpeg'$"),
         ("rg12", "did you mean BayerRG12, BayerRG12p or BayerRG12Packed[?]"),
-        ("mnoo8", "did you mean Mono8, "),
+        ("mnoo8", "did you mean Mono8[?]"),
         ("BayerRG12p", "BayerRG12p is not served by this call: unpack it first, or convert it with to_bgr"),
         ("mono_10_packed", "Mono10Packed is not served by this call"),
         (0x010C0059, "BayerRG12p is not served by this call"),

@@ -38,10 +38,10 @@ std::vector<FormatInfo> ReadTable() {
     return formats;
 }
 
-std::string NearestNames(const std::string& wrong) {
+std::string ProposalFor(const std::string& wrong) {
     char names[VCF_TEXT_BYTES] = "";
     static_cast<void>(VcfNearestNames(wrong.c_str(), names, sizeof names));
-    return names;
+    return names[0] == '\0' ? "" : std::string("; did you mean ") + names + "?";
 }
 
 }  // namespace
@@ -59,8 +59,8 @@ const FormatInfo& FormatNamed(std::string_view text) {
     if (name.starts_with("0x") || name.starts_with("0X")) {
         throw Failure(ExitCode::kUsage, "no known pixel format has the code " + name + " (see: vexacamutl formats)");
     }
-    throw Failure(ExitCode::kUsage, "unknown pixel format '" + name + "'; did you mean " + NearestNames(name) +
-                                        "? (see: vexacamutl formats)");
+    throw Failure(ExitCode::kUsage,
+                  "unknown pixel format '" + name + "'" + ProposalFor(name) + " (see: vexacamutl formats)");
 }
 
 const FormatInfo* FindFormat(PixelFormat code) {
