@@ -5,46 +5,52 @@
 
     viewer/assemble.py ENGINE.wasm OUTPUT.html
 
-The script is src/main.js and all that it imports, bundled by esbuild; the engine is base64 in it. The page's own policy
-forbids it every connection, so nothing in it can load from or send to anywhere.
+The script is src/main.js and all that it imports, bundled by esbuild; the engine is base64 beside it. The page's own
+policy forbids every connection and every script and style but those of the file, known by their digests.
 """
 import argparse
 import base64
+import hashlib
 import pathlib
 import subprocess
 
 HERE = pathlib.Path(__file__).resolve().parent
 
-POLICY = "default-src 'none'; script-src 'unsafe-inline' 'wasm-unsafe-eval' blob:; worker-src blob:; " \
-    "style-src 'unsafe-inline'; img-src blob: data:; base-uri 'none'; form-action 'none'"
-
-PAGE = """<!DOCTYPE html>
-<!-- SPDX-License-Identifier: MIT; Copyright (c) the Vexa camera utility library authors -->
-<html lang="en">
-<head>
-<meta charset="utf-8">
-<meta http-equiv="Content-Security-Policy" content="{policy}">
-<meta name="viewport" content="width=device-width, initial-scale=1">
-<title>Raw frame viewer</title>
-<style>{style}</style>
-</head>
-<body>{body}
-<script type="application/wasm" id="engine">{engine}</script>
-<script>{script}</script>
-</body>
-</html>
-"""
-
 
 def bundled(entry):
     """The module and its imports as one classic script. A script element ends at the first "</script"."""
-    command = ["esbuild", str(entry), "--bundle", "--format=iife", "--target=es2022", "--charset=utf8"]
+    command = ["esbuild", str(entry), "--bundle", "--format=iife", "--target=es2022", "--legal-comments=none"]
     script = subprocess.run(command, check=True, capture_output=True, text=True).stdout
     return script.replace("</script", "<\\/script")
 
 
-def text_of(path):
-    return path.read_text(encoding="utf-8") if path.exists() else ""
+def digest(text):
+    return "'sha256-%s'" % base64.b64encode(hashlib.sha256(text.encode("utf-8")).digest()).decode("ascii")
+
+
+def policy(style, script):
+    """The worker is the script once more, as a blob; img-src is for the icon."""
+    return "; ".join((
+        "default-src 'none'", "connect-src 'none'", "base-uri 'none'", "form-action 'none'", "worker-src blob:",
+        "img-src data:", "style-src " + digest(style), "script-src 'wasm-unsafe-eval' " + digest(script)))
+
+
+def assembled(engine):
+    style = (HERE / "viewer.css").read_text(encoding="utf-8")
+    script = bundled(HERE / "src" / "main.js")
+    parts = {
+        "policy": '<meta http-equiv="Content-Security-Policy" content="%s">' % policy(style, script),
+        "style": "<style>%s</style>" % style,
+        "engine": '<script type="application/wasm" id="engine-bytes">%s</script>' % base64.b64encode(engine).decode("ascii"),
+        "program": '<script id="program">%s</script>' % script,
+    }
+    page = (HERE / "viewer.html").read_text(encoding="utf-8")
+    for name, text in parts.items():
+        before, mark, after = page.partition("<!-- %s -->" % name)
+        if not mark:
+            raise SystemExit("viewer.html has no place for: " + name)
+        page = before + text + after
+    return page
 
 
 def main():
@@ -52,13 +58,7 @@ def main():
     parser.add_argument("engine", type=pathlib.Path)
     parser.add_argument("output", type=pathlib.Path)
     arguments = parser.parse_args()
-    page = PAGE.format(
-        policy=POLICY,
-        style=text_of(HERE / "viewer.css"),
-        body=text_of(HERE / "viewer.html"),
-        engine=base64.b64encode(arguments.engine.read_bytes()).decode("ascii"),
-        script=bundled(HERE / "src" / "main.js"))
-    arguments.output.write_text(page, encoding="utf-8")
+    arguments.output.write_text(assembled(arguments.engine.read_bytes()), encoding="utf-8")
 
 
 if __name__ == "__main__":

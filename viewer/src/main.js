@@ -1,13 +1,44 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The page's first step: the engine out of the page itself.
+// Where the script begins: in the page it starts the viewer, in a worker it waits for jobs. Both are the same text.
 import { loadEngine } from './engine.js';
+import { describeKeys, listenToKeys } from './keys.js';
+import { listenToPointer, listenToTransfers } from './pointer.js';
+import { Viewer } from './viewer.js';
+import { Helper, runWorker } from './worker.js';
 
-/** The bytes of the engine, which the page holds as base64. */
-function engineBytes() {
-    const text = atob(document.getElementById('engine').textContent);
-    return Uint8Array.from(text, (character) => character.charCodeAt(0));
+function bytesOfBase64(text) {
+    const letters = atob(text.trim());
+    return Uint8Array.from(letters, (letter) => letter.charCodeAt(0));
 }
 
-globalThis.engineReady = loadEngine(engineBytes());
+async function start() {
+    performance.mark('viewer:start');
+    const wasm = bytesOfBase64(document.getElementById('engine-bytes').textContent);
+    const engine = await loadEngine(wasm);
+    const helper = new Helper(document.getElementById('program').textContent, wasm);
+    const painter = new URLSearchParams(location.search).get('painter');
+    const viewer = new Viewer(engine, helper, { painter });
+    listenToKeys(viewer);
+    listenToPointer(viewer);
+    listenToTransfers(viewer);
+    describeKeys(document.getElementById('help-keys'), viewer);
+    addEventListener('hashchange', () => viewer.readAddress());
+    new ResizeObserver(() => viewer.require(1)).observe(document.getElementById('stage'));
+    const how = `${engine.simd ? 'WebAssembly SIMD' : 'WebAssembly'}, ${viewer.stage.painter.name}`;
+    document.getElementById('engine').textContent = `${engine.version()}, ${how}`;
+    document.getElementById('status').textContent = 'Ready';
+    performance.measure('viewer:started', 'viewer:start');
+    window.viewer = viewer; // for tests and for the curious
+}
+
+if (typeof document === 'undefined') {
+    runWorker(self);
+} else {
+    start().catch((error) => {
+        document.documentElement.dataset.state = 'error';
+        document.getElementById('message').hidden = false;
+        document.getElementById('message-text').textContent = `The viewer cannot start: ${error.message}`;
+    });
+}

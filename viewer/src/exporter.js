@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// Writes what the viewer shows: pictures, sidecars, RWH files, commands.
+import { conversionOf, effective, layoutOf } from './conversion.js';
+import { copyText, exportName, pythonLines, rwhOf, save, shellCommand, sidecarText } from './exports.js';
+import { count } from './layout.js';
+import { pngOf } from './png.js';
+
+export class Exporter {
+    constructor(viewer) {
+        this.viewer = viewer;
+    }
+
+    get settings() {
+        return effective(this.viewer.settings, this.viewer.format);
+    }
+
+    /** Whether there is a whole frame to export. */
+    get whole() {
+        return Boolean(this.viewer.sizes && this.viewer.source && this.viewer.fit.missing === 0);
+    }
+
+    commands() {
+        if (!this.whole) {
+            return null;
+        }
+        const { source, sizes, format } = this.viewer;
+        return {
+            shell: shellCommand(source, this.settings, format),
+            python: pythonLines(source, this.settings, format, sizes.frameBytes),
+        };
+    }
+
+    async saveAs(extension, make) {
+        if (!this.whole) {
+            this.viewer.panels.message('There is no whole frame to export.');
+            return;
+        }
+        const name = exportName(this.viewer.source, this.viewer.settings, extension);
+        try {
+            const blob = await this.viewer.during(make);
+            save(blob, name);
+            this.viewer.panels.exported(`${name}, ${count(blob.size, 'byte')}, handed to the browser.`);
+        } catch (error) {
+            this.viewer.panels.message(`${name}: ${error.message}`);
+        }
+    }
+
+    png() {
+        return this.saveAs('png', async () => {
+            const own = { format: this.viewer.settings.format, mode: this.viewer.settings.mode };
+            const picture = this.viewer.engine.convert(this.viewer.bytes, conversionOf(this.viewer.settings, this.viewer.format, own));
+            const grey = this.viewer.format.kind === 'mono' || (this.viewer.format.kind === 'bayer' && own.mode === 'grey');
+            return pngOf(picture, grey);
+        });
+    }
+
+    sidecar() {
+        return this.saveAs('txt', async () => {
+            if (this.viewer.settings.shift > 0) {
+                throw new Error('a sidecar cannot say that samples lie in the high bits; export RWH instead');
+            }
+            const text = sidecarText(this.viewer.source, this.viewer.settings, this.viewer.format, this.viewer.sizes.frameBytes);
+            return new Blob([text], { type: 'text/plain' });
+        });
+    }
+
+    rwh() {
+        return this.saveAs('rwh', async () => {
+            const { width, height } = this.viewer.settings;
+            const words = this.viewer.engine.samples(this.viewer.bytes, layoutOf(this.viewer.settings, this.viewer.format));
+            const unpacked = this.viewer.formats.get(this.viewer.format.unpacked);
+            const rowBytes = (width * unpacked.bitsPerPixel) / 8;
+            const rows = unpacked.depth > 8 ? words.slice() : Uint8Array.from(words);
+            if (rows.byteLength !== rowBytes * height) {
+                throw new Error('rows of this frame do not end at whole bytes, as RWH files need');
+            }
+            return rwhOf(unpacked.code, width, height, rowBytes, rows);
+        });
+    }
+
+    async copy(which) {
+        const text = this.commands()?.[which];
+        if (text) {
+            const done = await copyText(text);
+            this.viewer.panels.exported(done ? 'Copied.' : 'The browser does not allow copying; select the text.');
+        }
+    }
+}

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+// Copyright (c) the Vexa camera utility library authors
+//
+// The layouts that a file may have, the likeliest first, each with a small picture.
+import { conversionOf, layoutOf } from './conversion.js';
+import { count } from './layout.js';
+import { START } from './settings.js';
+
+const MOST = 6;
+const THUMBNAIL_SIDE = 168;
+
+export class Guesses {
+    constructor(viewer) {
+        this.viewer = viewer;
+        this.list = [];
+    }
+
+    async rank(apply = false) {
+        const { source } = this.viewer;
+        if (!source) {
+            return;
+        }
+        this.viewer.state(apply ? 'guessing' : this.viewer.root.dataset.state);
+        this.viewer.panels.guessState('Ranking layouts ...');
+        try {
+            const found = await this.viewer.during(() =>
+                this.viewer.helper.ask('guess', { file: source.file, offset: 0, most: MOST }),
+            );
+            if (found && this.viewer.source === source) {
+                this.take(found, apply);
+            }
+        } catch (error) {
+            if (this.viewer.source === source) {
+                this.viewer.panels.guessState(error.message);
+                this.viewer.fail(`${source.name}: ${error.message}`);
+            }
+        }
+    }
+
+    take({ guesses, explainsNothing }, apply) {
+        this.list = guesses;
+        this.viewer.panels.showGuesses();
+        if (guesses.length === 0) {
+            const text = `${count(this.viewer.source.bytes, 'byte')} are too few to guess from. Type the layout.`;
+            this.viewer.panels.guessState(text);
+            if (apply) {
+                this.viewer.fail(`${this.viewer.source.name}: ${text}`);
+                this.viewer.require(3);
+            }
+            return;
+        }
+        const unlikely = guesses[0].bitsPerByte >= explainsNothing;
+        this.viewer.panels.guessState(
+            unlikely ? 'No layout explains these bytes: compressed, encrypted or no picture.' : 'The likeliest first.',
+        );
+        if (apply) {
+            this.use(0);
+        }
+        this.askThumbnails();
+    }
+
+    use(index) {
+        const { format, width, height, stride, offset, shift } = this.list[index];
+        const view = this.viewer.viewFor({ width, height });
+        this.viewer.set({ format, width, height, stride, offset, shift, range: 'full', frame: 0, ...view });
+        this.viewer.require(3);
+    }
+
+    step(by) {
+        if (this.list.length > 0) {
+            const now = this.viewer.panels.guessInUse();
+            this.use((now + by + this.list.length) % this.list.length);
+        }
+    }
+
+    async askThumbnails() {
+        const { list } = this;
+        const { source } = this.viewer;
+        for (const [i, guess] of list.entries()) {
+            const format = this.viewer.formats.get(guess.format);
+            const settings = { ...START, ...guess, mode: 'bilinear', tone: format.kind === 'yuv' ? 'none' : 'srgb' };
+            try {
+                const { bytesNeeded } = this.viewer.engine.layout(layoutOf(settings, format));
+                const conversion = conversionOf(settings, format, { format: guess.format, mode: 'bilinear' });
+                const thumbnail = await this.viewer.during(() =>
+                    this.viewer.helper.ask(
+                        'thumbnail',
+                        { file: source.file, start: guess.offset, length: bytesNeeded, conversion, side: THUMBNAIL_SIDE },
+                        `thumbnail ${i}`,
+                    ),
+                );
+                if (this.viewer.source !== source || this.list !== list) {
+                    return;
+                }
+                this.viewer.panels.showThumbnail(i, thumbnail);
+            } catch (error) {
+                console.info(`no small picture of guess ${i + 1}: ${error.message}`);
+            }
+        }
+        this.viewer.root.dataset.guesses = String(list.length);
+    }
+}
