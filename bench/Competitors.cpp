@@ -84,7 +84,7 @@ void MeasureCase(const Case& it, const std::vector<const Competitor*>& competito
     const Buffer src(srcBytes);
     const Buffer dst(dstBytes);
     FillWithSamples(src.Data(), srcBytes, it.HasWords());
-    const LimitKernel limit = FindLimit(LimitFor(Vexa::s_psKernels->name), it.srcBits, it.dstBits);
+    const LimitKernel limit = FindLimit(LimitFor(Vexa::s_psKernels->name, it.family), it.srcBits, it.dstBits);
     std::vector<Work> works = {[&] { limit(dst.Data(), src.Data(), srcBytes); },
                                [&] { it.Run(dst.Data(), src.Data(), size.width, size.height); }};
 

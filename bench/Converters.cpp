@@ -34,7 +34,7 @@ void Convert(benchmark::State& state, const Case& it, const Vexa::Kernels::Kerne
     const Buffer src(srcBytes);
     const Buffer dst(dstBytes);
     FillWithSamples(src.Data(), srcBytes, it.HasWords());
-    const LimitKernel limit = FindLimit(LimitFor(table.name), it.srcBits, it.dstBits);
+    const LimitKernel limit = FindLimit(LimitFor(table.name, it.family), it.srcBits, it.dstBits);
     const size_t calls = CallsPerIteration(size);
     Vexa::s_psKernels = &table;
     double limitSeconds = 0;

@@ -9,9 +9,14 @@
 
 namespace Bench {
 
-const LimitTable& LimitFor([[maybe_unused]] const char* tableName) {
+const LimitTable& LimitFor([[maybe_unused]] const char* tableName, [[maybe_unused]] const char* family) {
 #if defined(__x86_64__)
     const std::string_view name(tableName);
+    const std::string_view of(family);
+    // This set has kernels of its own for these families only and takes the others from AVX2.
+    if (name == "avx512bw" && !of.starts_with("YUV") && !of.starts_with("Bayer") && of != "ACPI") {
+        return kLimit32;
+    }
     if (name.starts_with("avx512")) {
         return kLimit64;
     }

@@ -37,8 +37,9 @@ extern const LimitTable kLimit32;  ///< needs AVX2
 extern const LimitTable kLimit64;  ///< needs AVX-512
 #endif
 
-/// The limit that a kernel table of this name is held against.
-const LimitTable& LimitFor(const char* tableName);
+/// The limit that a family's kernels in the table of this name are held against: one with registers of the same width,
+/// since wider ones would lower the clock for both.
+const LimitTable& LimitFor(const char* tableName, const char* family);
 
 /// The kernel that reads srcBits and writes dstBits for every pixel; null when no converter has that shape.
 LimitKernel FindLimit(const LimitTable& table, unsigned srcBits, unsigned dstBits);

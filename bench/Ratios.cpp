@@ -41,7 +41,7 @@ void MeasureCase(const Case& it, const Vexa::Kernels::KernelTable& table, const 
     const Buffer alignedDst(options.dstOffset == 0 ? 0 : dstBytes);
     uint8_t* const limitDst = options.dstOffset == 0 ? dst.Data() : alignedDst.Data();
     FillWithSamples(src.Data(), srcBytes, it.HasWords());
-    const LimitKernel limit = FindLimit(LimitFor(table.name), it.srcBits, it.dstBits);
+    const LimitKernel limit = FindLimit(LimitFor(table.name, it.family), it.srcBits, it.dstBits);
 
     Vexa::s_psKernels = &table;
     const std::vector<Timing> timings =

@@ -28,7 +28,7 @@ STATIONS = (
     ("row kernel", "s_psKernels->bayer8", "kernels/KernelTable.h", "strong"),
 )
 TABLES = (("scalar", "scalar/*.h"), ("sse4.1", "simd/*.inc\nvector/Sse.inc"), ("avx2", "simd/*.inc\nvector/Avx2.inc"),
-          ("avx512", "simd/*.inc\nvector/Avx512.inc"), ("neon", "simd/*.inc\nvector/Neon.inc"))
+          ("avx512bw, avx512", "simd/*.inc\nvector/Avx512*.inc"), ("neon", "simd/*.inc\nvector/Neon.inc"))
 
 
 def house():

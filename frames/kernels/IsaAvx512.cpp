@@ -22,7 +22,7 @@ using namespace Vexa::Kernels;
 /// Serves what is too short for these registers.
 constexpr const FrameKernels& kFallback = kAvx2FrameKernels;
 
-#include "kernels/vector/Avx512.inc"
+#include "kernels/vector/Avx512Vbmi.inc"
 
 #include "kernels/simd/Blocks.inc"
 

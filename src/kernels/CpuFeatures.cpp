@@ -32,14 +32,16 @@ constexpr uint32_t kAvx512Bw = Bit(30), kAvx512Vl = Bit(31);                 // 
 constexpr uint32_t kAvx512Vbmi = Bit(1);                                     // leaf 7, ECX
 constexpr uint32_t kSavesYmm = 0x06, kSavesZmm = 0xE6;                       // XCR0
 
-constinit const std::array<Rung, 4> kLadder = {{
+constinit const std::array<Rung, 5> kLadder = {{
     {&kScalarTable, {}},
     {&kSseTable, {kSsse3 | kSse41, 0, 0, 0}},
     {&kAvx2Table, {kFma | kOsXsave | kAvx, kAvx2, 0, kSavesYmm}},
-    {&kAvx512Table, {0, kAvx512F | kAvx512Dq | kAvx512Bw | kAvx512Vl, kAvx512Vbmi, kSavesZmm}},
+    {&kAvx512BwTable, {0, kAvx512F | kAvx512Dq | kAvx512Bw | kAvx512Vl, 0, kSavesZmm}},
+    {&kAvx512Table, {0, 0, kAvx512Vbmi, 0}},
 }};
 
-constinit const std::array<const KernelTable*, 4> kTables = {&kScalarTable, &kSseTable, &kAvx2Table, &kAvx512Table};
+constinit const std::array<const KernelTable*, 5> kTables = {&kScalarTable, &kSseTable, &kAvx2Table, &kAvx512BwTable,
+                                                             &kAvx512Table};
 
 #elif defined(__aarch64__)
 

@@ -19,7 +19,7 @@ namespace {
 /// Serves what is too short for these registers.
 constexpr const KernelTable& kFallback = kAvx2Table;
 
-#include "kernels/vector/Avx512.inc"
+#include "kernels/vector/Avx512Vbmi.inc"
 
 // Blocks and rows come before the families that are made of them.
 #include "kernels/simd/Blocks.inc"

@@ -120,9 +120,10 @@ struct KernelTable {
 
 extern const KernelTable kScalarTable;
 #if defined(__x86_64__)
-extern const KernelTable kSseTable;     ///< SSE4.1
-extern const KernelTable kAvx2Table;    ///< AVX2
-extern const KernelTable kAvx512Table;  ///< AVX-512 F, BW, VL, DQ and VBMI
+extern const KernelTable kSseTable;       ///< SSE4.1
+extern const KernelTable kAvx2Table;      ///< AVX2
+extern const KernelTable kAvx512BwTable;  ///< AVX-512 F, BW, VL and DQ
+extern const KernelTable kAvx512Table;    ///< AVX-512 F, BW, VL, DQ and VBMI
 #elif defined(__aarch64__)
 extern const KernelTable kNeonTable;
 #elif defined(__wasm__)

@@ -78,7 +78,7 @@ def main():
     for file in arguments.objects:
         named.add(set_of(file))
         problems += [f"{pathlib.Path(file).name}: {line}" for line in forbidden_instructions(arguments.objdump, file)]
-    if not {"", "Sse", "Avx2", "Avx512"} <= named:
+    if not {"", "Sse", "Avx2", "Avx512Bw", "Avx512"} <= named:
         problems.append(f"objects of {sorted(named)} only")
     commands = json.loads(pathlib.Path(arguments.commands).read_text(encoding="utf-8")) if arguments.commands else []
     for command in commands:

@@ -24,6 +24,7 @@ VERSION = re.search(r"VERSION (\d+\.\d+\.\d+)", (SOURCE / "CMakeLists.txt").read
 INSTRUCTION_SETS = {
     "IsaSse": {"-mssse3", "-msse4.1", "-mprfchw"},
     "IsaAvx2": {"-mavx2", "-mfma", "-mprfchw"},
+    "IsaAvx512Bw": {"-mavx512f", "-mavx512bw", "-mavx512vl", "-mavx512dq", "-mprefer-vector-width=512", "-mprfchw"},
     "IsaAvx512": {"-mavx512f", "-mavx512bw", "-mavx512vl", "-mavx512dq", "-mavx512vbmi",
                   "-mprefer-vector-width=512", "-mprfchw"},
 }

@@ -80,7 +80,7 @@ constexpr uint32_t kAvx2 = 1u << 5, kF = 1u << 16, kDq = 1u << 17, kBw = 1u << 3
 constexpr uint32_t kVbmi = 1u << 1;
 constexpr uint32_t kX87 = 1, kXmm = 2, kYmm = 4, kMasks = 0x20, kZmmLow = 0x40, kZmmHigh = 0x80;
 
-enum : size_t { kPlain, kSse, kAvx2Rung, kAvx512Rung };
+enum : size_t { kPlain, kSse, kAvx2Rung, kAvx512BwRung, kAvx512Rung };
 
 constexpr Processor kComplete = {kSsse3 | kFma | kSse41 | kOsXsave | kAvx, kAvx2 | kF | kDq | kBw | kVl, kVbmi,
                                  kX87 | kXmm | kYmm | kMasks | kZmmLow | kZmmHigh};
@@ -120,7 +120,7 @@ TEST(ProcessorChoice, EachMissingFeatureStopsTheClimb) {
     for (const uint32_t bit : {kF, kDq, kBw, kVl}) {
         EXPECT_EQ(Best(WithoutLeaf7(bit, 0)), kAvx2Rung) << bit;
     }
-    EXPECT_EQ(Best(WithoutLeaf7(0, kVbmi)), kAvx2Rung);
+    EXPECT_EQ(Best(WithoutLeaf7(0, kVbmi)), kAvx512BwRung);
 }
 
 TEST(ProcessorChoice, RegistersThatAreNotSavedStopTheClimb) {
@@ -139,8 +139,9 @@ TEST(ProcessorChoice, NothingElseIsAskedFor) {
     constexpr uint32_t kYmmState = kXmm | kYmm;
     EXPECT_EQ(Best({kSseBits, 0, 0, 0}), kSse);
     EXPECT_EQ(Best({kAvxBits, kAvx2, 0, kYmmState}), kAvx2Rung);
-    EXPECT_EQ(Best({kAvxBits, kAvx2 | kF | kDq | kBw | kVl, kVbmi, kYmmState | kMasks | kZmmLow | kZmmHigh}),
-              kAvx512Rung);
+    constexpr uint32_t kZmmState = kYmmState | kMasks | kZmmLow | kZmmHigh;
+    EXPECT_EQ(Best({kAvxBits, kAvx2 | kF | kDq | kBw | kVl, 0, kZmmState}), kAvx512BwRung);
+    EXPECT_EQ(Best({kAvxBits, kAvx2 | kF | kDq | kBw | kVl, kVbmi, kZmmState}), kAvx512Rung);
 }
 
 TEST(ProcessorChoice, ProcessorsOfTheMarket) {
@@ -148,8 +149,10 @@ TEST(ProcessorChoice, ProcessorsOfTheMarket) {
     EXPECT_EQ(Best({kSsse3, 0, 0, 0}), kPlain) << "2006, no SSE4.1";
     EXPECT_EQ(Best({kSsse3 | kSse41 | kOsXsave | kAvx, 0, 0, 7}), kSse) << "2011, AVX without AVX2";
     EXPECT_EQ(Best({kSsse3 | kFma | kSse41 | kOsXsave | kAvx, kAvx2, 0, 7}), kAvx2Rung) << "2013, AVX2";
-    EXPECT_EQ(Best({kSsse3 | kFma | kSse41 | kOsXsave | kAvx, kAvx2 | kF | kDq | kBw | kVl, 0, 0xE7}), kAvx2Rung)
+    EXPECT_EQ(Best({kSsse3 | kFma | kSse41 | kOsXsave | kAvx, kAvx2 | kF | kDq | kBw | kVl, 0, 0xE7}), kAvx512BwRung)
         << "2017, AVX-512 without VBMI";
+    EXPECT_EQ(Best({kSsse3 | kFma | kSse41 | kOsXsave | kAvx, kAvx2 | kF, 0, 0xE7}), kAvx2Rung)
+        << "2016, many-core processors with AVX-512 F, without BW";
 }
 
 TEST(ProcessorChoice, DetectionAgreesWithTheCompiler) {
@@ -157,10 +160,10 @@ TEST(ProcessorChoice, DetectionAgreesWithTheCompiler) {
     EXPECT_EQ((processor.leaf1Ecx & kSsse3) != 0, __builtin_cpu_supports("ssse3") != 0);
     EXPECT_EQ((processor.leaf1Ecx & kSse41) != 0, __builtin_cpu_supports("sse4.1") != 0);
     EXPECT_EQ(Best(processor) >= kAvx2Rung, __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("fma") != 0);
-    EXPECT_EQ(Best(processor) == kAvx512Rung,
-              __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
-                  __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vl") != 0 &&
-                  __builtin_cpu_supports("avx512vbmi") != 0);
+    const bool hasBw = __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
+                       __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vl") != 0;
+    EXPECT_EQ(Best(processor) >= kAvx512BwRung, hasBw);
+    EXPECT_EQ(Best(processor) == kAvx512Rung, hasBw && __builtin_cpu_supports("avx512vbmi") != 0);
 }
 
 #endif

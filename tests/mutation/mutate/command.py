@@ -69,9 +69,13 @@ def options_of(arguments: list[str] | None) -> argparse.Namespace:
     return parser.parse_intermixed_args(arguments)
 
 
-def has_vbmi() -> bool:
+def not_run_here() -> list[str]:
+    """Parts of the names of files whose code this processor cannot run: no test of it can judge them."""
     with open("/proc/cpuinfo", encoding="ascii", errors="replace") as file:
-        return "avx512vbmi" in file.read()
+        flags = file.read().split()
+    if "avx512vbmi" in flags:
+        return ["Neon"]
+    return ["Neon", "Avx512Vbmi", "IsaAvx512."] if "avx512bw" in flags else ["Neon", "Avx512"]
 
 
 def source_files(below: list[str], arm: bool) -> list[str]:
@@ -80,8 +84,7 @@ def source_files(below: list[str], arm: bool) -> list[str]:
     sources = [file for file in listed.split("\n") if re.search(r"\.(cpp|h|hpp|inc|py)$", file) and folder_of(file)]
     if arm:
         return [file for file in sources if "Neon" in file]
-    # NEON is not built here, and what this processor cannot run no test of it can judge.
-    left_out = ["Neon"] if has_vbmi() else ["Neon", "Avx512"]
+    left_out = not_run_here()
     return [file for file in sources if not any(name in file for name in left_out)]
 
 
