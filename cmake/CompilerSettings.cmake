@@ -71,7 +71,13 @@ function(vexa_compile_settings target)
     # The library asks for the part of the runtime that knows C++, and clang gives it to no C program.
     set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
   endif()
-  if(VEXACAMUTL_COVERAGE)
+  if(VEXACAMUTL_COVERAGE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    # Counters that several processes may share in one mapped file (%c of LLVM_PROFILE_FILE), so that the counts of a
+    # process that a test kills are kept.
+    target_compile_options(${target} PRIVATE
+      -fprofile-instr-generate -fcoverage-mapping -mllvm -runtime-counter-relocation)
+    target_link_options(${target} PRIVATE -fprofile-instr-generate)
+  elseif(VEXACAMUTL_COVERAGE)
     target_compile_options(${target} PRIVATE --coverage)
     target_link_options(${target} PRIVATE --coverage)
   endif()

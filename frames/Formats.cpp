@@ -16,7 +16,7 @@ struct Group {
     uint32_t bytes;
 };
 
-constexpr Group GroupOf(PixelFormat code, uint32_t packing) {
+consteval Group GroupOf(PixelFormat code, uint32_t packing) {
     switch (packing) {
         case VCF_PACKING_10P:
         case VCF_PACKING_10CSI2:
@@ -40,7 +40,7 @@ constexpr Group GroupOf(PixelFormat code, uint32_t packing) {
     }
 }
 
-constexpr VcfFormat Row(const char* name, PixelFormat code, uint32_t kind, uint32_t depth, uint32_t phase,
+consteval VcfFormat Row(const char* name, PixelFormat code, uint32_t kind, uint32_t depth, uint32_t phase,
                         const char* aliases, uint32_t packing = VCF_PACKING_NONE, PixelFormat unpacked = 0) {
     const Group group = GroupOf(code, packing);
     return {code,
@@ -56,21 +56,21 @@ constexpr VcfFormat Row(const char* name, PixelFormat code, uint32_t kind, uint3
             unpacked == 0 ? code : unpacked};
 }
 
-constexpr VcfFormat Mono(const char* name, PixelFormat code, uint32_t depth, const char* aliases,
+consteval VcfFormat Mono(const char* name, PixelFormat code, uint32_t depth, const char* aliases,
                          uint32_t packing = VCF_PACKING_NONE, PixelFormat unpacked = 0) {
     return Row(name, code, VCF_KIND_MONO, depth, VCF_PHASE_NONE, aliases, packing, unpacked);
 }
 
-constexpr VcfFormat Bayer(const char* name, PixelFormat code, uint32_t depth, uint32_t phase, const char* aliases,
+consteval VcfFormat Bayer(const char* name, PixelFormat code, uint32_t depth, uint32_t phase, const char* aliases,
                           uint32_t packing = VCF_PACKING_NONE, PixelFormat unpacked = 0) {
     return Row(name, code, VCF_KIND_BAYER, depth, phase, aliases, packing, unpacked);
 }
 
-constexpr VcfFormat Colour(const char* name, PixelFormat code, uint32_t depth, const char* aliases) {
+consteval VcfFormat Colour(const char* name, PixelFormat code, uint32_t depth, const char* aliases) {
     return Row(name, code, VCF_KIND_COLOUR, depth, VCF_PHASE_NONE, aliases);
 }
 
-constexpr VcfFormat Yuv(const char* name, PixelFormat code, const char* aliases) {
+consteval VcfFormat Yuv(const char* name, PixelFormat code, const char* aliases) {
     return Row(name, code, VCF_KIND_YUV, 8, VCF_PHASE_NONE, aliases);
 }
 

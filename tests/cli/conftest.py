@@ -8,6 +8,16 @@ import subprocess
 import pytest
 
 PROGRAM = os.environ["VEXACAMUTL"]
+# The runtime of instrumented programs opens and writes a file of its own before the program starts.
+NOT_WITH_COUNTS = ("test_no_room_for_the_result[0-", "test_every_file_is_closed_on_exec",
+                   "test_a_planted_link_is_not_followed")
+
+
+def pytest_collection_modifyitems(items):
+    if "VEXACAMUTL_COVERAGE" in os.environ:
+        for item in items:
+            if item.name.startswith(NOT_WITH_COUNTS):
+                item.add_marker(pytest.mark.skip(reason="the runtime that counts writes a file of its own"))
 
 
 class Tool:

@@ -1,0 +1,97 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: MIT
+# Copyright (c) the Vexa camera utility library authors
+"""Lists the lines and the outcomes of conditions that no test reached.
+
+    unreached.py FOLDER... -- LLVM-COV-ARGUMENTS
+
+runs `llvm-cov export` with the arguments (programs, -instr-profile) and looks at the sources below the folders. A
+template or an inline function counts once, whichever program reached it. Exits with 1 when something is unreached.
+unreached.txt excuses places that no test can reach: "FILE: CODE" after a comment with the reason. A place that the
+tests do reach, or that is not there, makes the list wrong, which is an error too.
+"""
+from __future__ import annotations
+
+import collections
+import json
+import os
+import subprocess
+import sys
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+EXCUSES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "unreached.txt")
+
+
+def export(form: str, arguments: list[str]) -> str:
+    return subprocess.run(["llvm-cov", "export", f"-format={form}", *arguments], check=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.DEVNULL, text=True).stdout
+
+
+def line_counts(arguments: list[str]) -> dict[str, dict[int, int]]:
+    counts: dict[str, dict[int, int]] = collections.defaultdict(dict)
+    path = ""
+    for record in export("lcov", arguments).splitlines():
+        kind, _, value = record.partition(":")
+        if kind == "SF":
+            path = os.path.realpath(value)
+        elif kind == "DA":
+            line, count = map(int, value.split(","))
+            counts[path][line] = max(count, counts[path].get(line, 0))
+    return counts
+
+
+def branch_counts(arguments: list[str]) -> dict[str, dict[tuple[int, int], list[int]]]:
+    """How often the condition at a line and column was true and was false."""
+    counts: dict[str, dict[tuple[int, int], list[int]]] = collections.defaultdict(dict)
+    for file in json.loads(export("text", arguments))["data"][0]["files"]:
+        for line, column, _, _, taken, not_taken, *_ in file["branches"]:
+            both = counts[os.path.realpath(file["filename"])].setdefault((line, column), [0, 0])
+            both[0] += taken
+            both[1] += not_taken
+    return counts
+
+
+def excuses() -> set[tuple[str, str]]:
+    with open(EXCUSES, encoding="ascii") as file:
+        lines = [line.rstrip("\n") for line in file if line.strip() and not line.startswith("#")]
+    return {(line.partition(": ")[0], line.partition(": ")[2]) for line in lines}
+
+
+def main() -> int:
+    split = sys.argv.index("--")
+    folders, arguments = sys.argv[1:split], sys.argv[split + 1:]
+    inside = tuple(os.path.join(ROOT, folder, "") for folder in folders)
+    lines, branches = line_counts(arguments), branch_counts(arguments)
+    excused, used, totals = excuses(), set(), collections.Counter()
+    for path in sorted(path for path in lines if path.startswith(inside)):
+        name = os.path.relpath(path, ROOT)
+        with open(path, encoding="ascii") as file:
+            text = ["", *file.read().splitlines()]
+        places: dict[int, set[str]] = collections.defaultdict(set)
+        for line, count in lines[path].items():
+            if count == 0:
+                places[line].add("never")
+        for (line, column), counts in branches[path].items():
+            # Neither way: the line was not reached at all, or the compiler decided the condition.
+            if any(counts):
+                for count, outcome in zip(counts, ("true", "false")):
+                    if count == 0:
+                        places[line].add(f"not {outcome} at {column}")
+        for line in [line for line in places if (name, text[line].strip()) in excused]:
+            used.add((name, text[line].strip()))
+            del places[line]
+        totals["lines"] += len(lines[path])
+        totals["outcomes"] += 2 * len(branches[path])
+        totals["unreached"] += len(places)
+        for line in sorted(places):
+            print(f"{name}:{line}: {', '.join(sorted(places[line]))}: {text[line].strip()}")
+    wrong = {place for place in excused - used if place[0].startswith(tuple(f"{folder}/" for folder in folders))}
+    for name, code in sorted(wrong):
+        print(f"unreached.txt: {name}: reached, or not there: {code}")
+    print(f"{totals['lines']} lines and {totals['outcomes']} outcomes of conditions; unreached: "
+          f"{totals['unreached']} lines, {len(used)} excused")
+    return 1 if totals["unreached"] or wrong or not totals["lines"] else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
