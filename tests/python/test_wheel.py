@@ -115,7 +115,8 @@ def test_contents(wheel):
     with zipfile.ZipFile(wheel) as archive:
         names = {name for name in archive.namelist() if not name.endswith("RECORD")}
         sources = {
-            f"vexacamutl/{path.name}" for path in (SOURCE / "python" / "vexacamutl").iterdir() if path.is_file()
+            str(path.relative_to(SOURCE / "python")) for path in (SOURCE / "python" / "vexacamutl").rglob("*")
+            if path.is_file() and "__pycache__" not in path.parts
         }
         info = {f"vexacamutl-{vexacamutl.__version__}.dist-info/{name}" for name in ("METADATA", "WHEEL", "top_level.txt")}
         assert names == sources | info | {f"vexacamutl/{name}" for name in LIBRARIES | {"libraries.txt", "LICENSE"}}

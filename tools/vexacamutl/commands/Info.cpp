@@ -92,7 +92,9 @@ void RunInfo(const Arguments& arguments) {
 void AddInfo(CLI::App& app) {
     auto arguments = std::make_shared<Arguments>();
     CLI::App& command = *app.add_subcommand("info", "Say what a raw or RWH file holds and check its length");
-    command.add_option("FILES", arguments->paths, "RWH files, raw files with a sidecar or --format and --size, or folders of them")
+    command
+        .add_option("FILES", arguments->paths,
+                    "RWH files, raw files with a sidecar or --format and --size, or folders of them")
         ->required();
     arguments->input.AddTo(command);
     command.add_flag("--json", arguments->json, "One JSON object per file, also for those that cannot be read");

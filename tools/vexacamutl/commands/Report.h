@@ -3,7 +3,8 @@
 //
 // What became of each frame, for programs: one JSON object a line, in the order of inputs and frames.
 //
-//     {"input": "a.raw", "frame": 0, "output": "a.png", "status": "done", "reason": null, "bytes": 9, "crc32": "cbf43926", "seconds": 0.1}
+//     {"input": "a.raw", "frame": 0, "output": "a.png", "status": "done", "reason": null, "bytes": 9,
+//      "crc32": "cbf43926", "seconds": 0.1}
 //
 // An input that cannot be read has a line without a frame. The file is opened before the first frame is converted and
 // gets its name at the end, also when frames failed; a command that is refused or ended by a signal leaves none.
