@@ -3,6 +3,7 @@
 //
 // What leaves the page: files for the browser to save under new names, and the commands that make the same picture.
 import { usesLevels } from './settings.js';
+import { isRwhName } from './source.js';
 
 /** A word of a shell command. */
 export function quoted(text) {
@@ -39,6 +40,11 @@ function levelOptions(settings) {
     return options;
 }
 
+/** The tool believes an RWH file's header; to read it otherwise it has to come as a stream. */
+function isStreamed(source) {
+    return isRwhName(source.name) && !source.selfDescribing;
+}
+
 /** The options that read the file; an RWH file names its layout itself. */
 function layoutOptions(source, settings) {
     const options = [];
@@ -70,8 +76,10 @@ export function shellCommand(source, settings, format) {
     } else {
         options.push(...levelOptions(settings));
     }
-    const files = [source.name, exportName(source, settings, 'png')].map((name) => (name.startsWith('-') ? `./${name}` : name));
-    return ['vexacamutl', 'convert', ...options, ...files].map(quoted).join(' ');
+    const [input, output] = [source.name, exportName(source, settings, 'png')]
+        .map((name) => quoted(name.startsWith('-') ? `./${name}` : name));
+    const command = ['vexacamutl', 'convert', ...options].map(quoted).join(' ');
+    return isStreamed(source) ? `${command} - ${output} < ${input}` : `${command} ${input} ${output}`;
 }
 
 /** The lines of Python that make the picture shown, as an array of red, green and blue. */

@@ -99,6 +99,7 @@ export class Intake {
     async show(entry) {
         const { viewer } = this;
         await viewer.during(async () => {
+            viewer.panels.message('');
             viewer.player.play(false);
             viewer.helper.drop('');
             viewer.state('reading');
@@ -138,19 +139,19 @@ export class Intake {
                 this.checkRwhLength(header);
                 return { ...tight, ...header };
             } catch (error) {
-                viewer.panels.message(`${source.name}: ${error.message}. It is read as a bare file instead.`);
+                viewer.panels.complain(`${source.name}: ${error.message}. It is read as a bare file instead.`);
             }
         }
         if (entry.sidecar) {
             try {
                 return { ...tight, ...viewer.engine.sidecar(await entry.sidecar.text()) };
             } catch (error) {
-                viewer.panels.message(`${entry.sidecar.name}: ${error.message}. The layout is guessed instead.`);
+                viewer.panels.complain(`${entry.sidecar.name}: ${error.message}. The layout is guessed instead.`);
             }
         }
         const foreign = foreignKind(head);
         if (foreign) {
-            viewer.panels.message(`${source.name} seems to be ${foreign}, not a raw frame.`);
+            viewer.panels.complain(`${source.name} seems to be ${foreign}, not a raw frame.`);
         }
         if (viewer.addressed) {
             return { format: viewer.settings.format };
@@ -164,7 +165,7 @@ export class Intake {
         const { frameBytes } = engine.layout(header);
         const difference = source.bytes - RWH_HEADER_BYTES - frameBytes;
         if (difference !== 0) {
-            panels.message(
+            panels.complain(
                 `${source.name}: the header promises a frame of ${count(frameBytes, 'byte')}; the file is ` +
                     `${count(Math.abs(difference), 'byte')} too ${difference < 0 ? 'short' : 'long'}.`,
             );

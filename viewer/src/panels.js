@@ -219,10 +219,17 @@ export class Panels {
         return [1, 3, 5].map((at) => parseInt(text.slice(at, at + 2), 16));
     }
 
+    /** Says something above the panels; '' says nothing more. */
     message(text, kind = 'error') {
         $('message').hidden = text === '';
         $('message').classList.toggle('info', kind === 'info');
         $('message-text').textContent = text;
+    }
+
+    /** Says one thing more. */
+    complain(text) {
+        const before = $('message').hidden ? '' : `${$('message-text').textContent}\n`;
+        this.message(before + text);
     }
 
     say(id, text, kind = '') {

@@ -250,7 +250,7 @@ export class Viewer {
         this.clear();
         this.state('error');
         if (text) {
-            this.panels.message(text);
+            this.panels.complain(text);
         }
     }
 
