@@ -146,13 +146,13 @@ def test_header_of_jpeg(tool, name, components):
 
 
 @pytest.mark.skipif(shutil.which("ffmpeg") is None, reason="no ffmpeg")
-@pytest.mark.parametrize("kind,most", [("tif", 0), ("jpg", 12)])
-def test_another_program_reads_the_picture(tool, kind, most):
+@pytest.mark.parametrize("kind, most, options", [("tif", 0, []), ("jpg", 12, ["--quality", 100])])
+def test_another_program_reads_the_picture(tool, kind, most, options):
     """A smooth colour picture, where 4:2:0 and quality 100 leave little that differs."""
     y, x = np.mgrid[0:48, 0:64]
     picture = np.stack([x * 3, y * 4, (x + y) * 2], axis=-1).astype(np.uint8)
     tool.write("in.raw", picture.tobytes())
-    tool.good("convert", "-f", "RGB8Packed", "-s", "64x48", "--quality", 100, "in.raw", f"out.{kind}")
+    tool.good("convert", "-f", "RGB8Packed", "-s", "64x48", *options, "in.raw", f"out.{kind}")
     done = subprocess.run(["ffmpeg", "-v", "error", "-i", f"out.{kind}", "-pix_fmt", "rgb24", "-f", "rawvideo", "-"],
                           cwd=tool.folder, capture_output=True, check=True)
     got = np.frombuffer(done.stdout, np.uint8).reshape(picture.shape)

@@ -159,7 +159,7 @@ def test_missing_file_in_a_batch(tool):
     done = tool("convert", *SHAPE, "-t", "pgm", "-o", "out", "a.raw", "b.raw")
     assert (done.returncode, done.stderr) == (
         1, "vexacamutl: cannot read b.raw: No such file or directory\n"
-           "vexacamutl: 1 of 2 inputs failed, 1 were converted\n")
+           "vexacamutl: 1 of 2 inputs failed, 1 was converted\n")
     assert tool.read("out/a.pgm") == pgm(1)
 
 

@@ -307,9 +307,40 @@ def test_guess_of_words_shows_the_word_layouts_too(tool):
 
 
 def test_guess_takes_any_bytes(tool):
-    for length in (1, 2, 100, 5000):
+    for length in (128, 129, 5000):
         tool.write("in.bin", bytes(random_samples(length, 8)))
-        tool.good("guess", "-s", "64x48", "in.bin", "sheet.ppm")
+        assert tool.good("guess", "-s", "64x48", "in.bin", "sheet.ppm").decode() == (
+            f"no frame of 64x48 has {length} bytes\n")
+
+
+def test_guess_says_that_a_file_is_too_short_for_the_size(tool):
+    for length in (1, 2, 100):
+        tool.write("in.bin", bytes(random_samples(length, 8)))
+        assert tool.bad(3, "guess", "-s", "64x48", "in.bin", "sheet.ppm") == (
+            f"in.bin: {length} bytes are too few to show rows of 64 pixels")
+    assert tool.names("*.ppm") == []
+
+
+FOUND = {"png": "a PNG picture", "tif": "a TIFF picture", "jpg": "a JPEG picture", "bmp": "a bitmap",
+         "ppm": "a PPM picture", "rwh": "an RWH file of BayerRG8 320x240"}
+
+
+@pytest.mark.parametrize("kind", FOUND)
+def test_guess_says_what_a_file_with_a_header_is(tool, kind):
+    tool.good("synth", "-s", "320x240", "--sidecar", "in.raw")
+    tool.good("convert", "in.raw", f"known.{kind}")
+    (tool.folder / f"known.{kind}").rename(tool.folder / "unknown.bin")
+    assert tool.bad(3, "guess", "unknown.bin") == (
+        f"unknown.bin: this is {FOUND[kind]}; guess is for bare samples (--offset skips a header)")
+
+
+def test_guess_takes_samples_that_begin_like_a_header(tool):
+    tool.good("synth", "-f", "Mono8", "-s", "320x240", "in.raw")
+    for begin in (b"BM" + bytes(12), b"P5x", b"P6", (0x01080001).to_bytes(4, "little") + bytes(12), b"\x89PNG"):
+        tool.write("unknown.bin", begin + tool.read("in.raw")[len(begin):])
+        assert json.loads(tool.good("guess", "--json", "unknown.bin"))[0]["width"] == 320, begin
+    tool.write("unknown.bin", b"P5 320 240 255\n" + tool.read("in.raw"))
+    assert json.loads(tool.good("guess", "--offset", 15, "--json", "unknown.bin"))[0]["width"] == 320
 
 
 @pytest.mark.parametrize("name, size", [("BayerRG12", "640x480"), ("BayerGB12", "512x300"), ("Mono8", "500x312"),
@@ -361,6 +392,8 @@ def test_guess_refuses_options_that_do_not_meet(tool):
     assert tool.bad(2, "guess", "-s", "64x48", "--json", "in.raw", "sheet.png")
     assert tool.bad(2, "guess", "--most", 0, "in.raw")
     assert "colour picture" in tool.bad(2, "guess", "in.raw", "sheet.raw")
+    assert tool.bad(2, "guess", "--tile-width", 200, "in.raw") == (
+        "--tile-width is for a contact sheet; name a picture for it")
     assert tool.bad(2, "guess", "in.raw", "in.raw")
 
 

@@ -34,6 +34,12 @@ class Failure : public std::runtime_error {
     ExitCode m_code;
 };
 
+/// The failure with the name of what failed in front, unless the line has it already.
+inline Failure WithName(const Failure& failure, const std::string& name) {
+    const std::string line = failure.what();
+    return {failure.Code(), line.find(name) != std::string::npos ? line : name + ": " + line};
+}
+
 /// What the system says about the last call that failed.
 inline std::string SystemMessage(int error = errno) {
     return std::generic_category().message(error);

@@ -58,6 +58,10 @@ void Declare(CLI::App& app) {
     AddSynth(app);
     AddGuess(app);
     AddBench(app);
+    for (CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
+        verb->group("Verbs");
+    }
+    app.get_formatter()->label("SUBCOMMAND", "VERB");
     app.footer(
         "Formats are named as cameras print them (BayerRG8), by alias (rggb) or by hex code.\n"
         "Example: vexacamutl convert --format BayerRG8 --size 1920x1080 in.raw out.png\n"

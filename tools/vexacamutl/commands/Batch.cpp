@@ -161,9 +161,7 @@ void Batch::Work() {
         }
         if (failure && !task.file->failed.exchange(true)) {
             const std::lock_guard lock(m_mutex);
-            const std::string& path = task.file->frames.Path();
-            const bool named = std::string(failure->what()).find(path) != std::string::npos;
-            Record(named ? *failure : Failure(failure->Code(), path + ": " + failure->what()));
+            Record(WithName(*failure, task.file->frames.Path()));
         }
     }
 }
@@ -177,9 +175,10 @@ void Batch::Run() {
     if (m_inputs == 1) {
         throw Failure(*m_last);
     }
+    const size_t converted = m_inputs - m_failures;
     throw Failure(ExitCode::kSomeFailed, std::to_string(m_failures) + " of " + std::to_string(m_inputs) +
-                                             " inputs failed, " + std::to_string(m_inputs - m_failures) +
-                                             " were converted");
+                                             " inputs failed, " + std::to_string(converted) +
+                                             (converted == 1 ? " was converted" : " were converted"));
 }
 
 }  // namespace VexaTool

@@ -28,6 +28,7 @@ void RunConversion(const ConversionOptions& given) {
     if (streamed && given.inputs.size() > 1) {
         throw Failure(ExitCode::kUsage, "a stream has to be the only input");
     }
+    options.output.firstFrame = options.input.frame.value_or(0);
     if (options.input.frames) {
         options.output.firstFrame = options.input.frames->first;
         options.output.alwaysNumbered = true;

@@ -4,7 +4,9 @@
 // convert: raw frames to pictures. pack, unpack and reverse: the same way with the raw frame itself as the result.
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
+#include <optional>
 #include <thread>
 
 #include "Failure.h"
@@ -22,6 +24,8 @@ struct Arguments {
     std::vector<std::string> paths;
     std::string to;
     std::string bayerMode = "default";
+    std::optional<int> pngLevel;
+    std::optional<int> jpegQuality;
     ResultOptions results;
     ConversionOptions conversion;
 };
@@ -123,13 +127,41 @@ void CheckBits(const RenderOptions& render, OutputKind kind) {
 
 /// Raw and RWH files hold the samples of the input: options of pictures would have no effect on them.
 void CheckRepacked(const ConversionOptions& conversion, OutputKind kind) {
-    if (kind != OutputKind::kRaw && kind != OutputKind::kRwh) {
-        return;
+    const RenderOptions& render = conversion.encode.render;
+    const char* useless = render.levels.given ? "--white-balance, --black-level, --exposure and --tone make"
+                          : render.grey       ? "--grey makes"
+                          : render.adaptive   ? "--bayer-mode makes"
+                          : !conversion.input.range.empty() ? "--range makes"
+                                                            : nullptr;
+    if (IsFrameKind(kind) && useless != nullptr) {
+        throw Failure(ExitCode::kUsage, std::string(useless) + " pictures; a " + ExtensionOf(kind) +
+                                            " file holds the samples of the input");
     }
-    if (conversion.encode.render.levels.given) {
-        throw Failure(ExitCode::kUsage,
-                      std::string("--white-balance, --black-level, --exposure and --tone make pictures; a ") +
-                          ExtensionOf(kind) + " file holds the samples of the input");
+}
+
+/// Options of files that the command does not write.
+void CheckFileOptions(const Arguments& arguments, OutputKind kind) {
+    const auto refuse = [kind](const std::string& option, const std::string& files) {
+        throw Failure(ExitCode::kUsage, option + " is for " + files + " files, not for " + ExtensionOf(kind));
+    };
+    if (arguments.conversion.encode.render.alpha && !HoldsAlpha(kind)) {
+        refuse("--alpha", "png, bmp and vbmp");
+    }
+    if (arguments.pngLevel && kind != OutputKind::kPng) {
+        refuse("--png-level", "png");
+    }
+    if (arguments.jpegQuality && kind != OutputKind::kJpg) {
+        refuse("--quality", "jpg");
+    }
+}
+
+/// A name that says another kind than the verb writes.
+void CheckNameOf(const std::string& path, const std::string& verb, OutputKind kind) {
+    const std::string extension = std::filesystem::path(path).extension().string();
+    const auto named = extension.empty() ? std::nullopt : FindOutputKind(extension.substr(1));
+    if (named && *named != kind) {
+        throw Failure(ExitCode::kUsage, path + ": " + verb + " writes " + ExtensionOf(kind) + " files, not " +
+                                            ExtensionOf(*named) + " (see: vexacamutl convert --help)");
     }
 }
 
@@ -139,6 +171,9 @@ void RunConvert(const Arguments& arguments) {
     const OutputKind kind = ChooseKind(arguments, conversion.output);
     CheckBits(conversion.encode.render, kind);
     CheckRepacked(conversion, kind);
+    CheckFileOptions(arguments, kind);
+    conversion.encode.pngLevel = arguments.pngLevel.value_or(conversion.encode.pngLevel);
+    conversion.encode.jpegQuality = arguments.jpegQuality.value_or(conversion.encode.jpegQuality);
     RunWithKind(conversion, kind);
 }
 
@@ -150,7 +185,11 @@ void AddRepacking(CLI::App& app, const std::string& name, const std::string& hel
         command.add_flag("--sidecar", arguments->conversion.output.sidecar,
                          "Write format and size into a text beside each output");
     }
-    command.callback([arguments, kind] { RunWithKind(WithPaths(*arguments), kind); });
+    command.callback([arguments, name, kind] {
+        const ConversionOptions conversion = WithPaths(*arguments);
+        CheckNameOf(conversion.output.path, name, kind);
+        RunWithKind(conversion, kind);
+    });
 }
 
 /// The kind of the input where only a folder is named.
@@ -220,8 +259,8 @@ void AddConvert(CLI::App& app) {
     command.add_option("--range", arguments->conversion.input.range, "Range of YUV samples: full (default) or limited")
         ->check(CLI::IsMember({"full", "limited"}));
     command.add_flag("--alpha", encode.render.alpha, "Four channels in png, bmp and vbmp files");
-    AddWhole(command, "--png-level", encode.pngLevel, "Compression of png files, 0 (none) to 9 (default: 3)", 0, 9);
-    AddWhole(command, "--quality", encode.jpegQuality, "Quality of jpg files, 1 to 100 (default: 90)", 1, 100);
+    AddWhole(command, "--png-level", arguments->pngLevel, "Compression of png files, 0 (none) to 9 (default: 3)", 0, 9);
+    AddWhole(command, "--quality", arguments->jpegQuality, "Quality of jpg files, 1 to 100 (default: 90)", 1, 100);
     command.callback([arguments] { RunConvert(*arguments); });
 }
 

@@ -18,12 +18,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 #include "Failure.h"
 #include "Options.h"
 #include "commands/Commands.h"
 #include "commands/GuessJson.h"
 #include "commands/ResultOptions.h"
+#include "formats/Signatures.h"
 #include "input/FrameSource.h"
 #include "output/FrameEncoder.h"
 #include "output/OutputFile.h"
@@ -46,7 +48,8 @@ struct Arguments {
     uint64_t offset = 0;
     size_t most = 5;
     bool json = false;
-    uint32_t tileWidth = 480;
+    std::optional<uint32_t> tileWidth;  ///< largest width of a tile
+    uint32_t TileWidth() const { return tileWidth.value_or(480); }
 };
 
 constexpr PixelFormat kByteLayouts[] = {
@@ -149,19 +152,32 @@ void RunWithSize(const Arguments& arguments) {
         return;
     }
     const Bytes content = file.Content().subspan(arguments.offset);
-    const uint32_t factor = std::max(1u, (shape.width + arguments.tileWidth - 1) / arguments.tileWidth);
+    const uint32_t factor = std::max(1u, (shape.width + arguments.TileWidth() - 1) / arguments.TileWidth());
     if (shape.height < factor) {
         throw Failure(ExitCode::kUnsupported, "frames of " + arguments.size + " are too flat for a tile");
     }
     const std::vector<PixelFormat> candidates = Candidates(shape, content.size());
     ContactSheet sheet(shape.width / factor, shape.height / factor, candidates.size());
     Renderer renderer;
+    size_t shown = 0;
+    size_t fitting = 0;
     for (const PixelFormat code : candidates) {
         shape.format = FindFormat(code);
-        sheet.Add(Tile(renderer, shape, content, factor), Label(shape, content.size()));
+        const Picture tile = Tile(renderer, shape, content, factor);
+        shown += tile.bytes.empty() ? 0 : 1;
+        sheet.Add(tile, Label(shape, content.size()));
         if (content.size() == shape.FrameBytes()) {
+            ++fitting;
             std::printf("%s has the length of one frame\n", shape.Text().c_str());
         }
+    }
+    if (shown == 0) {
+        throw Failure(ExitCode::kInput, Printable(arguments.input) + ": " + std::to_string(content.size()) +
+                                            " bytes are too few to show rows of " + std::to_string(shape.width) +
+                                            " pixels");
+    }
+    if (fitting == 0) {
+        std::printf("no frame of %s has %zu bytes\n", arguments.size.c_str(), content.size());
     }
     writer.Write(sheet);
 }
@@ -224,6 +240,11 @@ void RunRanking(const Arguments& arguments) {
     if (file.Content().size() <= arguments.offset) {
         throw Failure(ExitCode::kInput, Printable(arguments.input) + ": there is nothing to guess from");
     }
+    const std::string known = arguments.offset == 0 ? KnownContent(file.Content()) : "";
+    if (!known.empty()) {
+        throw Failure(ExitCode::kInput, Printable(arguments.input) + ": this is " + known +
+                                            "; guess is for bare samples (--offset skips a header)");
+    }
     const Bytes content = file.Content().subspan(arguments.offset);
     std::vector<Guess> guesses =
         VexaGuess::RankLayouts(content.first(std::min(content.size(), kRankedBytes)), content.size(), arguments.most);
@@ -240,11 +261,14 @@ void RunRanking(const Arguments& arguments) {
         PrintRanking(guesses);
     }
     if (writer.Wanted()) {
-        writer.Write(SheetOf(guesses, file.Content(), arguments.tileWidth));
+        writer.Write(SheetOf(guesses, file.Content(), arguments.TileWidth()));
     }
 }
 
 void Run(const Arguments& arguments) {
+    if (arguments.tileWidth && arguments.output.path.empty()) {
+        throw Failure(ExitCode::kUsage, "--tile-width is for a contact sheet; name a picture for it");
+    }
     if (arguments.size.empty()) {
         RunRanking(arguments);
     } else if (arguments.output.path.empty()) {

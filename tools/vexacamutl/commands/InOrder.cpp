@@ -74,11 +74,12 @@ class InOrder {
             m_options.announce(names.Of(0), m_result);
         }
         if (m_options.checkRange) {
-            m_progress.Note(m_range.Line(input == "-" ? "standard input" : input));
+            m_progress.Note(m_range.Line(NameOfInput()));
         }
     }
 
   private:
+    std::string NameOfInput() const { return m_options.inputs[0] == "-" ? "standard input" : m_options.inputs[0]; }
     uint64_t WriteAll(FrameWriter& writer, const ResultNames& names);
     uint64_t WriteFrames(FrameWriter& writer, const ResultNames& names);
     void Deliver(Slot& slot, uint64_t frame, FrameWriter& writer, const ResultNames& names);
@@ -105,6 +106,8 @@ void InOrder::Encode(Slot& slot) {
         if (m_options.checkRange) {
             m_range.Add(m_tight, frame);
         }
+    } catch (const Failure& failure) {
+        slot.failure = std::make_exception_ptr(WithName(failure, NameOfInput()));
     } catch (...) {
         slot.failure = std::current_exception();
     }

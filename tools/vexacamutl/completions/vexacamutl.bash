@@ -12,7 +12,7 @@ _vexacamutl() {
     local program=${COMP_WORDS[0]} verb=${COMP_WORDS[1]:-} current=${COMP_WORDS[COMP_CWORD]}
     local previous=${COMP_WORDS[COMP_CWORD - 1]}
     if ((COMP_CWORD == 1)); then
-        _vexacamutl_words "$("$program" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]\{1,\}\) .*/\1/p') --help --version"
+        _vexacamutl_words "$("$program" --help | sed -n '/^Verbs:/,/^$/s/^  \([a-z]\{1,\}\) .*/\1/p') --help --version"
         return
     fi
     case $previous in

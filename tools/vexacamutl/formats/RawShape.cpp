@@ -14,15 +14,14 @@ namespace {
 constexpr uint64_t kMostPixels = uint64_t{1} << 30;
 
 /// What is said of samples has to be possible for them.
-void CheckSamples(const RawShape& shape, const std::string& name) {
+void CheckSamples(const RawShape& shape, const std::string& name, ExitCode code) {
     const FormatInfo& format = *shape.format;
     if (shape.limitedRange && format.kind != Kind::kYuv) {
-        throw Failure(ExitCode::kUnsupported,
-                      name + ": --range is for YUV frames, not for " + std::string(format.name));
+        throw Failure(code, name + ": a limited range is for YUV frames, not for " + std::string(format.name));
     }
     if (shape.shift != 0 && (format.depth <= 8 || format.IsPacked() || format.depth + shape.shift > 16)) {
-        throw Failure(ExitCode::kUnsupported, name + ": samples of " + std::string(format.name) + " cannot lie " +
-                                                  std::to_string(shape.shift) + " bits higher");
+        throw Failure(code, name + ": samples of " + std::string(format.name) + " cannot lie " +
+                                std::to_string(shape.shift) + " bits higher");
     }
 }
 
@@ -83,7 +82,7 @@ void CheckShape(const RawShape& shape, const std::string& name, ShapeOrigin orig
         throw Failure(ExitCode::kUnsupported, name + ": " + shape.Text() + " is not a whole number of groups of " +
                                                   std::to_string(group) + " pixels that share their chroma");
     }
-    CheckSamples(shape, name);
+    CheckSamples(shape, name, origin.samples);
     const VcfLayout layout = shape.Layout();
     char text[VCF_TEXT_BYTES];
     if (VcfCheckLayout(&layout, text, sizeof text) != VCF_OK) {

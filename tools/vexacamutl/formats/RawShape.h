@@ -48,6 +48,7 @@ void ParseSize(const std::string& text, uint32_t& width, uint32_t& height);
 struct ShapeOrigin {
     ExitCode size = ExitCode::kUsage;
     ExitCode stride = ExitCode::kUsage;
+    ExitCode samples = ExitCode::kUnsupported;  ///< shift and range
 };
 
 /// A Failure for sizes beyond what the tool handles (2^30 pixels), and for a stride shorter than a row.

@@ -49,7 +49,7 @@ int OpenRegularFile(const std::string& path, struct stat& status) {
     return fd;
 }
 
-RawShape ShapeOfRwh(const std::string& path) {
+RawShape ShapeOfRwh(const std::string& path, const InputOptions& options) {
     RwhHeader header;
     struct stat status = {};
     close(OpenRegularFile(path, status));  // for the system's own words when it cannot be
@@ -57,7 +57,10 @@ RawShape ShapeOfRwh(const std::string& path) {
         UTL_STS_SUCCESS) {
         throw Failure(ExitCode::kInput, "cannot read " + path);
     }
-    return ShapeOfRwhHeader(header, path);
+    RawShape shape = ShapeOfRwhHeader(header, path);
+    shape.shift = options.shift.value_or(0);
+    shape.limitedRange = options.range == "limited";
+    return shape;
 }
 
 RawShape ShapeOfRaw(const std::string& path, const InputOptions& options) {
@@ -83,6 +86,8 @@ RawShape ShapeOfRaw(const std::string& path, const InputOptions& options) {
     }
     shape.stride = options.stride != 0 ? options.stride : shape.stride;
     shape.offset = options.offset != 0 ? options.offset : shape.offset;
+    shape.shift = options.shift.value_or(shape.shift);
+    shape.limitedRange = options.range.empty() ? shape.limitedRange : options.range == "limited";
     return shape;
 }
 
@@ -101,11 +106,10 @@ bool IsStream(const std::string& path) {
 }
 
 RawShape FindShape(const std::string& path, const InputOptions& options) {
-    RawShape shape = IsRwhPath(path) ? ShapeOfRwh(path) : ShapeOfRaw(path, options);
-    shape.shift = options.shift;
-    shape.limitedRange = options.range == "limited";
+    const RawShape shape = IsRwhPath(path) ? ShapeOfRwh(path, options) : ShapeOfRaw(path, options);
     const ShapeOrigin origin = {options.size.empty() || IsRwhPath(path) ? ExitCode::kInput : ExitCode::kUsage,
-                                options.stride == 0 ? ExitCode::kInput : ExitCode::kUsage};
+                                options.stride == 0 ? ExitCode::kInput : ExitCode::kUsage,
+                                options.shift || !options.range.empty() ? ExitCode::kUnsupported : ExitCode::kInput};
     CheckShape(shape, path == "-" ? "standard input" : path, origin);
     return shape;
 }
@@ -157,6 +161,9 @@ MappedFrames::MappedFrames(std::string path, const InputOptions& options)
 
 void MappedFrames::CheckLength(uint64_t frames) {
     const uint64_t bytes = m_file.Content().size();
+    if (bytes == 0) {
+        throw Failure(ExitCode::kInput, m_path + ": the file is empty");
+    }
     const uint64_t wanted = m_shape.offset + frames * m_shape.FrameBytes();
     if (frames == 1 && bytes == wanted) {
         return;

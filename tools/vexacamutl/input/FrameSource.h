@@ -38,7 +38,7 @@ struct InputOptions {
     std::string size;
     uint64_t stride = 0;
     uint64_t offset = 0;
-    uint32_t shift = 0;
+    std::optional<uint32_t> shift;
     std::string range;                 ///< "limited" for YUV that does not use 0 to 255
     std::optional<uint64_t> frame;     ///< only this one of a sequence
     std::optional<FrameRange> frames;  ///< only these

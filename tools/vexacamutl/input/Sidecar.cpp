@@ -83,6 +83,27 @@ const FormatInfo& ReadFormat(const Lines& lines, const std::string& path) {
     }
 }
 
+/// Bits by which samples in words lie too high; whether the format has such words is checked with the whole shape.
+uint32_t ReadShift(const Lines& lines, const std::string& name) {
+    static constexpr uint32_t kMost = 8;
+    const auto shift = ReadNumber<uint32_t>(lines, "shift", name, false);
+    if (shift > kMost) {
+        throw Failure(ExitCode::kInput, name + ": invalid shift '" + std::to_string(shift) + "'");
+    }
+    return shift;
+}
+
+bool ReadsLimitedRange(const Lines& lines, const std::string& name) {
+    const auto line = lines.find("range");
+    if (line == lines.end() || line->second == "full") {
+        return false;
+    }
+    if (line->second != "limited") {
+        throw Failure(ExitCode::kInput, name + ": invalid range '" + line->second + "': expected full or limited");
+    }
+    return true;
+}
+
 /// Reads up to one byte more than a sidecar may have.
 bool ReadAll(int fd, std::string& text) {
     text.resize(kMostBytes + 1);
@@ -155,6 +176,8 @@ RawShape ParseSidecar(const std::string& text, const std::string& name) {
     shape.height = ReadNumber<uint32_t>(lines, "height", name, true);
     shape.stride = ReadNumber<uint64_t>(lines, "stride", name, false);
     shape.offset = ReadNumber<uint64_t>(lines, "offset", name, false);
+    shape.shift = ReadShift(lines, name);
+    shape.limitedRange = ReadsLimitedRange(lines, name);
     return shape;
 }
 
@@ -183,11 +206,13 @@ std::string ReadTimestamps(const std::string& rawPath) {
 std::string SidecarText(const std::string& rawPath, const RawShape& shape) {
     return "file: " + FileName(rawPath) + "\npixel format: " + HexCode(shape.format->code) + " " +
            std::string(shape.format->name) + "\nwidth: " + std::to_string(shape.width) +
-           "\nheight: " + std::to_string(shape.height) + "\nbytes: " + std::to_string(shape.FrameBytes()) + "\n";
+           "\nheight: " + std::to_string(shape.height) + "\nbytes: " + std::to_string(shape.FrameBytes()) + "\n" +
+           (shape.limitedRange ? "range: limited\n" : "");
 }
 
 bool IsSidecarTextOf(const std::string& text, const std::string& rawPath) {
-    static constexpr std::string_view kKeys[] = {"file", "pixel format", "width", "height", "bytes"};
+    static constexpr std::string_view kKeys[] = {"file", "pixel format", "width", "height", "bytes", "range"};
+    static constexpr size_t kAlwaysThere = 5;
     std::istringstream rest(text);
     size_t known = 0;
     for (std::string line; std::getline(rest, line); ++known) {
@@ -198,7 +223,7 @@ bool IsSidecarTextOf(const std::string& text, const std::string& rawPath) {
             return false;
         }
     }
-    return known == std::size(kKeys);
+    return known >= kAlwaysThere;
 }
 
 }  // namespace VexaTool

@@ -2,8 +2,9 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // The text beside a raw file that says what the file cannot: for frame.raw the file frame.txt (or frame.raw.txt) with
-// lines of "key: value". Read are "pixel format" (hex code or name), "width", "height", "stride", "offset" and
-// "timestamp" (of each frame, separated by commas), in any case; other lines are for people.
+// lines of "key: value". Read are "pixel format" (hex code or name), "width", "height", "stride", "offset",
+// "shift", "range" (full or limited) and "timestamp" (of each frame, separated by commas), in any case; other lines are
+// for people.
 //
 //     pixel format: 0x01080009 BayerRG8
 //     width: 1920

@@ -26,6 +26,11 @@ void CheckColour(const FormatInfo& format, const EncodeOptions& options) {
     }
 }
 
+/// Bare pixels and ppm files always have colour.
+bool HoldsOneChannel(OutputKind kind) {
+    return kind != OutputKind::kPpm && kind != OutputKind::kBgra && kind != OutputKind::kBgr;
+}
+
 }  // namespace
 
 Bytes FrameEncoder::Encode(const RawShape& shape, Bytes tight) {
@@ -49,14 +54,10 @@ Bytes FrameEncoder::EncodeShown(const RawShape& shape, Bytes tight) {
     if (!grey) {
         CheckColour(*shape.format, m_options);
     }
-    const bool holdsAlpha =
-        m_options.kind == OutputKind::kPng || m_options.kind == OutputKind::kBmp || m_options.kind == OutputKind::kVbmp;
-    const bool holdsOneChannel = holdsAlpha || m_options.kind == OutputKind::kPgm ||
-                                 m_options.kind == OutputKind::kTif || m_options.kind == OutputKind::kJpg;
     RenderOptions render = m_options.render;
-    render.alpha = m_options.kind == OutputKind::kBgra || (render.alpha && holdsAlpha);
+    render.alpha = m_options.kind == OutputKind::kBgra || render.alpha;
     m_renderer.Render(shape, tight, render, m_picture);
-    if (grey && holdsOneChannel && m_picture.channels == 3) {
+    if (grey && HoldsOneChannel(m_options.kind) && m_picture.channels == 3) {
         KeepOneChannel(m_picture, m_grey);
         return EncodePicture(m_grey, m_options.kind, m_options.pngLevel, m_encoded, m_options.jpegQuality);
     }

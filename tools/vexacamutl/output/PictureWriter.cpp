@@ -229,6 +229,11 @@ bool IsFrameKind(OutputKind kind) {
     return kind == OutputKind::kRwh || kind == OutputKind::kRaw;
 }
 
+bool HoldsAlpha(OutputKind kind) {
+    return kind == OutputKind::kPng || kind == OutputKind::kBmp || kind == OutputKind::kVbmp ||
+           kind == OutputKind::kBgra;
+}
+
 bool HoldsWords(OutputKind kind) {
     return kind == OutputKind::kPng || kind == OutputKind::kTif || kind == OutputKind::kPgm;
 }

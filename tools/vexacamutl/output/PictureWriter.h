@@ -39,6 +39,9 @@ bool IsFrameKind(OutputKind kind);
 /// True when files of this kind can have 16-bit samples.
 bool HoldsWords(OutputKind kind);
 
+/// True when files of this kind can have, or always have, four channels.
+bool HoldsAlpha(OutputKind kind);
+
 /// True when frames of this kind simply follow each other in one file.
 bool IsAppendable(OutputKind kind);
 
