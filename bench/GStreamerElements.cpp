@@ -55,6 +55,8 @@ constexpr Row kRows[] = {
     {"video/x-raw,format=RGB", PIXEL_FORMAT_RGB8, 0, "BGRx", VCF_OUTPUT_BGRA, "", "videoconvert"},
     {"video/x-raw,format=UYVY,colorimetry=1:4:0:0", PIXEL_FORMAT_YUV422_8_UYVY, VCF_RANGE_FULL, "BGRx", VCF_OUTPUT_BGRA,
      "", "videoconvert"},
+    {"video/x-raw,format=v308,colorimetry=1:4:0:0", PIXEL_FORMAT_YUV8_UYV, VCF_RANGE_FULL, "BGRx", VCF_OUTPUT_BGRA, "",
+     "videoconvert"},
     {"video/x-raw,format=UYVY,colorimetry=bt601", PIXEL_FORMAT_YUV422_8_UYVY, VCF_RANGE_LIMITED, "BGRx",
      VCF_OUTPUT_BGRA, "", "videoconvert"},
 };

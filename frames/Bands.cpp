@@ -40,7 +40,8 @@ class Bands {
           m_dst(dst),
           m_stride(stride),
           m_pictureRowBytes(size_t{converter.geometry.width} * converter.plan.pixelBytes),
-          m_direct(converter.plan.feed == Feed::kRows && converter.geometry.RowsAreOneRun()) {}
+          m_direct(converter.plan.feed == Feed::kRows && converter.geometry.RowsAreOneRun()),
+          m_finishes(converter.plan.finish.exchange || converter.plan.finish.matrix) {}
 
     void Grey(uint32_t first, uint32_t end) {
         for (uint32_t row = first; row < end; ++row) {
@@ -56,8 +57,7 @@ class Bands {
     }
 
     void Pixels(uint32_t first, uint32_t end) {
-        const bool finishes = m_plan.finish.exchange || m_plan.finish.matrix;
-        if (m_direct && m_stride == m_pictureRowBytes && !finishes) {
+        if (m_direct && m_stride == m_pictureRowBytes && !m_finishes) {
             m_plan.call.Run(Row(first), m_buffer + m_g.StartOf(first).byte, m_g.width, end - first);
             return;
         }
@@ -114,8 +114,7 @@ class Bands {
     uint32_t FedRows() const { return m_direct ? m_g.height : RowsThatFit(m_c.scratch.feedBytes, m_plan.fedRowBytes); }
 
     uint32_t StraightRows() const {
-        const bool finishes = m_plan.finish.exchange || m_plan.finish.matrix;
-        return finishes ? std::min(FedRows(), RowsThatFit(m_c.scratch.pictureBytes, m_pictureRowBytes)) : FedRows();
+        return m_finishes ? std::min(FedRows(), RowsThatFit(m_c.scratch.pictureBytes, m_pictureRowBytes)) : FedRows();
     }
 
     /// The rows of a span one after the other. Rows that the last span has too are not read again.
@@ -152,7 +151,7 @@ class Bands {
         std::memcpy(m_c.scratch.saved, Row(around.first), overwritten);
         Demosaic(Row(around.first), around);
         std::memcpy(Row(around.first), m_c.scratch.saved, overwritten);
-        for (uint32_t row = band.first; row < band.end; ++row) {
+        for (uint32_t row = band.first; row < band.end && m_finishes; ++row) {
             FinishRow(m_c, Row(row));
         }
     }
@@ -175,6 +174,7 @@ class Bands {
     size_t m_stride;
     size_t m_pictureRowBytes;
     bool m_direct;
+    bool m_finishes;
     Span m_have = {0, 0};
 };
 

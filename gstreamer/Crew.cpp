@@ -24,6 +24,10 @@ void Crew::Resize(unsigned threads) {
 }
 
 void Crew::Run(const std::function<void(unsigned)>& part) {
+    if (m_helpers.empty()) {
+        part(0);
+        return;
+    }
     {
         const std::lock_guard lock(m_mutex);
         m_part = &part;

@@ -122,6 +122,46 @@ def file_table(files: Rows) -> str:
                    row["best_over_best"]] for row in files])
 
 
+def gstreamer_table(rows: Rows, threads: str) -> str:
+    """vexaconvert beside GStreamer's own elements: per size its ns per pixel, theirs, and the ratio."""
+    rows = [row for row in rows if row["threads"] == threads]
+    sizes = in_order(rows, "size")
+    cases: dict[tuple[str, ...], dict[str, Rows]] = defaultdict(lambda: defaultdict(list))
+    for row in rows:
+        if row["what"].startswith("vexaconvert"):
+            case = row["in"], row["out"], row["what"]
+        cases[case][row["size"]].append(row)
+    lines = []
+    for (source, out, what), by_size in cases.items():
+        others = [row for row in by_size[sizes[0]][1:] if row["what"] != "frames layer alone"]
+        cells = [source, out, what, others[0]["what"] if others else "none"]
+        for size in sizes:
+            theirs = [row for row in by_size[size] if others and row["what"] == others[0]["what"]]
+            cells += [f"{float(by_size[size][0]['ns_per_pixel']):.2f}"]
+            cells += [f"{float(theirs[0]['ns_per_pixel']):.2f}", f"{float(theirs[0]['time_over_ours']):.1f}"] \
+                if theirs else ["none", ""]
+        lines.append(cells)
+    header = ["in", "out", "ours", "theirs"]
+    for size in sizes:
+        header += [f"{size}: ours", "theirs", "ratio"]
+    return table(header, lines)
+
+
+def gstreamer_sections(folder: Path) -> list[str]:
+    """The elements beside GStreamer's own, and what a push adds to a conversion."""
+    elements, overheads = read_rows(folder / "gstreamer.csv"), read_rows(folder / "gstreamer-overhead.csv")
+    if not elements or not overheads:
+        return []
+    lines = [[row["in"], row["out"], row["converter"], row["converter_us"], row["added_us"], row["added_percent"] + " %",
+              row["identity_added_us"]] for row in overheads]
+    return ["## GStreamer elements, one thread",
+            "ns per pixel by turns, processor time; ratio = theirs / ours.", gstreamer_table(elements, "1"),
+            "## GStreamer elements, all cores", "ns per pixel by turns, wall clock.", gstreamer_table(elements, "all"),
+            f"## What a push through vexaconvert adds at {overheads[0]['size']}",
+            "us per frame in one thread, call by call on the same memory; a push through `identity` adds the last column.",
+            table(["in", "out", "converter", "alone", "added", "share", "identity adds"], lines)]
+
+
 def make_report(folder: Path, arguments: argparse.Namespace) -> str:
     """The whole page."""
     ratios = read_rows(folder / "ratios.csv")
@@ -160,6 +200,7 @@ def make_report(folder: Path, arguments: argparse.Namespace) -> str:
         sections += ["## Instructions per pixel",
                      f"Counted by callgrind on frames of {instructions[0]['size']}, borders and calls included. It "
                      "cannot run AVX-512.", instruction_table(instructions)]
+    sections += gstreamer_sections(folder)
     sections += ["## What does not grow with the frame", overhead_text(read_rows(folder / "overheads.csv")),
                  "## Files", "On a memory-backed file system, beside one write or read of the same bytes.",
                  file_table(read_rows(folder / "files.csv"))]

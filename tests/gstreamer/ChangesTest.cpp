@@ -2,6 +2,7 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // What changes while frames flow: caps on both sides, properties, and another element beside this one.
+#include <atomic>
 #include <thread>
 
 #include "Support.h"
@@ -100,8 +101,9 @@ TEST(Changes, PropertyThatDoesNotFitIsRefusedWithAText) {
 TEST(Changes, PropertiesSetFromAnotherThread) {
     Harness harness("vexaconvert n-threads=2");
     harness.SetCaps(SizedCaps(kBayer8, 64, 64), "video/x-raw,format=BGR");
+    std::atomic<bool> done = false;
     std::thread hand([&] {
-        for (int i = 0; i < 300; ++i) {
+        for (int i = 0; !done; ++i) {
             Set(harness.Element(), "bayer-mode", i % 2 == 0 ? "adaptive" : "bilinear");
             Set(harness.Element(), "white-balance", i % 3 == 0 ? "auto" : "gains");
             Set(harness.Element(), "n-threads", i % 5 == 0 ? "3" : "2");
@@ -111,8 +113,36 @@ TEST(Changes, PropertiesSetFromAnotherThread) {
     for (int i = 0; i < 300; ++i) {
         EXPECT_FALSE(harness.Convert(BufferOf(frame)).empty());
     }
+    done = true;
     hand.join();
     EXPECT_EQ(harness.Error(), "");
+}
+
+/// Streaming threads of GStreamer on both sides of the elements, one frame in two of them at once.
+TEST(Changes, PropertiesOfTwoBranchesBetweenQueues) {
+    const Harness registered("vexaconvert");
+    GstElement* const pipeline = gst_parse_launch(
+        "videotestsrc num-buffers=200 ! video/x-bayer,format=rggb,width=64,height=64 ! tee name=t "
+        "t. ! queue ! vexaconvert name=one n-threads=2 ! video/x-raw,format=BGR ! queue ! fakesink sync=false "
+        "t. ! queue ! vexaconvert name=two ! video/x-raw,format=BGRx ! queue ! fakesink sync=false",
+        nullptr);
+    GstElement* const one = gst_bin_get_by_name(GST_BIN(pipeline), "one");
+    GstElement* const two = gst_bin_get_by_name(GST_BIN(pipeline), "two");
+    GstBus* const bus = gst_element_get_bus(pipeline);
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    GstMessage* last = nullptr;
+    for (int i = 0; last == nullptr; ++i) {
+        Set(one, "bayer-mode", i % 2 == 0 ? "adaptive" : "bilinear");
+        Set(two, "tone", i % 2 == 0 ? "srgb" : "linear");
+        Set(two, "n-threads", i % 3 == 0 ? "4" : "1");
+        last = gst_bus_pop_filtered(bus, static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
+    }
+    EXPECT_EQ(GST_MESSAGE_TYPE(last), GST_MESSAGE_EOS);
+    gst_message_unref(last);
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    for (gpointer object : {gpointer{one}, gpointer{two}, gpointer{bus}, gpointer{pipeline}}) {
+        gst_object_unref(object);
+    }
 }
 
 /// The library's own mode word is process-wide; elements do not use it.

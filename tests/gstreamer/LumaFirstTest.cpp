@@ -112,7 +112,7 @@ TEST(LumaFirst, OrderChangesWhilePlaying) {
 
 /// RWH files hold U Y V: what is written leads to the same picture when it is read.
 TEST(LumaFirst, FilesHoldTheOrderOfTheLibrary) {
-    for (const size_t padding : {0, 4}) {
+    for (const size_t padding : {size_t{0}, size_t{4}}) {
         constexpr int kWidth = 13;
         const size_t rowBytes = size_t{3} * kWidth;
         const Bytes uyv = RandomBytes(rowBytes * kHeight, 6);

@@ -24,8 +24,13 @@
 namespace {
 
 constexpr unsigned kTwoHours = 2 * 60 * 60 * 30;
+#ifdef VEXACAMUTL_SANITIZED
+constexpr unsigned kFramesPerSetting = 10;
+constexpr size_t kAllowedGrowth = size_t{1} << 30;  // a sanitizer keeps freed blocks for a while
+#else
 constexpr unsigned kFramesPerSetting = 100;
 constexpr size_t kAllowedGrowth = size_t{8} << 20;
+#endif
 
 struct Setting {
     const char* caps;
