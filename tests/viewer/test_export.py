@@ -57,7 +57,7 @@ def check_exports(page, tool, stem):
     assert all(path.read_bytes() == content for path, content in before.items())
 
 
-LEVELS = {"balance": [1.9, 1, 1.4375], "black": 3, "tone": "srgb"}
+LEVELS = {"balance": [1.9, 1, 1.4375], "black": 3, "exposure": 1.5, "tone": "srgb"}
 
 
 @pytest.mark.parametrize("name, settings", [

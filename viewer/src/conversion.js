@@ -27,6 +27,7 @@ export function conversionOf(settings, format, pane) {
     if (format.kind !== 'yuv') {
         options.black = own.black;
         options.whiteBalance = own.balance;
+        options.exposure = own.exposure === 1 ? null : own.exposure;
         options.tone = own.tone === 'none' ? null : /^\d/.test(own.tone) ? Number(own.tone) : own.tone;
     }
     return options;

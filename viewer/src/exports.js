@@ -34,6 +34,9 @@ function levelOptions(settings) {
     if (settings.black > 0) {
         options.push('--black-level', String(settings.black));
     }
+    if (settings.exposure !== 1) {
+        options.push('--exposure', String(settings.exposure));
+    }
     if (settings.tone !== 'none') {
         options.push('--tone', settings.tone);
     }
@@ -110,6 +113,9 @@ export function pythonLines(source, settings, format, frameBytes) {
         }
         if (settings.black > 0) {
             put('black_level', settings.black);
+        }
+        if (settings.exposure !== 1) {
+            put('exposure', settings.exposure);
         }
         if (settings.tone !== 'none') {
             put('tone', /^\d/.test(settings.tone) ? settings.tone : `"${settings.tone}"`);

@@ -3,7 +3,7 @@
 //
 // Draws the counts of samples, and their figures as rows of a table.
 import { count } from './layout.js';
-import { SITE_COLOURS } from './overlay.js';
+import { SITE_COLOURS, TAG_COLOURS } from './overlay.js';
 
 const ROOM_BELOW = 14; // for the ends of the axis
 
@@ -99,7 +99,7 @@ export function statisticsRow({ name, min, mean, max, clipped, over, count: all 
     const tag = document.createElement('span');
     tag.className = 'site';
     tag.textContent = name;
-    tag.style.background = SITE_COLOURS[name];
+    tag.style.background = TAG_COLOURS[name];
     head.append(tag);
     row.append(head);
     row.dataset.channel = name;

@@ -58,7 +58,7 @@ export function keysOf(viewer) {
             ['w', 'white balance from the mean', () => viewer.balanceAuto()],
             ['k', 'pick grey; Enter takes the pixel', () => viewer.pick(!viewer.picking)],
             ['i', 'next tone', () => set({ tone: after(TONES, settings.tone) })],
-            ['r', 'samples as they are', () => set({ balance: null, black: 0, tone: 'none' })],
+            ['r', 'samples as they are', () => set({ balance: null, black: 0, exposure: 1, tone: 'none' })],
             ['l', 'histogram linear or logarithmic', () => set({ scale: settings.scale === 'log' ? 'linear' : 'log' })],
         ]],
         ['Export', [

@@ -20,6 +20,19 @@ export const SITE_COLOURS = {
     Grey: '#9aa3ab',
 };
 
+/** The same, dark enough for white letters. */
+export const TAG_COLOURS = {
+    R: '#c9353a',
+    Gr: '#2c7d45',
+    Gb: '#0b7d70',
+    G: '#2c7d45',
+    B: '#3f66dd',
+    Y: '#68717a',
+    U: '#3f6db5',
+    V: '#b04c7a',
+    Grey: '#68717a',
+};
+
 function drawGrid(context, stage, rect, area, corner) {
     const { zoom } = stage;
     context.strokeStyle = 'rgba(128, 128, 128, 0.45)';

@@ -85,6 +85,14 @@ export class Panels {
                 viewer.set({ black: value });
             }
         });
+        $('exposure').addEventListener('input', (event) => {
+            const value = event.target.value === '' ? 1 : Number(event.target.value);
+            const good = value >= 0 && value <= 16 && event.target.validity.valid;
+            event.target.setAttribute('aria-invalid', String(!good));
+            if (good) {
+                viewer.set({ exposure: value });
+            }
+        });
         $('tone').addEventListener('change', (event) => viewer.set({ tone: parseTone(event.target.value) }));
     }
 
@@ -110,7 +118,7 @@ export class Panels {
         on('zoom-pixels', () => viewer.zoomTo(48));
         on('balance-auto', () => viewer.balanceAuto());
         on('balance-pick', () => viewer.pick(!viewer.picking));
-        on('levels-reset', () => viewer.set({ balance: null, black: 0, tone: 'none' }));
+        on('levels-reset', () => viewer.set({ balance: null, black: 0, exposure: 1, tone: 'none' }));
         on('save-png', () => viewer.exporter.png());
         on('save-text', () => viewer.exporter.sidecar());
         on('save-rwh', () => viewer.exporter.rwh());
@@ -156,6 +164,7 @@ export class Panels {
             ['gain-r', 'gain-g', 'gain-b'].forEach((id) => put($(id), ''));
         }
         put($('black'), settings.black > 0 ? String(settings.black) : '');
+        put($('exposure'), settings.exposure === 1 ? '' : String(settings.exposure));
         this.showTone(settings.tone);
         put($('fps'), String(settings.fps));
         for (const name of ['view', 'mode', 'scale']) {
@@ -190,7 +199,7 @@ export class Panels {
         $('shift').disabled = Boolean(format) && !words;
         $('range').disabled = Boolean(format) && format.kind !== 'yuv';
         const yuv = format?.kind === 'yuv';
-        ['black', 'tone', 'levels-reset'].forEach((id) => ($(id).disabled = yuv));
+        ['black', 'exposure', 'tone', 'levels-reset'].forEach((id) => ($(id).disabled = yuv));
         ['gain-r', 'gain-g', 'gain-b', 'balance-auto', 'balance-pick'].forEach(
             (id) => ($(id).disabled = Boolean(format) && !viewer.canBalance()),
         );

@@ -4,7 +4,7 @@
 // What is read at a pixel: its samples, its colour in the picture, its bytes in the file.
 import { $, element } from './elements.js';
 import { bytesOfPixel, count } from './layout.js';
-import { SITE_COLOURS } from './overlay.js';
+import { TAG_COLOURS } from './overlay.js';
 
 const MOST_BYTES = 64;
 const LETTER = 7.2; // width of a letter in the line of bytes
@@ -28,7 +28,7 @@ export class Reading {
         $('pixel-samples').replaceChildren(
             ...samples.flatMap(({ site, value }) => {
                 const tag = element('span', { className: 'site', textContent: site });
-                tag.style.background = SITE_COLOURS[site];
+                tag.style.background = TAG_COLOURS[site];
                 return [tag, `${value} `];
             }),
         );

@@ -19,6 +19,7 @@ export const START = Object.freeze({
     view: 'single', // single, modes, phases
     balance: null, // gains of red, green, blue
     black: 0,
+    exposure: 1,
     tone: 'none', // none, linear, srgb or a gamma
     range: 'full', // full, limited
     zoom: 0, // screen pixels per pixel; 0: the whole frame
@@ -58,6 +59,14 @@ export function parseGains(text) {
         throw new Error('expected three gains from 0 to 16, for example 1.9,1,1.6');
     }
     return gains;
+}
+
+export function parseExposure(text) {
+    const exposure = /^\d*\.?\d+$/.test(text) ? Number(text) : NaN;
+    if (!(exposure >= 0 && exposure <= 16)) {
+        throw new Error('expected a factor from 0 to 16');
+    }
+    return exposure;
 }
 
 export function parseTone(text) {
@@ -100,6 +109,10 @@ const KEYS = {
         write: (s) => (s.balance ? s.balance.join(',') : ''),
     },
     black: number('black', 65534),
+    exposure: {
+        read: (text) => ({ exposure: parseExposure(text) }),
+        write: (s) => (s.exposure === 1 ? '' : String(s.exposure)),
+    },
     tone: { read: (text) => ({ tone: parseTone(text) }), write: (s) => (s.tone === 'none' ? '' : s.tone) },
     range: choice('range', ['full', 'limited']),
     zoom: {
@@ -175,5 +188,5 @@ export function fromFragment(fragment) {
 
 /** Whether raw levels are changed before demosaicing. */
 export function usesLevels(settings) {
-    return settings.balance !== null || settings.black > 0 || settings.tone !== 'none';
+    return settings.balance !== null || settings.black > 0 || settings.exposure !== 1 || settings.tone !== 'none';
 }

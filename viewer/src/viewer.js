@@ -19,7 +19,7 @@ import { START, fromFragment, toFragment } from './settings.js';
 import { Stage } from './stage.js';
 
 const LAYOUT = ['format', 'width', 'height', 'stride', 'offset', 'shift', 'range'];
-const PICTURE = ['frame', 'mode', 'view', 'balance', 'black', 'tone'];
+const PICTURE = ['frame', 'mode', 'view', 'balance', 'black', 'exposure', 'tone'];
 const MOST_FRAME_BYTES = 2 ** 30;
 const BIG_STEP = 16;
 
