@@ -21,13 +21,7 @@ constexpr const FrameKernels& kFallback = kScalarFrameKernels;
 
 #include "kernels/simd/Blocks.inc"
 
-template <size_t kStep>
-inline constexpr size_t kOverread = 16 - kStep;
-
-template <class Order, size_t kStep>
-[[gnu::always_inline]] inline U8 LoadShuffled(const uint8_t* from) {
-    return Shuffle128<Order>(Load<U8>(from));
-}
+#include "kernels/LoadShuffled128.inc"
 
 [[gnu::always_inline]] inline I32 SumOfProducts(I16 a, I16 b) {
     const int32x4_t low = vmull_s16(vget_low_s16(Raw(a)), vget_low_s16(Raw(b)));

@@ -77,12 +77,17 @@ def check_size(width: Any, height: Any) -> tuple[int, int]:
     return width, height
 
 
+def missing_size(what: str) -> str:
+    """The complaint about a frame without rows: an array of one dimension, or a buffer of any shape."""
+    return f"{what} is taken as one row: width and height have to be given (only arrays have them in their shape)"
+
+
 def _size_of(
     array: NDArray[Any], layout: Layout, width: Optional[int], height: Optional[int], what: str
 ) -> tuple[int, int]:
     if array.ndim == 1:
         if width is None or height is None:
-            raise ValueError(f"{what} has one dimension: width and height have to be given")
+            raise ValueError(missing_size(what))
         return check_size(width, height)
     shown = dimensions_of(array, layout, what)
     given = check_size(shown[0] if width is None else width, shown[1] if height is None else height)
@@ -117,15 +122,10 @@ def check_frame(
     return array, width, height
 
 
-def check_out(
-    out: Optional[NDArray[Any]], shape: tuple[int, ...], dtype: np.dtype[Any], source: NDArray[Any]
+def writable_memory(
+    out: Any, shape: tuple[int, ...], dtype: np.dtype[Any], source: NDArray[Any]
 ) -> NDArray[Any]:
-    """The memory to write to, as an array of the base class: that of `out` once it fits, or a new one.
-
-    A new one holds zeros, as some converters leave a few pixels unwritten.
-    """
-    if out is None:
-        return np.zeros(shape, dtype)
+    """The memory of `out` as an array of the base class, once it fits; how its rows lie is the caller's to check."""
     if not is_array(out):
         raise TypeError("out must be a NumPy array")
     memory = base_array(out)
@@ -135,8 +135,21 @@ def check_out(
         raise ValueError(f"out has shape {memory.shape}; expected is {shape}")
     if not memory.flags.writeable:
         raise ValueError("out is read-only")
-    if not memory.flags.c_contiguous:
-        raise ValueError("out is not C-contiguous")
     if np.may_share_memory(memory, source):
         raise ValueError("out overlaps the frame")
+    return memory
+
+
+def check_out(
+    out: Optional[NDArray[Any]], shape: tuple[int, ...], dtype: np.dtype[Any], source: NDArray[Any]
+) -> NDArray[Any]:
+    """The memory to write to, as an array of the base class: that of `out` once it fits, or a new one.
+
+    A new one holds zeros, as some converters leave a few pixels unwritten.
+    """
+    if out is None:
+        return np.zeros(shape, dtype)
+    memory = writable_memory(out, shape, dtype, source)
+    if not memory.flags.c_contiguous:
+        raise ValueError("out is not C-contiguous")
     return memory

@@ -16,7 +16,7 @@ import numpy as np
 from numpy.typing import NDArray
 
 from . import _frames
-from ._arrays import Frame, base_array, dimensions_of, dtype_name, is_array
+from ._arrays import Frame, base_array, dimensions_of, dtype_name, is_array, missing_size, writable_memory
 from ._formats import BYTE, WORD, FormatLike, Layout, PixelFormat, format_code, frame_layout
 from ._numbers import integer
 
@@ -67,7 +67,7 @@ def _of_bytes(array: NDArray[Any], format: FormatLike, place: Place) -> CameraBu
     if not array.flags.c_contiguous:
         raise ValueError("the frame is not C-contiguous; pass numpy.ascontiguousarray(...) of it")
     if place.width is None or place.height is None:
-        raise ValueError("the frame has one dimension: width and height have to be given")
+        raise ValueError(missing_size("the frame"))
     size = integer(place.width, "the width"), integer(place.height, "the height")
     layout = _frames.buffer_layout(format, size, place.stride, place.offset, place.shift, place.range)
     return CameraBuffer(array, array.ctypes.data, array.nbytes, layout)
@@ -119,19 +119,9 @@ def picture_memory(out: Any, shape: tuple[int, ...], dtype: np.dtype[Any], sourc
     """The memory to write to: that of `out`, whose rows may lie apart, or a new one."""
     if out is None:
         return np.empty(shape, dtype)
-    if not is_array(out):
-        raise TypeError("out must be a NumPy array")
-    memory = base_array(out)
-    if memory.dtype != dtype:
-        raise TypeError(f"out has dtype {dtype_name(memory.dtype)}; expected is {dtype_name(dtype)}")
-    if memory.shape != shape:
-        raise ValueError(f"out has shape {memory.shape}; expected is {shape}")
-    if not memory.flags.writeable:
-        raise ValueError("out is read-only")
+    memory = writable_memory(out, shape, dtype, source)
     if not rows_apart(memory):
         raise ValueError("out is not C-contiguous, nor are its rows")
-    if np.may_share_memory(memory, source):
-        raise ValueError("out overlaps the frame")
     return memory
 
 

@@ -17,7 +17,7 @@ from typing import Any, Optional, Union
 import numpy as np
 from numpy.typing import NDArray
 
-from ._arrays import Frame, as_array, base_array, check_size, dimensions_of, dtype_name, is_array
+from ._arrays import Frame, as_array, base_array, check_size, dimensions_of, dtype_name, is_array, missing_size
 from ._formats import BYTE, FormatLike, PixelFormat, bits_per_pixel, frame_layout, pixel_format
 from ._library import FILE_IO_ERROR, FILE_OPEN_ERROR, FILE_READ_ERROR, LIBRARY, check_status
 from ._numbers import WORD_LIMIT, flag
@@ -186,7 +186,7 @@ def save_rwh(
         raise TypeError(f"the frame has dtype {dtype_name(array.dtype)}; expected is {dtype_name(layout.dtype)}")
     if width is None or height is None:
         if array.ndim == 1:
-            raise ValueError("the frame has one dimension: width and height have to be given")
+            raise ValueError(missing_size("the frame"))
         width, height = dimensions_of(array, layout, "the frame")
     columns, rows = check_size(width, height)
     row_bits = bits_per_pixel(chosen) * columns

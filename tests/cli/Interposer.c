@@ -6,8 +6,11 @@
  *     VEXA_REFUSE_ANONYMOUS   no file system has anonymous files (O_TMPFILE), as some network and older overlay ones
  *     VEXA_HIDE_PROC          /proc is not mounted
  *     VEXA_REQUIRE_CLOEXEC    a file that is opened without O_CLOEXEC ends the process
+ *     VEXA_INTERRUPT          every second read and write ends with EINTR before it does anything, the others are short
+ *     VEXA_PLANT=VICTIM       before a file is created by name, a link of that name points at the file VICTIM
+ *     VEXA_END_AT_NAMES       SIGTERM arrives right after a file got a name, or just before it is renamed
  *     VEXA_END_AT=CALL:N:SIG  the Nth call of open, write, name (link, rename) or fsync sends signal SIG to the
- * process; after it no thread writes any more, so that the process cannot end by itself
+ *                             process; after it no thread writes any more, so that the process cannot end by itself
  */
 #include <dlfcn.h>
 #include <errno.h>
@@ -21,8 +24,16 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+/* The functions of the C library are aliases, so that only declarations repeat that library's headers. */
+#define ALIAS(name) __attribute__((alias("ours_" #name)))
+#define NEXT(variable, name) *(void**)&(variable) = dlsym(RTLD_NEXT, name)
+
 static atomic_int calls;
 static atomic_int ended;
+
+static int is_set(const char* variable) {
+    return getenv(variable) != NULL;
+}
 
 static void count(const char* call) {
     const char* wanted = getenv("VEXA_END_AT");
@@ -38,62 +49,123 @@ static void count(const char* call) {
     }
 }
 
-static int hidden(const char* path) {
-    return getenv("VEXA_HIDE_PROC") != NULL && strncmp(path, "/proc", 5) == 0;
+/* Long enough for a thread that waits for the signal to end the program, unless something holds it back. */
+static void end_at_name(void) {
+    if (is_set("VEXA_END_AT_NAMES")) {
+        const int error = errno;
+        kill(getpid(), SIGTERM);
+        usleep(200000);
+        errno = error;
+    }
 }
 
-static int open_as(const char* name, const char* path, int flags, mode_t mode) {
-    if (getenv("VEXA_REFUSE_ANONYMOUS") != NULL && (flags & O_TMPFILE) == O_TMPFILE) {
-        errno = EOPNOTSUPP;
-        return -1;
+static void plant(const char* path) {
+    static atomic_int planted;
+    const char* victim = getenv("VEXA_PLANT");
+    if (victim != NULL && atomic_fetch_add(&planted, 1) == 0 && symlink(victim, path) != 0) {
+        abort();
+    }
+}
+
+static int hidden(const char* path) {
+    return is_set("VEXA_HIDE_PROC") && strncmp(path, "/proc", 5) == 0;
+}
+
+/* 0, or the error with which a file cannot be opened. */
+static int before_open(const char* path, int flags) {
+    if (is_set("VEXA_REFUSE_ANONYMOUS") && (flags & O_TMPFILE) == O_TMPFILE) {
+        return EOPNOTSUPP;
     }
     if (hidden(path)) {
-        errno = ENOENT;
-        return -1;
+        return ENOENT;
     }
-    if (getenv("VEXA_REQUIRE_CLOEXEC") != NULL && (flags & O_CLOEXEC) == 0) {
+    if (is_set("VEXA_REQUIRE_CLOEXEC") && (flags & O_CLOEXEC) == 0) {
         abort();
     }
     if ((flags & O_ACCMODE) == O_WRONLY) {
         count("open");
     }
-    int (*next)(const char*, int, ...);
-    *(void**)&next = dlsym(RTLD_NEXT, name);
-    return next(path, flags, mode);
+    if ((flags & O_CREAT) != 0) {
+        plant(path);
+    }
+    return 0;
 }
 
-/* The functions of the C library are aliases, so that only declarations repeat that library's headers. */
+static int opened(int fd, int flags) {
+    if (fd >= 0 && (flags & O_CREAT) != 0) {
+        end_at_name();
+    }
+    return fd;
+}
+
+static mode_t mode_of(va_list rest) {
+    return va_arg(rest, mode_t);
+}
+
 #define DEFINE_OPEN(name)                               \
     int ours_##name(const char* path, int flags, ...) { \
         va_list rest;                                   \
         va_start(rest, flags);                          \
-        const mode_t mode = va_arg(rest, mode_t);       \
+        const mode_t mode = mode_of(rest);              \
         va_end(rest);                                   \
-        return open_as(#name, path, flags, mode);       \
+        const int error = before_open(path, flags);     \
+        if (error != 0) {                               \
+            errno = error;                              \
+            return -1;                                  \
+        }                                               \
+        int (*next)(const char*, int, ...);             \
+        NEXT(next, #name);                              \
+        return opened(next(path, flags, mode), flags);  \
     }                                                   \
-    int name(const char*, int, ...) __attribute__((alias("ours_" #name)));
+    int name(const char*, int, ...) ALIAS(name);
 
 DEFINE_OPEN(open)
 DEFINE_OPEN(open64)
+
+/* How many bytes a call may move; none: it is interrupted. */
+static size_t allowed(size_t size) {
+    static atomic_uint moves;
+    if (!is_set("VEXA_INTERRUPT")) {
+        return size;
+    }
+    return atomic_fetch_add(&moves, 1) % 2 == 0 ? 0 : (size + 1) / 2;
+}
+
+ssize_t ours_read(int fd, void* bytes, size_t size) {
+    const size_t some = allowed(size);
+    if (some == 0 && size > 0) {
+        errno = EINTR;
+        return -1;
+    }
+    ssize_t (*next)(int, void*, size_t);
+    NEXT(next, "read");
+    return next(fd, bytes, some);
+}
+ssize_t read(int, void*, size_t) ALIAS(read);
 
 ssize_t ours_write(int fd, const void* bytes, size_t size) {
     count("write");
     while (atomic_load(&ended)) {
         pause();
     }
+    const size_t some = allowed(size);
+    if (some == 0 && size > 0) {
+        errno = EINTR;
+        return -1;
+    }
     ssize_t (*next)(int, const void*, size_t);
-    *(void**)&next = dlsym(RTLD_NEXT, "write");
-    return next(fd, bytes, size);
+    NEXT(next, "write");
+    return next(fd, bytes, some);
 }
-ssize_t write(int, const void*, size_t) __attribute__((alias("ours_write")));
+ssize_t write(int, const void*, size_t) ALIAS(write);
 
 int ours_fsync(int fd) {
     count("fsync");
     int (*next)(int);
-    *(void**)&next = dlsym(RTLD_NEXT, "fsync");
+    NEXT(next, "fsync");
     return next(fd);
 }
-int fsync(int) __attribute__((alias("ours_fsync")));
+int fsync(int) ALIAS(fsync);
 
 int ours_access(const char* path, int mode) {
     if (hidden(path)) {
@@ -101,10 +173,10 @@ int ours_access(const char* path, int mode) {
         return -1;
     }
     int (*next)(const char*, int);
-    *(void**)&next = dlsym(RTLD_NEXT, "access");
+    NEXT(next, "access");
     return next(path, mode);
 }
-int access(const char*, int) __attribute__((alias("ours_access")));
+int access(const char*, int) ALIAS(access);
 
 int ours_linkat(int from, const char* path, int to, const char* name, int flags) {
     if (hidden(path)) {
@@ -113,23 +185,29 @@ int ours_linkat(int from, const char* path, int to, const char* name, int flags)
     }
     count("name");
     int (*next)(int, const char*, int, const char*, int);
-    *(void**)&next = dlsym(RTLD_NEXT, "linkat");
-    return next(from, path, to, name, flags);
+    NEXT(next, "linkat");
+    const int result = next(from, path, to, name, flags);
+    if (result == 0) {
+        end_at_name();
+    }
+    return result;
 }
-int linkat(int, const char*, int, const char*, int) __attribute__((alias("ours_linkat")));
+int linkat(int, const char*, int, const char*, int) ALIAS(linkat);
 
 int ours_rename(const char* path, const char* name) {
     count("name");
+    end_at_name();
     int (*next)(const char*, const char*);
-    *(void**)&next = dlsym(RTLD_NEXT, "rename");
+    NEXT(next, "rename");
     return next(path, name);
 }
-int rename(const char*, const char*) __attribute__((alias("ours_rename")));
+int rename(const char*, const char*) ALIAS(rename);
 
 int ours_renameat2(int from, const char* path, int to, const char* name, unsigned flags) {
     count("name");
+    end_at_name();
     int (*next)(int, const char*, int, const char*, unsigned);
-    *(void**)&next = dlsym(RTLD_NEXT, "renameat2");
+    NEXT(next, "renameat2");
     return next(from, path, to, name, flags);
 }
-int renameat2(int, const char*, int, const char*, unsigned) __attribute__((alias("ours_renameat2")));
+int renameat2(int, const char*, int, const char*, unsigned) ALIAS(renameat2);

@@ -65,3 +65,15 @@ class Tool:
 @pytest.fixture
 def tool(tmp_path):
     return Tool(tmp_path)
+
+
+@pytest.fixture
+def interposer():
+    """What the system does as a test wants it (see Interposer.c): tool.good(..., env=interposer(VEXA_HIDE_PROC=1))."""
+    shim = os.environ.get("VEXACAMUTL_INTERPOSER")
+    if not shim:
+        pytest.skip("not with sanitizers")
+
+    def environment(**variables):
+        return {**os.environ, "LD_PRELOAD": shim, **{name: str(value) for name, value in variables.items()}}
+    return environment

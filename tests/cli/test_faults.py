@@ -80,18 +80,6 @@ def test_reader_goes_away(tool):
     process.stderr.close()
 
 
-@pytest.fixture
-def interposer(monkeypatch):
-    """Lets a test change what the system does (see Interposer.c): interposer(VEXA_HIDE_PROC=1)."""
-    shim = os.environ.get("VEXACAMUTL_INTERPOSER")
-    if not shim:
-        pytest.skip("not with sanitizers")
-
-    def set_variables(**variables):
-        return {**os.environ, "LD_PRELOAD": shim, **{name: str(value) for name, value in variables.items()}}
-    return set_variables
-
-
 SMALL = ["-f", "BayerRG8", "-s", "16x8", "-j", "1"]
 KINDS = {"ppm": 12 + 16 * 8 * 3, "vbmp": 102 + 16 * 8 * 3, "rwh": 16 + 16 * 8}
 SIGNALS = [signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT, signal.SIGALRM, signal.SIGUSR1, signal.SIGXCPU,

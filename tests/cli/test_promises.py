@@ -26,21 +26,6 @@ def frame(n=0):
     return random_samples(FRAME, 8, seed=n).tobytes()
 
 
-@pytest.fixture
-def interfere(monkeypatch):
-    """Loads Interfere.c; `named` keeps the program from anonymous files as well."""
-    shim = os.environ.get("VEXACAMUTL_INTERFERE")
-    if not shim:
-        pytest.skip("not with sanitizers")
-
-    def load(what, named):
-        monkeypatch.setenv("LD_PRELOAD", shim)
-        monkeypatch.setenv("INTERFERE", what)
-        if named:
-            monkeypatch.setenv("INTERFERE_NAMED", "1")
-    return load
-
-
 # many files
 
 VERBS = {
@@ -74,30 +59,27 @@ def test_files_are_unmapped(tool):
 
 # moments
 
-def test_interrupted_calls_go_on(tool, interfere, monkeypatch):
+def test_interrupted_calls_go_on(tool, interposer):
     pictures = [tool.good("convert", *SHAPE, "-", "-", stdin=frame(n)) for n in range(3)]
     stream = b"".join(map(frame, range(3)))
     tool.write("in.raw", frame(1))
     tool.good("convert", *SHAPE, "in.raw", "before.png")
-    interfere("interrupted", named=False)
-    assert tool.good("convert", *SHAPE, "-", "-", stdin=stream) == b"".join(pictures)
-    tool.good("convert", *SHAPE, "in.raw", "after.png")
-    monkeypatch.delenv("LD_PRELOAD")
+    interrupted = interposer(VEXA_INTERRUPT=1)
+    assert tool.good("convert", *SHAPE, "-", "-", stdin=stream, env=interrupted) == b"".join(pictures)
+    tool.good("convert", *SHAPE, "in.raw", "after.png", env=interrupted)
     assert tool.read("after.png") == tool.read("before.png")
 
 
-@pytest.mark.parametrize("named", [False, True])
+@pytest.mark.parametrize("files", [{}, {"VEXA_REFUSE_ANONYMOUS": 1}], ids=["anonymous", "named"])
 @pytest.mark.parametrize("older", [False, True])
-def test_ended_while_a_file_gets_its_name(tool, interfere, monkeypatch, named, older):
+def test_ended_while_a_file_gets_its_name(tool, interposer, files, older):
     """The result is whole or absent, the older one untouched, and nothing lies beside it."""
     tool.write("in.raw", frame())
     tool.good("convert", *SHAPE, "in.raw", "whole.ppm")
     whole = tool.read("whole.ppm")
     if older:
         tool.write("out.ppm", b"older result")
-    interfere("ended", named)
-    done = tool("convert", *SHAPE, "in.raw", "out.ppm")
-    monkeypatch.delenv("LD_PRELOAD")
+    done = tool("convert", *SHAPE, "in.raw", "out.ppm", env=interposer(VEXA_END_AT_NAMES=1, **files))
     assert done.returncode in (-signal.SIGTERM, 0)
     assert tool.names() in (["in.raw", "whole.ppm"], ["in.raw", "out.ppm", "whole.ppm"])
     if "out.ppm" in tool.names():
@@ -106,14 +88,12 @@ def test_ended_while_a_file_gets_its_name(tool, interfere, monkeypatch, named, o
         assert not older
 
 
-def test_a_planted_link_is_not_followed(tool, interfere, monkeypatch):
+def test_a_planted_link_is_not_followed(tool, interposer):
     """Somebody who can write to the folder has guessed the hidden name."""
     tool.write("in.raw", frame())
     victim = tool.write("elsewhere/victim", b"untouched")
-    interfere("planted", named=True)
-    monkeypatch.setenv("VICTIM", str(victim))
-    done = tool("convert", *SHAPE, "in.raw", "out.ppm")
-    monkeypatch.delenv("LD_PRELOAD")
+    done = tool("convert", *SHAPE, "in.raw", "out.ppm",
+                env=interposer(VEXA_PLANT=victim, VEXA_REFUSE_ANONYMOUS=1))
     assert victim.read_bytes() == b"untouched"
     assert done.returncode == (0 if (tool.folder / "out.ppm").exists() else 4)
     assert not (tool.folder / "out.ppm").is_symlink()

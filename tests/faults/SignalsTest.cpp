@@ -148,6 +148,19 @@ TEST_F(Signals, InterruptedReadsLoseNothing) {
     std::free(job.frame);
 }
 
+/// Cancels a thread that waits for the reader of the FIFO.
+void CancelWriter(pthread_t thread, const Job& job, int reader) {
+    ASSERT_EQ(::pthread_cancel(thread), 0);
+    // The stream still wants to flush what it holds; with the reader gone it cannot wait for that.
+    ASSERT_NE(std::signal(SIGPIPE, SIG_IGN), SIG_ERR);
+    Pause();
+    ::close(reader);
+    void* result = nullptr;
+    ASSERT_EQ(::pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED) << job.writer->name;
+    EXPECT_EQ(job.status, UTL_STS_INVALID_PARAMETER) << "the call must not have returned";
+}
+
 TEST_F(Signals, ThreadCancelledInAWriteUnwindsAndClosesTheFile) {
 #ifdef __SANITIZE_ADDRESS__  // only g++ defines it
     GTEST_SKIP() << "the runtime of g++ takes frames that a cancellation has unwound for live ones";
@@ -158,15 +171,7 @@ TEST_F(Signals, ThreadCancelledInAWriteUnwindsAndClosesTheFile) {
         pthread_t thread = {};
         ASSERT_EQ(::pthread_create(&thread, nullptr, RunWriter, &job), 0);
         LetItBlock(job, in);
-        ASSERT_EQ(::pthread_cancel(thread), 0);
-        // The stream still wants to flush what it holds; with the reader gone it cannot wait for that.
-        ASSERT_NE(std::signal(SIGPIPE, SIG_IGN), SIG_ERR);
-        Pause();
-        ::close(in);
-        void* result = nullptr;
-        ASSERT_EQ(::pthread_join(thread, &result), 0);
-        EXPECT_EQ(result, PTHREAD_CANCELED) << writer.name;
-        EXPECT_EQ(job.status, UTL_STS_INVALID_PARAMETER) << "the call must not have returned";
+        CancelWriter(thread, job, in);
     }
 }
 
@@ -191,14 +196,7 @@ TEST_F(Signals, ThreadCancelledWhileItClosesTheFileUnwinds) {
         pthread_t thread = {};
         ASSERT_EQ(::pthread_create(&thread, nullptr, RunWriter, &job), 0);
         LetItBlock(job, both);
-        ASSERT_EQ(::pthread_cancel(thread), 0);
-        ASSERT_NE(std::signal(SIGPIPE, SIG_IGN), SIG_ERR);
-        Pause();
-        ::close(both);
-        void* result = nullptr;
-        ASSERT_EQ(::pthread_join(thread, &result), 0);
-        EXPECT_EQ(result, PTHREAD_CANCELED) << writer.name;
-        EXPECT_EQ(job.status, UTL_STS_INVALID_PARAMETER) << "the call must not have returned";
+        CancelWriter(thread, job, both);
     }
 }
 

@@ -61,6 +61,16 @@ def test_sizes_that_do_not_fit(size, format, width, height, text):
             convert(bytes(size), format, width=width, height=height)
 
 
+@pytest.mark.parametrize("call", [
+    lambda frame: vcu.to_bgra(frame, "Mono8"), lambda frame: vcu.to_bgra(frame, "Mono8", stride=6),
+    lambda frame: vcu.save_rwh(frame, "Mono8", "frame.rwh"), lambda frame: vcu.reverse(frame, "Mono8", mirror=True),
+])
+def test_rows_of_a_buffer_that_is_not_an_array_do_not_count(call, tmp_path, monkeypatch):
+    monkeypatch.chdir(tmp_path)
+    with pytest.raises(ValueError, match="the frame is taken as one row: width and height have to be given"):
+        call(memoryview(bytes(24)).cast("B", [4, 6]))
+
+
 def test_converters_ask_for_the_bytes_that_they_read():
     """5 bytes for 2 pixels, 4 bytes per pixel: a plain frame is refused by name, as the library would read on."""
     with pytest.raises(ValueError, match=r"holds 48 bytes; 6 x 4 pixels take 60 \(5 bytes for 2 pixels\)"):

@@ -65,8 +65,7 @@ def pytests(folder: str, targets: tuple[str, ...], environment: dict[str, str], 
 def cli(*files: str) -> Test:
     return pytests("cli", ("vexacamutl", "tests/cli/all"),
                    {"VEXACAMUTL": "{build}/tools/vexacamutl/vexacamutl",
-                    "VEXACAMUTL_INTERPOSER": "{build}/tests/cli/libInterposer.so",
-                    "VEXACAMUTL_INTERFERE": "{build}/tests/cli/libInterfere.so"}, *files)
+                    "VEXACAMUTL_INTERPOSER": "{build}/tests/cli/libInterposer.so"}, *files)
 
 
 def package(*files: str) -> Test:

@@ -19,7 +19,6 @@
 #include <cstring>
 #include <memory>
 #include <set>
-#include <span>
 #include <utility>
 
 #include "catalogue/VexaCamUtl.h"
@@ -167,26 +166,28 @@ class ReadOnlyPages {
     size_t m_bytes = 0;
 };
 
+/// The tables that are large enough to have whole pages.
+struct ReadOnlyTables {
+    const ReadOnlyPages pages[6] = {ReadOnlyPages(Vexa::auiYUVC_UV), ReadOnlyPages(Vexa::aucYUV2G),
+                                    ReadOnlyPages(Vexa::auiYUV2G),   ReadOnlyPages(Vexa::aucYV2R),
+                                    ReadOnlyPages(Vexa::auiYV2R),    ReadOnlyPages(Vexa::aucYU2B)};
+};
+
 TEST_F(LookupTables, ASecondCallWritesNothing) {
     // So that it may run beside conversions. A write ends this program.
-    const ReadOnlyPages rows(Vexa::auiYUVC_UV);
-    const ReadOnlyPages green(Vexa::aucYUV2G);
-    const ReadOnlyPages greenWords(Vexa::auiYUV2G);
-    const ReadOnlyPages red(Vexa::aucYV2R);
-    const ReadOnlyPages redWords(Vexa::auiYV2R);
-    const ReadOnlyPages blue(Vexa::aucYU2B);
+    const ReadOnlyTables tables;
     EXPECT_EQ(PrepareLUT(), UTL_STS_SUCCESS);
 }
 
 /// What the handler of the first write into each table finds.
-std::span<const ReadOnlyPages* const> s_watched;
+const ReadOnlyTables* s_watched = nullptr;
 size_t s_firstWrites = 0;
 size_t s_firstWritesAfterReady = 0;
 
 void OnFirstWrite(int /*signal*/, siginfo_t* info, void* /*context*/) {
-    for (const ReadOnlyPages* pages : s_watched) {
-        if (pages->Hold(info->si_addr)) {
-            pages->Release();
+    for (const ReadOnlyPages& pages : s_watched->pages) {
+        if (pages.Hold(info->si_addr)) {
+            pages.Release();
             ++s_firstWrites;
             s_firstWritesAfterReady += Vexa::s_bLUTReady ? 1 : 0;
             return;
@@ -208,14 +209,8 @@ TEST_F(LookupTables, AreFullBeforeTheyAreAnnounced) {
     Clear(Vexa::auiYV2R);
     Clear(Vexa::aucYU2B);
     Vexa::s_bLUTReady = false;
-    const ReadOnlyPages rows(Vexa::auiYUVC_UV);
-    const ReadOnlyPages green(Vexa::aucYUV2G);
-    const ReadOnlyPages greenWords(Vexa::auiYUV2G);
-    const ReadOnlyPages red(Vexa::aucYV2R);
-    const ReadOnlyPages redWords(Vexa::auiYV2R);
-    const ReadOnlyPages blue(Vexa::aucYU2B);
-    const ReadOnlyPages* const watched[] = {&rows, &green, &greenWords, &red, &redWords, &blue};
-    s_watched = watched;
+    const ReadOnlyTables tables;
+    s_watched = &tables;
     struct sigaction action = {};
     struct sigaction before = {};
     action.sa_sigaction = OnFirstWrite;
@@ -225,7 +220,7 @@ TEST_F(LookupTables, AreFullBeforeTheyAreAnnounced) {
     ASSERT_EQ(sigaction(SIGSEGV, &before, nullptr), 0);
     EXPECT_EQ(status, UTL_STS_SUCCESS);
     EXPECT_TRUE(Vexa::s_bLUTReady);
-    EXPECT_EQ(s_firstWrites, std::size(watched));
+    EXPECT_EQ(s_firstWrites, std::size(tables.pages));
     EXPECT_EQ(s_firstWritesAfterReady, 0u);
 }
 
