@@ -231,10 +231,7 @@ def downloads(tmp_path_factory):
     return tmp_path_factory.mktemp("downloads")
 
 
-@pytest.fixture(scope="session")
-def browser(downloads):
-    if not shutil.which("chromium") or not shutil.which("chromedriver"):
-        pytest.skip("chromium and chromium-driver are not installed")
+def start_browser(downloads):
     options = Options()
     for argument in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--force-color-profile=srgb",
                      "--force-device-scale-factor=1", "--window-size=1440,1000", "--enable-unsafe-swiftshader"):
@@ -246,6 +243,14 @@ def browser(downloads):
     driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", size)
     driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": WATCH})
     driver.execute_cdp_cmd("Browser.setDownloadBehavior", {"behavior": "allow", "downloadPath": str(downloads)})
+    return driver
+
+
+@pytest.fixture(scope="session")
+def browser(downloads):
+    if not shutil.which("chromium") or not shutil.which("chromedriver"):
+        pytest.skip("chromium and chromium-driver are not installed")
+    driver = start_browser(downloads)
     yield driver
     driver.quit()
 

@@ -118,7 +118,7 @@ def test_tab_reaches_every_control(page, tool):
 def test_controls_have_names(page, tool):
     show(page, tool)
     for control in page.browser.find_elements("css selector", "button, input, select, canvas[tabindex], [role=img]"):
-        if control.get_attribute("hidden") is None:
+        if control.is_displayed():
             assert control.accessible_name.strip(), control.get_attribute("outerHTML")
 
 
@@ -214,6 +214,23 @@ def test_wheel_keeps_the_pixel_below_the_mouse(page, tool):
         page.point_at(400, 300)
         assert page.text("pixel-at") == "400, 300"
     assert page.setting("zoom") == 3
+
+
+@pytest.mark.parametrize("view, setting, values", [("phases", "format", ["BayerGR8", "BayerRG8", "BayerGB8", "BayerBG8"]),
+                                                   ("modes", "mode", ["bilinear", "acpi"])])
+def test_clicking_on_a_pane_takes_it(page, tool, view, setting, values):
+    show(page, tool, "BayerRG8", "320x240")
+    page.set(view=view)
+    canvas = page.browser.find_element("id", "picture")
+    for pane, value in reversed([*enumerate(values)]):
+        x, y = page.run("""
+            const rect = viewer.stage.rects()[arguments[0]];
+            const {width, height} = viewer.stage.canvas;
+            return [rect.x + rect.width / 2 - width / 2, rect.y + rect.height / 2 - height / 2];
+        """, pane)
+        ActionChains(page.browser).move_to_element_with_offset(canvas, round(x), round(y)).click().perform()
+        page.settle()
+        assert page.setting(setting) == value
 
 
 def test_dragging(page, tool):

@@ -42,7 +42,11 @@ export function panesOf(settings, format) {
         return [{ label: '', format: name, mode }];
     }
     if (view === 'modes') {
-        return ['bilinear', 'acpi'].map((each) => ({ label: MODE_NAMES[each], format: name, mode: each }));
+        return ['bilinear', 'acpi'].map((each) => ({
+            label: each === mode ? `${MODE_NAMES[each]} (chosen)` : MODE_NAMES[each],
+            format: name,
+            mode: each,
+        }));
     }
     return PHASES.map((phase) => ({
         label: phase === phaseOf(format) ? `${phase} (chosen)` : phase,

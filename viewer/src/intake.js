@@ -106,6 +106,7 @@ export class Intake {
             const before = viewer.source;
             viewer.source = new Source(entry);
             viewer.forget();
+            viewer.changedAt = performance.now();
             viewer.panels.showFile();
             viewer.panels.showGuesses();
             if (viewer.source.bytes === 0) {

@@ -326,7 +326,9 @@ export class Panels {
 
     showCommands() {
         const commands = this.viewer.exporter.commands();
-        $('shell').textContent = commands?.shell ?? '\u2013';
+        const words = (commands?.shell ?? '\u2013').split(/(?<= )/);
+        const option = (word) => (word.startsWith('--') ? element('span', { textContent: word, className: 'word' }) : word);
+        $('shell').replaceChildren(...words.map(option));
         $('python').textContent = commands?.python ?? '\u2013';
     }
 

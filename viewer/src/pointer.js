@@ -51,6 +51,8 @@ export function listenToPointer(viewer) {
             viewer.look(pixel);
             if (viewer.picking && pixel) {
                 viewer.pickAt(pixel);
+            } else if (pixel) {
+                viewer.choosePane(pixel.pane);
             }
         }
     };

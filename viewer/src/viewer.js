@@ -343,6 +343,16 @@ export class Viewer {
         }
     }
 
+    /** Takes the phase or the mode of a pane; more than one is shown only to choose from. */
+    choosePane(pane) {
+        const { format, mode } = this.stage.panes[pane];
+        if (this.settings.view === 'phases') {
+            this.set({ format });
+        } else if (this.settings.view === 'modes') {
+            this.set({ mode });
+        }
+    }
+
     // ---- frames
 
     nextPhase() {
