@@ -153,6 +153,7 @@ bool Conversion::MakeConverters(const VcfLayout& layout, std::string* error) {
     try {
         m_crew.Resize(m_bands);
     } catch (const std::system_error& failure) {
+        m_converters.clear();  // so that the next frame tries again, and no band is left out
         *error = "cannot start " + std::to_string(m_bands) + " threads: " + failure.what();
         return false;
     }

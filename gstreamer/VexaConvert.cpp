@@ -5,6 +5,8 @@
 #include <gst/base/gstbasetransform.h>
 #include <gst/video/gstvideopool.h>
 
+#include <optional>
+
 #include "Negotiation.h"
 
 namespace VexaGst {
@@ -13,7 +15,7 @@ namespace {
 /// What an element keeps. `settings` belongs to the object lock, all else to the streaming thread.
 struct State {
     Settings settings;
-    Settings configured;
+    std::optional<Settings> configured;  ///< that the conversion took; none after a refusal
     GstCaps* in = nullptr;
     GstVideoInfo out = {};
     FrameSize outSize = {};
@@ -49,6 +51,7 @@ bool Configure(GstBaseTransform* element, const Settings& settings) {
     State& state = StateOf(element);
     Job job;
     std::string error;
+    state.configured.reset();
     if (ReadJob(state.in, state.out, settings, &job, &error) && state.conversion.Configure(job, settings, &error)) {
         state.configured = settings;
         return true;
@@ -214,7 +217,7 @@ bool ConvertFrame(State* state, const Settings& settings, GstBuffer* in, GstBuff
 GstFlowReturn Transform(GstBaseTransform* element, GstBuffer* in, GstBuffer* out) {
     State& state = StateOf(element);
     const Settings settings = SettingsOf(element);
-    if (settings != state.configured && !Configure(element, settings)) {
+    if (state.configured != settings && !Configure(element, settings)) {
         return GST_FLOW_NOT_NEGOTIATED;
     }
     std::string error;

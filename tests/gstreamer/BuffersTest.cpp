@@ -5,6 +5,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "Rows.h"
@@ -99,6 +100,32 @@ TEST(Buffers, RowStrideTooLargeOrTooSmallIsRefused) {
         const GuardedBytes guarded(256);
         EXPECT_EQ(harness.Push(guarded.Wrap()), GST_FLOW_ERROR);
         EXPECT_EQ(harness.Error().rfind(says, 0), 0u);
+    }
+}
+
+/// A stride says where the next row begins, so a frame of one row has room for any.
+TEST(Buffers, StrideOfOneRowIsFree) {
+    Harness harness("vexaconvert row-stride=1000");
+    harness.SetCaps("video/x-raw,format=GRAY8,width=16,height=1", "video/x-raw,format=BGRx");
+    const GuardedBytes guarded(16);
+    EXPECT_EQ(harness.Push(guarded.Wrap()), GST_FLOW_OK) << harness.Error();
+}
+
+/// The rows end with the last sample: padding behind it may be missing, a byte of it may not.
+TEST(Buffers, RowStrideReadsNothingBehindTheLastSample) {
+    constexpr size_t kStride = 40;
+    for (const InputCase& input : kInputs) {
+        const VcfLayout layout = LayoutOf(input.code, 12, 6);
+        const size_t rowBytes = VcfRowBytes(&layout);
+        for (const size_t missing : {size_t{0}, size_t{1}}) {
+            Harness harness(("vexaconvert row-stride=" + std::to_string(kStride)).c_str());
+            harness.SetCaps(SizedCaps(input, 12, 6), "video/x-raw,format=BGRx");
+            const size_t stride = std::max(kStride, rowBytes);
+            Set(harness.Element(), "row-stride", std::to_string(stride).c_str());
+            const GuardedBytes guarded(stride * 5 + rowBytes - missing);
+            EXPECT_EQ(harness.Push(guarded.Wrap()), missing == 0 ? GST_FLOW_OK : GST_FLOW_ERROR) << input.caps;
+            EXPECT_EQ(harness.Error().rfind("the buffer ends early", 0) == 0, missing == 1) << input.caps;
+        }
     }
 }
 

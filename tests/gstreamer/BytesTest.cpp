@@ -139,6 +139,9 @@ GstPadProbeReturn OfferPaddedPool(GstPad*, GstPadProbeInfo* info, gpointer) {
     gst_buffer_pool_config_set_video_alignment(config, &gap);
     EXPECT_TRUE(gst_buffer_pool_set_config(pool, config));
     gst_query_add_allocation_pool(query, pool, static_cast<guint>(picture.size), 0, 0);
+    GstAllocator* const allocator = gst_allocator_find(nullptr);
+    gst_query_add_allocation_param(query, allocator, nullptr);
+    gst_object_unref(allocator);
     gst_query_add_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr);
     gst_object_unref(pool);
     return GST_PAD_PROBE_HANDLED;

@@ -98,6 +98,18 @@ TEST(Changes, PropertyThatDoesNotFitIsRefusedWithAText) {
     EXPECT_FALSE(harness.Convert(BufferOf(Bytes(64))).empty());
 }
 
+TEST(Changes, LevelsOfYuvAreRefusedWhilePlaying) {
+    Harness harness("vexaconvert");
+    harness.SetCaps("video/x-raw,format=UYVY,width=8,height=4", "video/x-raw,format=BGRx");
+    const Bytes picture = harness.Convert(BufferOf(Bytes(64, 90)));
+    EXPECT_FALSE(picture.empty());
+    Set(harness.Element(), "black-level", "3");
+    EXPECT_TRUE(harness.Convert(BufferOf(Bytes(64, 90))).empty());
+    EXPECT_EQ(harness.Error(), "levels need raw samples, which YUV422_8_UYVY does not have");
+    Set(harness.Element(), "black-level", "0");
+    EXPECT_EQ(harness.Convert(BufferOf(Bytes(64, 90))), picture);
+}
+
 TEST(Changes, PropertiesSetFromAnotherThread) {
     Harness harness("vexaconvert n-threads=2");
     harness.SetCaps(SizedCaps(kBayer8, 64, 64), "video/x-raw,format=BGR");

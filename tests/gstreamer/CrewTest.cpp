@@ -4,14 +4,37 @@
 // Threads that share a frame, without GStreamer, so that the thread sanitizer sees all of it.
 #include "Crew.h"
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <atomic>
+#include <cerrno>
 #include <vector>
 
 #include "Conversion.h"
 
 using namespace VexaGst;
+
+#ifndef VEXACAMUTL_SANITIZED
+namespace {
+
+/// How many threads may still be started; below 0: any number.
+int g_threadsLeft = -1;
+
+}  // namespace
+
+/// Stands before the C library's, which std::thread calls.
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*), void* data) {
+    using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+    static auto* const next = reinterpret_cast<Create*>(dlsym(RTLD_NEXT, "pthread_create"));
+    if (g_threadsLeft == 0) {
+        return EAGAIN;
+    }
+    g_threadsLeft -= g_threadsLeft > 0 ? 1 : 0;
+    return next(thread, attributes, start, data);
+}
+#endif
 
 namespace {
 
@@ -42,6 +65,29 @@ TEST(Crew, PartsRunAtOnce) {
     });
     EXPECT_EQ(arrived, 3);
 }
+
+#ifndef VEXACAMUTL_SANITIZED
+/// A frame after a refusal is converted whole, with the threads that were asked for.
+TEST(Conversion, ThreadsThatCannotBeStartedAreSaidAndTriedAgain) {
+    constexpr gint kSide = 64;
+    const std::vector<guint8> frame(size_t{kSide} * kSide, 77);
+    std::vector<guint8> picture(frame.size() * 3);
+    Job job;
+    job.input = {FindFormat(PIXEL_FORMAT_MONO8), PIXEL_FORMAT_MONO8, kSide, kSide};
+    job.output = VCF_OUTPUT_BGR;
+    Settings settings;
+    settings.threads = 4;
+    Conversion conversion;
+    std::string error;
+    g_threadsLeft = 1;
+    EXPECT_FALSE(conversion.Configure(job, settings, &error));
+    EXPECT_EQ(error.rfind("cannot start 4 threads: ", 0), 0U) << error;
+    g_threadsLeft = -1;
+    ASSERT_TRUE(conversion.Configure(job, settings, &error));
+    ASSERT_TRUE(conversion.Convert(frame.data(), frame.size(), {0, 0}, {picture.data(), 0}, &error)) << error;
+    EXPECT_TRUE(picture == std::vector<guint8>(frame.size() * 3, 77));
+}
+#endif
 
 /// Bands of any number of threads give the bytes of one thread.
 TEST(Conversion, BandsGiveTheBytesOfOneThread) {

@@ -57,6 +57,7 @@ TEST(Negotiation, SizesThatAFormatCannotHave) {
 
 TEST(Negotiation, DepthOfGrey) {
     EXPECT_EQ(RefusalOf("video/x-raw,format=GRAY16_LE,width=8,height=4", "vexaconvert depth=12"), "");
+    EXPECT_EQ(RefusalOf("video/x-raw,format=GRAY16_LE,width=8,height=4", "vexaconvert depth=16"), "");
     EXPECT_EQ(RefusalOf("video/x-raw,format=GRAY16_LE,width=8,height=4", "vexaconvert depth=11"),
               "GRAY16_LE samples of 11 bits are not served: set depth to 10, 12, 14 or 16");
     EXPECT_EQ(RefusalOf("video/x-raw,format=GRAY16_LE,depth=9,width=8,height=4"),
@@ -151,6 +152,24 @@ TEST(Negotiation, AllocationQueryWelcomesStrides) {
         gst_query_unref(query);
         gst_caps_unref(caps);
     }
+}
+
+TEST(Negotiation, AllocationOfCapsWithoutASizeIsNotAnswered) {
+    Harness harness("vexaconvert");
+    harness.SetCaps("video/x-bayer,format=rggb,width=20,height=4", kOut);
+    ASSERT_EQ(harness.Push(BufferOf(Bytes(80))), GST_FLOW_OK) << harness.Error();
+    for (const char* const in :
+         {"video/x-bayer,format=rggb", "video/x-bayer,format=rggb,width=20", "video/x-bayer,format=none",
+          "video/x-bayer", "video/x-raw,format=GRAY8", "video/x-vexacam,format=rggb,width=20,height=4"}) {
+        GstCaps* const caps = gst_caps_from_string(in);
+        GstQuery* const query = gst_query_new_allocation(caps, TRUE);
+        EXPECT_FALSE(gst_pad_peer_query(harness.Get()->srcpad, query)) << in;
+        gst_query_unref(query);
+        gst_caps_unref(caps);
+    }
+    GstQuery* const query = gst_query_new_allocation(nullptr, TRUE);
+    EXPECT_FALSE(gst_pad_peer_query(harness.Get()->srcpad, query));
+    gst_query_unref(query);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <gst/base/gsttypefindhelper.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -137,6 +138,66 @@ TEST(RwhRefusals, WrongHeaders) {
     EXPECT_EQ(Refusal(with(2, 3)), "an RWH header of 4 x 3 pixels does not fit its format");
     EXPECT_EQ(Refusal(with(3, 5)), "not an RWH file: a row of 4 pixels does not take 5 bytes");
     EXPECT_EQ(Refusal(Bytes(100, 'x')), "not an RWH file: unknown pixel format 0x78787878");
+}
+
+TEST(RwhRefusals, FramesOf2GiB) {
+    EXPECT_EQ(Refusal({0x01, 0x00, 0x08, 0x01, 0xFF, 0xFF, 0, 0, 0xFF, 0xFF, 0, 0, 0xFF, 0xFF, 0, 0}),
+              "an RWH frame of 2 GiB or more is not served");
+}
+
+/// What the encoder posts for a buffer of 20 bytes.
+std::string EncoderRefusal(const char* line, const char* caps) {
+    Harness harness(line);
+    harness.SetInput(caps);
+    EXPECT_NE(harness.Push(BufferOf(Bytes(20))), GST_FLOW_OK);
+    return harness.Error();
+}
+
+TEST(RwhRefusals, FramesThatTheEncoderCannotTake) {
+    EXPECT_EQ(EncoderRefusal("vexarwhenc", "video/x-raw,format=GRAY8,width=8,height=4,framerate=25/1"),
+              "the buffer ends early: it holds 20 of 32 bytes");
+    EXPECT_EQ(EncoderRefusal("vexarwhenc depth=11", "video/x-raw,format=GRAY16_LE,width=8,height=4,framerate=25/1"),
+              "GRAY16_LE samples of 11 bits are not served: set depth to 10, 12, 14 or 16");
+}
+
+/// What the type finder reads.
+Bytes g_file;
+
+GstFlowReturn ReadRange(GstObject*, GstObject*, guint64 offset, guint length, GstBuffer** buffer) {
+    if (offset >= g_file.size()) {
+        return GST_FLOW_EOS;
+    }
+    const auto first = g_file.begin() + static_cast<std::ptrdiff_t>(offset);
+    const size_t bytes = std::min<size_t>(length, g_file.size() - offset);
+    *buffer = BufferOf(Bytes(first, first + static_cast<std::ptrdiff_t>(bytes)));
+    GST_BUFFER_OFFSET(*buffer) = offset;
+    return GST_FLOW_OK;
+}
+
+GstTypeFindProbability CertaintyOf(const Bytes& file) {
+    const Harness any("vexarwhdec");
+    static const bool registered = VexaGst::RegisterRwhTypeFinder(nullptr);
+    EXPECT_TRUE(registered);
+    GstTypeFindProbability certainty = GST_TYPE_FIND_NONE;
+    g_file = file;
+    GstCaps* caps =
+        gst_type_find_helper_get_range(GST_OBJECT(any.Element()), nullptr, ReadRange, file.size(), nullptr, &certainty);
+    const bool isRwh =
+        caps != nullptr && gst_structure_has_name(gst_caps_get_structure(caps, 0), VexaGst::kRwhMediaType);
+    gst_caps_replace(&caps, nullptr);
+    return isRwh ? certainty : GST_TYPE_FIND_NONE;
+}
+
+TEST(RwhTypeFinder, TellsByTheHeaderAndTheLength) {
+    const Bytes file = FileOf(PIXEL_FORMAT_MONO8, 5, 3, RandomBytes(15, 1));
+    EXPECT_EQ(CertaintyOf(file), GST_TYPE_FIND_NEARLY_CERTAIN);
+    Bytes longer = file;
+    longer.push_back(0);
+    EXPECT_EQ(CertaintyOf(longer), GST_TYPE_FIND_POSSIBLE);
+    EXPECT_EQ(CertaintyOf(Bytes(file.begin(), file.begin() + 15)), GST_TYPE_FIND_NONE);
+    Bytes other = file;
+    other[3] = 0x77;
+    EXPECT_EQ(CertaintyOf(other), GST_TYPE_FIND_NONE);
 }
 
 TEST(RwhRefusals, RowsThatEndWithinAByte) {
