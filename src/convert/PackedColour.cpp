@@ -2,8 +2,6 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // Packed RGB and BGR to BGRA and BGR: three samples per pixel, reordered and reduced to 8 bits.
-#include <cstring>
-
 #include "convert/Contract.h"
 
 using namespace Vexa;
@@ -26,7 +24,7 @@ UtlStatus ConvBGR8PToBGR(void* dst, const void* src, uint32_t width, uint32_t he
     if (AnyIsNull(dst, src)) {
         return UTL_STS_INVALID_PARAMETER;
     }
-    std::memcpy(dst, src, WrappingProduct32(width, WrappingProduct32(height, 3)));
+    s_psKernels->copy(Bytes(dst), Bytes(src), WrappingProduct32(width, WrappingProduct32(height, 3)));
     return UTL_STS_SUCCESS;
 }
 

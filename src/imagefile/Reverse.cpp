@@ -7,8 +7,6 @@
 //
 //     source    a b c      mirror  c b a      upside down  d e f      half turn  f e d
 //               d e f              f e d                   a b c                 c b a
-#include <cstring>
-
 #include "convert/Contract.h"
 
 using namespace Vexa;
@@ -77,10 +75,7 @@ void TurnUpsideDown(uint8_t* dst, const uint8_t* src, uint32_t rowBytes, uint32_
         return;  // for every height
     }
     // Required: the offset of the last row is a product modulo 2^32.
-    const uint8_t* lastRow = src + WrappingProduct32(height - 1, rowBytes);
-    for (size_t r = 0; r < height; ++r) {
-        std::memcpy(dst + r * rowBytes, lastRow - r * rowBytes, rowBytes);
-    }
+    s_psKernels->upsideDown(dst, src + WrappingProduct32(height - 1, rowBytes), rowBytes, height);
 }
 
 void Mirror(uint8_t* dst, const uint8_t* src, const UnitClass& unit, uint32_t width, uint32_t height) {
@@ -129,7 +124,7 @@ UtlStatus ReverseImg(void* dst, const void* src, PixelFormat format, uint32_t wi
     } else if (IsOne(upside_down)) {
         TurnUpsideDown(Bytes(dst), Bytes(src), static_cast<uint32_t>(BytesOfPixels(*unit, width)), height);
     } else {
-        std::memcpy(dst, src, BytesOfPixels(*unit, pixels));
+        s_psKernels->copy(Bytes(dst), Bytes(src), BytesOfPixels(*unit, pixels));
     }
     return UTL_STS_SUCCESS;
 }

@@ -31,6 +31,7 @@ constexpr const KernelTable& kFallback = kAvx2Table;
 #include "kernels/simd/Acpi.inc"
 #include "kernels/simd/Bayer8.inc"
 #include "kernels/simd/BayerN.inc"
+#include "kernels/simd/Copy.inc"
 #include "kernels/simd/Yuv.inc"
 
 #include "kernels/FillComputedColours.inc"
@@ -64,6 +65,8 @@ constexpr KernelTable MakeTable() {
     FillComputedColours(table);
     KeepLayout<kBgra>(table);
     KeepLayout<kBgr>(table);
+    table.copy = Copy;
+    table.upsideDown = UpsideDown;
     table.bgr8ToBgra = Kept<&KernelTable::bgr8ToBgra>;
     table.reverse8 = Kept<&KernelTable::reverse8>;
     table.reverse16 = Kept<&KernelTable::reverse16>;

@@ -24,6 +24,7 @@ constexpr const KernelTable& kFallback = kScalarTable;
 #include "kernels/simd/Acpi.inc"
 #include "kernels/simd/Bayer8.inc"
 #include "kernels/simd/BayerN.inc"
+#include "kernels/simd/Copy.inc"
 #include "kernels/simd/Mono.inc"
 #include "kernels/simd/PackedColour.inc"
 #include "kernels/simd/Reverse.inc"

@@ -6,6 +6,7 @@
 #include "kernels/scalar/Acpi.h"
 #include "kernels/scalar/Bayer8.h"
 #include "kernels/scalar/BayerN.h"
+#include "kernels/scalar/Copy.h"
 #include "kernels/scalar/Mono.h"
 #include "kernels/scalar/PackedColour.h"
 #include "kernels/scalar/Reverse.h"

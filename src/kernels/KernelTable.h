@@ -86,6 +86,9 @@ using AcpiGreen = void (*)(AcpiLine* line, const uint8_t* const rows[5], size_t 
 using AcpiColour = void (*)(uint8_t* dst, const AcpiLine* above, const AcpiLine* here, const AcpiLine* below,
                             size_t count);
 
+/// Copies `height` rows: dst row r is the source row that lies r rows before lastRow.
+using UpsideDownRows = void (*)(uint8_t* dst, const uint8_t* lastRow, size_t rowBytes, size_t height);
+
 struct KernelTable {
     const char* name;
 
@@ -108,6 +111,9 @@ struct KernelTable {
     AcpiGreen acpiGreen[2];  ///< [row starts with green]
     AcpiColour acpiColour[kRowKindCount][kLayoutCount];
     AcpiColour acpiColourWrappingTie[kLayoutCount];  ///< rows with red of RG frames, which start with it
+
+    Run copy;  ///< of bytes
+    UpsideDownRows upsideDown;
 
     // Units in reverse order: dst unit k is src unit count - 1 - k, its luma samples reversed too.
     Run reverse8;

@@ -101,6 +101,40 @@ TEST_P(Reversal, EveryAlignment) {
     }
 }
 
+// Frames around the size from which copies go another way, and rows around the length from which rows do.
+TEST_P(Reversal, FramesThatCachesDoNotHold) {
+    constexpr size_t kMost = (2u << 20) + 3 * 4099;
+    std::vector<uint8_t> source(kMost);
+    Reference::FillPattern(source.data(), kMost, kMost, 1, 8, Reference::Pattern::kRandom, 11);
+    constexpr size_t kMargin = 64;
+    std::vector<uint8_t> destination(kMost + 2 * kMargin);
+    const auto expectMargins = [&](size_t bytes) {
+        const auto isFill = [](uint8_t byte) { return byte == 0x55; };
+        const auto end = destination.begin() + static_cast<ptrdiff_t>(kMargin + bytes);
+        EXPECT_TRUE(std::all_of(destination.begin(), destination.begin() + kMargin, isFill));
+        EXPECT_TRUE(std::all_of(end, end + kMargin, isFill));
+    };
+    uint8_t* const dst = destination.data() + kMargin;
+    for (const uint32_t width : {127u, 128u, 129u, 1023u, 1024u, 1025u, 4099u}) {
+        const uint32_t rows = (2u << 20) / width;
+        for (const uint32_t height : {rows - 1, rows, rows + 1, rows + 2}) {
+            const size_t bytes = size_t{width} * height;
+            std::fill(destination.begin(), destination.end(), 0x55);
+            ASSERT_EQ(ReverseImg(dst, source.data(), PIXEL_FORMAT_MONO8, width, height, 0, 0), UTL_STS_SUCCESS);
+            ASSERT_EQ(std::memcmp(dst, source.data(), bytes), 0) << width << " x " << height;
+            expectMargins(bytes);
+            std::fill(destination.begin(), destination.end(), 0x55);
+            ASSERT_EQ(ReverseImg(dst, source.data(), PIXEL_FORMAT_MONO8, width, height, 0, 1), UTL_STS_SUCCESS);
+            for (size_t r = 0; r < height; ++r) {
+                ASSERT_EQ(std::memcmp(dst + r * width, source.data() + (height - 1 - r) * width, width), 0)
+                    << width << " x " << height << " row " << r;
+            }
+            expectMargins(bytes);
+            ASSERT_FALSE(HasFailure()) << width << " x " << height;
+        }
+    }
+}
+
 VEXA_FOR_ALL_TABLES(Reversal);
 
 }  // namespace
