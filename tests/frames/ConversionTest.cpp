@@ -106,6 +106,29 @@ TEST_P(FrameConversion, EverySizeOfOnePackedGroupMoreOrLess) {
     }
 }
 
+/// Rows without padding between them may begin inside a group of pixels that share chroma; only the whole frame has to
+/// be whole groups.
+TEST_P(FrameConversion, YuvRowsThatBeginInsideAGroup) {
+    Random random(9);
+    for (const PixelFormat code : {PIXEL_FORMAT_YUV411_8_UYYVYY, PIXEL_FORMAT_YUV422_8_UYVY, PIXEL_FORMAT_YUV422_8}) {
+        const uint32_t group = VcfFindFormat(code)->group_pixels;
+        for (uint32_t width = 1; width <= 11; ++width) {
+            for (uint32_t height = 2; height <= 8; height += 2) {
+                if (width % group == 0 || width * height % group != 0) {
+                    continue;
+                }
+                for (uint32_t output = 0; output < kOutputs; ++output) {
+                    VcfLayout layout = LayoutOf(code, width, height);
+                    layout.range = (width + output) % 2;
+                    layout.skip = height % 4 == 0 ? group : 0;
+                    FrameTrial trial = SomeTrial(output, height, random);
+                    Compare(FramesModel::MakeFrame(layout, random), trial);
+                }
+            }
+        }
+    }
+}
+
 TEST_P(FrameConversion, LayoutsAtRandom) {
     Random random(3);
     for (uint32_t round = 0; round < 12; ++round) {

@@ -12,6 +12,7 @@
 namespace {
 
 std::atomic<uint64_t> g_allocations = 0;  // NOLINT(*-avoid-non-const-global-variables): the wrapped functions count
+std::atomic<bool> g_noMemory = false;     // NOLINT(*-avoid-non-const-global-variables)
 
 }  // namespace
 
@@ -24,7 +25,7 @@ extern "C" void* __wrap_malloc(size_t bytes) {  // NOLINT(*-reserved-identifier)
 extern "C" void* __real_aligned_alloc(size_t alignment, size_t bytes);   // NOLINT(*-reserved-identifier)
 extern "C" void* __wrap_aligned_alloc(size_t alignment, size_t bytes) {  // NOLINT(*-reserved-identifier)
     ++g_allocations;
-    return __real_aligned_alloc(alignment, bytes);
+    return g_noMemory ? nullptr : __real_aligned_alloc(alignment, bytes);
 }
 
 void* operator new(size_t bytes) {
@@ -90,6 +91,18 @@ TEST(Converters, AllocateOnceAndNeverPerFrame) {
         static_cast<void>(VcfEstimateBalance(&p.layout, p.buffer.data(), p.buffer.size(), 0, 1, &balance, nullptr, 0));
         EXPECT_EQ(g_allocations, before);
     }
+}
+
+TEST(Converters, AreRefusedWithoutMemory) {
+    const VcfLayout layout = LayoutOf(PIXEL_FORMAT_BAYER_RG8, 64, 32);
+    VcfConverter* made = nullptr;
+    char text[VCF_TEXT_BYTES] = "";
+    g_noMemory = true;
+    const VcfStatus status = VcfCreateConverter(&made, &layout, VCF_OUTPUT_BGRA, nullptr, text, sizeof text);
+    g_noMemory = false;
+    EXPECT_EQ(status, VCF_NO_MEMORY);
+    EXPECT_EQ(made, nullptr);
+    EXPECT_STREQ(text, "out of memory for a converter of BayerRG8 64x32");
 }
 
 TEST(Converters, IgnoreTheProcessWideBayerMode) {

@@ -81,7 +81,10 @@ TEST(Formats, CaseAndSignsDoNotMatter) {
     EXPECT_EQ(VcfFormatNamed("bayer_rg12-P"), PIXEL_FORMAT_BAYER_RG12P);
     EXPECT_EQ(VcfFormatNamed("BAYER.RG.12.PACKED"), PIXEL_FORMAT_BAYER_RG12_PACKED);
     EXPECT_EQ(VcfFormatNamed("0x1080009"), PIXEL_FORMAT_BAYER_RG8);
-    for (const char* wrong : {"", "BayerRG", "BayerRG13", "0x", "0x01080099", "0x101080009", "0x0108000g", "p"}) {
+    EXPECT_EQ(VcfFormatNamed("0X010c0047"), PIXEL_FORMAT_MONO12P);
+    EXPECT_EQ(VcfFormatNamed("0x010C0047"), PIXEL_FORMAT_MONO12P);
+    for (const char* wrong : {"", "BayerRG", "BayerRG13", "0x", "0x01080099", "0x101080009", "0x0108000g", "p",
+                              "0x0108000G", "0x0108000:", "0x0108000/", "0x0108000@", "0x0108000`", "01080009"}) {
         EXPECT_EQ(VcfFormatNamed(wrong), 0u) << wrong;
     }
     EXPECT_EQ(VcfFormatNamed(nullptr), 0u);
@@ -191,6 +194,16 @@ TEST(Layouts, MistakesAreNamed) {
     layout.offset = UINT64_MAX;
     ExpectRefused(layout, VCF_BAD_LAYOUT, "2^48");
     layout = LayoutOf(PIXEL_FORMAT_MONO8, 10, 2);
+    layout.skip = UINT64_MAX;
+    ExpectRefused(layout, VCF_BAD_LAYOUT, "2^48");
+    layout = LayoutOf(PIXEL_FORMAT_YUV422_8, 4, 2);
+    layout.skip = 1;
+    ExpectRefused(layout, VCF_BAD_LAYOUT, "groups of 2");
+    layout.skip = 0;
+    layout.row_width = 5;
+    ExpectRefused(layout, VCF_BAD_LAYOUT, "groups of 2");
+    EXPECT_EQ(VcfCheckBuffer(nullptr, 100, nullptr, 0), VCF_INVALID_ARGUMENT);
+    layout = LayoutOf(PIXEL_FORMAT_MONO8, 10, 2);
     layout.reserved[2] = 1;
     ExpectRefused(layout, VCF_INVALID_ARGUMENT, "VcfInitLayout");
     EXPECT_EQ(VcfCheckLayout(nullptr, nullptr, 0), VCF_INVALID_ARGUMENT);
@@ -259,6 +272,7 @@ TEST(Regions, MistakesAreNamed) {
                               {0u, 0u, 1u, 17u},
                               {14u, 0u, 4u, 1u},
                               {0u, 0u, 0u, 1u},
+                              {0u, 0u, 1u, 0u},
                               {UINT32_MAX - 1, 0u, 2u, 1u}}) {
         EXPECT_EQ(VcfCutRegion(&layout, wrong[0], wrong[1], wrong[2], wrong[3], &region, text, sizeof text),
                   VCF_BAD_REGION);
@@ -270,6 +284,9 @@ TEST(Regions, MistakesAreNamed) {
     EXPECT_EQ(VcfCutRegion(&yuv, 2, 0, 3, 4, &region, text, sizeof text), VCF_BAD_REGION);
     EXPECT_THAT(text, HasSubstr("chroma"));
     EXPECT_EQ(VcfCutRegion(&yuv, 2, 1, 4, 4, &region, text, sizeof text), VCF_OK);
+    const VcfLayout flowing = LayoutOf(PIXEL_FORMAT_YUV422_8_UYVY, 15, 16);
+    EXPECT_EQ(VcfCutRegion(&flowing, 2, 0, 4, 4, &region, text, sizeof text), VCF_BAD_REGION);
+    EXPECT_EQ(VcfCutRegion(nullptr, 0, 0, 4, 4, &region, text, sizeof text), VCF_INVALID_ARGUMENT);
 }
 
 TEST(Phases, FollowRegionsAndReversals) {
@@ -373,6 +390,8 @@ TEST_F(Refusals, Settings) {
     settings.use_matrix = 1;
     settings.matrix[5] = 8 * VCF_MATRIX_ONE;
     EXPECT_EQ(Create(layout, 0, settings, "matrix"), VCF_INVALID_ARGUMENT);
+    settings.matrix[5] = -8 * VCF_MATRIX_ONE - 1;
+    EXPECT_EQ(Create(layout, 0, settings, "matrix"), VCF_INVALID_ARGUMENT);
     settings = DefaultSettings();
     settings.reserved[4] = 1;
     EXPECT_EQ(Create(layout, 0, settings, "VcfInitSettings"), VCF_INVALID_ARGUMENT);
@@ -422,6 +441,10 @@ TEST_F(Refusals, Calls) {
     const VcfLayout yuv = LayoutOf(PIXEL_FORMAT_YUV422_8, 8, 8);
     EXPECT_EQ(VcfUnpack(&yuv, m_src, sizeof m_src, m_dst, 0, 2, nullptr, 0), VCF_UNSUPPORTED);
     EXPECT_EQ(VcfPack(&yuv, m_src, 0, m_dst, sizeof m_dst, nullptr, 0), VCF_UNSUPPORTED);
+    EXPECT_EQ(VcfUnpack(nullptr, m_src, sizeof m_src, m_dst, 0, 2, nullptr, 0), VCF_INVALID_ARGUMENT);
+    EXPECT_EQ(VcfPack(nullptr, m_src, 0, m_dst, sizeof m_dst, nullptr, 0), VCF_INVALID_ARGUMENT);
+    EXPECT_EQ(VcfUnpack(&layout, m_src, length, nullptr, 0, 2, nullptr, 0), VCF_INVALID_ARGUMENT);
+    EXPECT_EQ(VcfPack(&layout, m_src, 0, nullptr, length, nullptr, 0), VCF_INVALID_ARGUMENT);
 }
 
 TEST(Statuses, HaveNames) {

@@ -173,6 +173,37 @@ TEST(Balance, IsTheGreyWorldOfUnclippedCells) {
     }
 }
 
+/// Steps that are longer than the pieces in which a row is read: cells 0, 600 and 1200, pixels 0 .. 2400.
+TEST(Balance, TakesLongSteps) {
+    std::vector<uint8_t> buffer(size_t{3000} * 3);
+    const VcfLayout mosaic = LayoutOf(PIXEL_FORMAT_BAYER_RG8, 3000, 2);
+    const VcfLayout colour = LayoutOf(PIXEL_FORMAT_BGR8, 3000, 1);
+    VcfBalance balance;
+    for (const uint32_t cell : {0u, 600u, 1200u}) {
+        buffer[size_t{2} * cell] = 40;
+        buffer[size_t{2} * cell + 1] = 80;
+        buffer[3000 + size_t{2} * cell] = 80;
+        buffer[3000 + size_t{2} * cell + 1] = 20;
+    }
+    ASSERT_EQ(VcfEstimateBalance(&mosaic, buffer.data(), 6000, 0, 600, &balance, nullptr, 0), VCF_OK);
+    EXPECT_EQ(balance.used, 3u);
+    EXPECT_EQ(balance.sum[0], 120u);
+    EXPECT_EQ(balance.sum[1], 480u);
+    EXPECT_EQ(balance.sum[2], 60u);
+    std::fill(buffer.begin(), buffer.end(), uint8_t{0});
+    for (size_t pixel = 0; pixel < 3000; pixel += 600) {
+        buffer[3 * pixel] = 20;
+        buffer[3 * pixel + 1] = 80;
+        buffer[3 * pixel + 2] = 40;
+    }
+    ASSERT_EQ(VcfEstimateBalance(&colour, buffer.data(), 9000, 0, 600, &balance, nullptr, 0), VCF_OK);
+    EXPECT_EQ(balance.used, 5u);
+    EXPECT_EQ(balance.sum[0], 200u);
+    EXPECT_EQ(balance.sum[1], 800u);
+    EXPECT_EQ(balance.sum[2], 100u);
+    EXPECT_EQ(balance.gain[2], 4 * VCF_ONE);
+}
+
 TEST(Balance, SaysWhenThereIsNothingToSee) {
     VcfBalance balance;
     char text[VCF_TEXT_BYTES];
@@ -195,6 +226,18 @@ TEST(Balance, SaysWhenThereIsNothingToSee) {
     }
     const VcfLayout row = LayoutOf(PIXEL_FORMAT_BAYER_RG8, 8, 1);
     EXPECT_EQ(VcfEstimateBalance(&row, buffer.data(), 64, 8, 1, &balance, nullptr, 0), VCF_UNSUPPORTED);
+    const VcfLayout column = LayoutOf(PIXEL_FORMAT_BAYER_RG8, 1, 8);
+    EXPECT_EQ(VcfEstimateBalance(&column, buffer.data(), 64, 8, 1, &balance, nullptr, 0), VCF_UNSUPPORTED);
+    EXPECT_EQ(VcfEstimateBalance(nullptr, buffer.data(), 64, 8, 1, &balance, nullptr, 0), VCF_INVALID_ARGUMENT);
+    for (uint32_t dark = 0; dark < 3; ++dark) {  // nothing above black in one colour
+        const uint8_t cell[4] = {static_cast<uint8_t>(dark == 0 ? 0 : 50), static_cast<uint8_t>(dark == 1 ? 0 : 50),
+                                 static_cast<uint8_t>(dark == 1 ? 0 : 50), static_cast<uint8_t>(dark == 2 ? 0 : 50)};
+        for (size_t i = 0; i < 64; ++i) {
+            buffer[i] = cell[i / 8 % 2 * 2 + i % 2];
+        }
+        EXPECT_EQ(VcfEstimateBalance(&layout, buffer.data(), 64, 0, 1, &balance, text, sizeof text), VCF_NO_ESTIMATE);
+        EXPECT_STREQ(text, "no estimate: a colour has nothing above black");
+    }
 }
 
 }  // namespace
