@@ -21,7 +21,8 @@ void OnThreads(size_t count, Work work) {
             work(i);
         }
     };
-    std::vector<std::jthread> others;
+    std::vector<std::thread> others;  // libc++ has no std::jthread before its version 18
+    others.reserve(count);
     try {
         for (size_t i = 1; i < count; ++i) {
             others.emplace_back(takeAll);
@@ -30,6 +31,9 @@ void OnThreads(size_t count, Work work) {
         // The system has no further thread to give.
     }
     takeAll();
+    for (std::thread& other : others) {
+        other.join();
+    }
 }
 
 }  // namespace VexaTool
