@@ -9,6 +9,7 @@ import os
 import signal
 import subprocess
 import sys
+import threading
 import time
 from pathlib import Path
 
@@ -17,6 +18,7 @@ import pytest
 
 import vexacamutl as vcu
 from packing import pack
+from vexacamutl import archive
 
 TOOL = os.environ.get("VEXACAMUTL", "")
 if not TOOL:
@@ -96,11 +98,11 @@ class Cluster:
         self.address = ""
         self._logs = []
 
-    def start_scheduler(self, port=0):
+    def start_scheduler(self, port=0, **environment):
         file = self.folder / "scheduler.json"
         file.unlink(missing_ok=True)
         self.scheduler = self._start("dask_scheduler", "--host", "127.0.0.1", "--port", port, "--no-dashboard",
-                                     "--dashboard-address", "127.0.0.1:0", "--scheduler-file", file)
+                                     "--dashboard-address", "127.0.0.1:0", "--scheduler-file", file, **environment)
         wait_until(lambda: file.exists() and file.stat().st_size > 0, self.scheduler)
         self.address = json.loads(file.read_text())["address"]
 
@@ -115,11 +117,15 @@ class Cluster:
         log = open(self.folder / f"{module}-{len(self._logs)}.log", "wb")
         self._logs.append(log)
         command = [sys.executable, "-m", f"distributed.cli.{module}", *map(str, arguments)]
-        variables = {**os.environ, "DASK_DISTRIBUTED__COMM__TIMEOUTS__CONNECT": "60s", **environment}
+        variables = {**os.environ, "VEXACAMUTL_TOOL": TOOL, "DASK_DISTRIBUTED__COMM__TIMEOUTS__CONNECT": "60s"}
+        variables.update(environment)
         return subprocess.Popen(command, stdout=log, stderr=log, env=variables, preexec_fn=preexec_fn)
 
+    @property
+    def port(self):
+        return int(self.address.rsplit(":", 1)[1])
+
     def __enter__(self):
-        self.start_scheduler()
         return self
 
     def __exit__(self, *_):
@@ -134,3 +140,59 @@ class Cluster:
 def kill(process):
     process.send_signal(signal.SIGKILL)
     process.wait()
+
+
+@pytest.fixture(scope="module")
+def many(tmp_path_factory):
+    """2,000 frames of six formats, and what a plain run makes of them."""
+    folder = tmp_path_factory.mktemp("many")
+    recording(folder / "rec", np.random.default_rng(20261122), sequence=450, singles=100)
+    run_tool("convert", "-o", folder / "plain", folder / "rec")
+    return folder / "rec", files_of(folder / "plain")
+
+
+@pytest.fixture(scope="module")
+def cluster(tmp_path_factory):
+    """A scheduler with two workers, for tests that leave them alone."""
+    with Cluster(tmp_path_factory.mktemp("cluster")) as cluster:
+        cluster.start_scheduler()
+        cluster.start_worker()
+        cluster.start_worker()
+        wait_for_workers(cluster, 2)
+        yield cluster
+
+
+@pytest.fixture
+def own(tmp_path):
+    """A cluster to be killed."""
+    with Cluster(tmp_path / "own") as cluster:
+        yield cluster
+
+
+def convert_aside(found, out, **arguments):
+    """A conversion in a thread, so that the test can interfere."""
+    result = {}
+
+    def work():
+        try:
+            result["report"] = found.convert(out, **arguments)
+        except Exception as error:
+            result["error"] = error
+
+    thread = threading.Thread(target=work)
+    thread.start()
+    return thread, result
+
+
+def join(thread, result):
+    thread.join()
+    if "error" in result:
+        raise result["error"]
+    return result["report"]
+
+
+def wait_for_workers(cluster, number):
+    import distributed
+
+    with distributed.Client(cluster.address, set_as_default=False) as client:
+        client.wait_for_workers(number)

@@ -111,22 +111,29 @@ class DaskPool:
 
     def _check_workers(self) -> None:
         """Each worker has what it needs, of one version."""
+        answers: dict[str, Any] = {}
         with contextlib.suppress(*_BROKEN):
             answers = self._client.run(check_worker, self._job, on_error="return")
-            versions: dict[str, str] = {}
-            for worker, answer in answers.items():
-                if isinstance(answer, ImportError):
-                    raise SchedulerError(f"the worker {worker} lacks the Python package vexacamutl: {answer}")
-                if isinstance(answer, tuple) and answer[0] != "good":
-                    raise SchedulerError(f"the worker {worker}: {answer[1]}")
-                if isinstance(answer, tuple):
-                    versions[answer[1]] = worker
-            if len(versions) > 1:
-                shown = ", ".join(f"{worker} has {version}" for version, worker in versions.items())
-                raise SchedulerError(f"the workers have different versions of the tool: {shown}")
+        versions: dict[str, str] = {}
+        for worker, answer in answers.items():
+            if isinstance(answer, Exception):
+                self._refuse_missing_package(answer, worker)
+            if isinstance(answer, tuple) and answer[0] != "good":
+                raise SchedulerError(f"the worker {worker}: {answer[1]}")
+            if isinstance(answer, tuple):
+                versions[answer[1]] = worker
+        if len(versions) > 1:
+            shown = ", ".join(f"{worker} has {version}" for version, worker in versions.items())
+            raise SchedulerError(f"the workers have different versions of the tool: {shown}")
         link = getattr(self._client, "dashboard_link", "")
         if link and self._identity.get("services"):
             self._say(f"Dask shows the tasks {TASK} at {link}")
+
+    @staticmethod
+    def _refuse_missing_package(error: BaseException, worker: str) -> None:
+        """Dask hands on as a plain Exception what a worker could not import."""
+        if "No module named" in str(error):
+            raise SchedulerError(f"the worker {worker} lacks a Python package: {error}; install vexacamutl there")
 
     @property
     def window(self) -> int:
@@ -196,6 +203,7 @@ class DaskPool:
         if future.status != "error":
             return Finished(pending, [], lost=True)
         error = future.exception()
+        self._refuse_missing_package(error, "that took a task")
         return Finished(pending, [], "", error, type(error).__name__ == "KilledWorker")
 
     def _look_after(self) -> list[Finished]:
