@@ -13,6 +13,7 @@
 import pathlib
 import sys
 
+import archives
 import structure
 import layouts
 import mosaics
@@ -22,7 +23,8 @@ HERE = pathlib.Path(__file__).resolve().parent
 
 def main(arguments):
     """Writes or compares; returns the exit status."""
-    drawings = {f"{name}.svg": text for source in (layouts, mosaics, structure) for name, text in source.drawings().items()}
+    drawings = {f"{name}.svg": text for source in (archives, layouts, mosaics, structure)
+                for name, text in source.drawings().items()}
     if arguments not in ([], ["--check"]):
         print(__doc__, "usage: draw.py [--check]", file=sys.stderr)
         return 2

@@ -47,7 +47,7 @@ class SlurmPool(DaskPool):
         distributed = _optional.module("distributed")
         self._array = ""
         self._cluster: Any = distributed.LocalCluster(
-            n_workers=0, host=distributed.utils.get_ip(), dashboard_address=None, silence_logs=50
+            n_workers=0, host=distributed.utils.get_ip(), dashboard_address=":0", silence_logs=50
         )
         scheduler_file = os.path.join(job.folder, "scheduler.json")
         try:
