@@ -56,8 +56,10 @@ def test_rwh(page, tool):
 
 @pytest.mark.parametrize("name, size", [
     ("BayerRG8", "320x240"), ("BayerGB12p", "640x480"), ("YUV422_8_UYVY", "640x480"), ("RGB8", "320x240")])
-def test_guess(page, tool, name, size):
-    """The page ranks as the tool does, and shows the first layout."""
+@pytest.mark.parametrize("query", ["", "?worker=none"])
+def test_guess(page, tool, name, size, query):
+    """The page ranks as the tool does, with a worker and without, and shows the first layout."""
+    page.open(query=query)
     raw = tool.synth("a.raw", name, size)
     page.give(raw)
     ranked = json.loads(tool("guess", "--json", "--most", "6", raw))

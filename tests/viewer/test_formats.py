@@ -53,6 +53,32 @@ def test_enlarged_pixels_are_squares(page, tool, zoom, query):
     assert np.array_equal(page.canvas(), expected.repeat(zoom, axis=0).repeat(zoom, axis=1))
 
 
+@pytest.mark.parametrize("size, x, y", [("9000x40", 8192, 20), ("40x9000", 20, 8192)])
+def test_frames_larger_than_a_texture(page, tool, size, x, y):
+    """Around the seam of two textures."""
+    raw = tool.synth("frame.raw", "Mono8", size, "--sidecar")
+    page.give(raw, raw.with_suffix(".txt"))
+    page.set(zoom=2, x=x, y=y)
+    picture = tool.bgra("frame.raw", "--format", "Mono8", "--size", size)[:, :, 2::-1]
+    area = page.run("""
+        const rect = viewer.stage.rects()[0];
+        const {left, top} = viewer.stage.corner(rect);
+        const {x, y, right, bottom} = viewer.stage.visible(rect);
+        viewer.stage.draw();
+        const {width, bytes} = viewer.stage.painter.read();
+        const seen = [];
+        for (let row = y + 1; row < bottom - 1; ++row) {
+            for (let column = x + 1; column < right - 1; ++column) {
+                seen.push(bytes[((top + row * 2) * width + left + column * 2) * 4]);
+            }
+        }
+        return {x: x + 1, y: y + 1, right: right - 1, bottom: bottom - 1, seen};
+    """)
+    assert area["x"] < x < area["right"] and area["y"] < y < area["bottom"]
+    expected = picture[area["y"]:area["bottom"], area["x"]:area["right"], 0]
+    assert np.array_equal(np.array(area["seen"]).reshape(expected.shape), expected)
+
+
 @pytest.mark.parametrize("mode, option", [("acpi", ("--bayer-mode", "acpi")), ("grey", ("--grey",))])
 @pytest.mark.parametrize("name", ["BayerGR8", "BayerBG10", "BayerRG12Packed", "BayerGB16"])
 def test_modes(page, tool, name, mode, option):

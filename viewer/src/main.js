@@ -13,13 +13,24 @@ function bytesOfBase64(text) {
     return Uint8Array.from(letters, (letter) => letter.charCodeAt(0));
 }
 
+/** A worker; where the browser allows none, or by '?worker=none', the page itself. */
+function helperFor(wanted, wasm) {
+    if (wanted !== 'none') {
+        try {
+            return new Helper(document.getElementById('program').textContent, wasm);
+        } catch (error) {
+            console.info(`working without a worker: ${error.message}`);
+        }
+    }
+    return new Helper(null, wasm);
+}
+
 async function start() {
     performance.mark('viewer:start');
     const wasm = bytesOfBase64(document.getElementById('engine-bytes').textContent);
     const engine = await loadEngine(wasm);
-    const helper = new Helper(document.getElementById('program').textContent, wasm);
-    const painter = new URLSearchParams(location.search).get('painter');
-    const viewer = new Viewer(engine, helper, { painter });
+    const query = new URLSearchParams(location.search);
+    const viewer = new Viewer(engine, helperFor(query.get('worker'), wasm), { painter: query.get('painter') });
     listenToKeys(viewer);
     listenToPointer(viewer);
     listenToTransfers(viewer);

@@ -410,7 +410,6 @@ export class Panels {
         $('status').textContent = text;
         $('timing').textContent =
             `convert ${times.convert.toFixed(1)} ms, upload ${times.upload.toFixed(1)}, shown after ${times.picture.toFixed(0)}`;
-        this.refresh();
         this.reading.show();
     }
 

@@ -20,6 +20,7 @@ import { Stage } from './stage.js';
 
 const LAYOUT = ['format', 'width', 'height', 'stride', 'offset', 'shift', 'range'];
 const PICTURE = ['frame', 'mode', 'view', 'balance', 'black', 'exposure', 'tone'];
+const VIEW = ['zoom', 'x', 'y'];
 const MOST_FRAME_BYTES = 2 ** 30;
 const BIG_STEP = 16;
 
@@ -109,8 +110,12 @@ export class Viewer {
             this.settings.shift = this.format.packing === 'none' && this.format.depth > 8 ? this.settings.shift : 0;
             this.settings.range = this.format.kind === 'yuv' ? this.settings.range : 'full';
         }
-        this.panels.refresh();
         this.writeAddress();
+        if (changed.every((key) => VIEW.includes(key))) {
+            this.require(1);
+            return;
+        }
+        this.panels.refresh();
         const level = changed.some((key) => LAYOUT.includes(key)) ? 3 : changed.some((key) => PICTURE.includes(key)) ? 2 : 1;
         this.require(level);
     }

@@ -54,33 +54,39 @@ const JOBS = {
     },
 };
 
+async function answer(engine, { id, job, ...details }) {
+    try {
+        return { id, result: await JOBS[job](await engine, details) };
+    } catch (error) {
+        return { id, error: error.message };
+    }
+}
+
 /** Makes this thread the worker; its first message is the engine's module. */
 export function runWorker(scope) {
     let engine = null;
     let turn = Promise.resolve();
-    const run = async ({ id, job, ...rest }) => {
-        try {
-            scope.postMessage({ id, result: await JOBS[job](await engine, rest) });
-        } catch (error) {
-            scope.postMessage({ id, error: error.message });
-        }
-    };
     scope.onmessage = ({ data }) => {
         if (data.wasm) {
             engine = loadEngine(data.wasm);
         } else {
-            turn = turn.then(() => run(data));
+            turn = turn.then(async () => scope.postMessage(await answer(engine, data)));
         }
     };
 }
 
 /** The page's side: jobs as promises. A job asked for under a name replaces an older one of that name that waits. */
 export class Helper {
+    /** `program` null: on the page's own thread. */
     constructor(program, wasm) {
         this.next = 1;
         this.waiting = new Map();
         this.queue = [];
         this.running = null;
+        if (program === null) {
+            this.engine = loadEngine(wasm);
+            return;
+        }
         const url = URL.createObjectURL(new Blob([program], { type: 'text/javascript' }));
         this.worker = new Worker(url);
         this.worker.postMessage({ wasm });
@@ -115,7 +121,11 @@ export class Helper {
         if (this.running === null && this.queue.length > 0) {
             this.running = this.queue.shift();
             const { id, job, details } = this.running;
-            this.worker.postMessage({ id, job, ...details });
+            if (this.worker) {
+                this.worker.postMessage({ id, job, ...details });
+            } else {
+                answer(this.engine, { id, job, ...details }).then((found) => this.finish(found));
+            }
         }
     }
 
