@@ -7,8 +7,8 @@
 #   python3 docs/run_commands.py PAGE --stage PREFIX --libdir lib --python lib/python3.11/dist-packages --work DIR
 #
 # A page's commands are its blocks of ```sh. They run from top to bottom in one folder, DIR, which shows the files of
-# the project by links and takes what the commands write. A block of ```console shows each command after "$ " and what it
-# prints; "..." stands for any text, and the time of a frame does not count.
+# the project by links and takes what the commands write. A block of ```console shows each command after "$ " and what
+# it prints; "..." stands for any text, and the time of a frame does not count.
 #
 # Comments above a block are for this program:
 #

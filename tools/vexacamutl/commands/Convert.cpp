@@ -43,8 +43,7 @@ void AddSharedOptions(CLI::App& command, Arguments& arguments) {
     command
         .add_option("PATHS", arguments.paths,
                     "INPUT OUTPUT, or any number of inputs and a folder for the "
-                    "results (a folder as input stands for "
-                    "the raw frames in it)")
+                    "results; a folder as input stands for its raw frames")
         ->required();
     arguments.conversion.input.AddTo(command);
     arguments.conversion.input.AddFramesTo(command);
@@ -52,11 +51,11 @@ void AddSharedOptions(CLI::App& command, Arguments& arguments) {
     arguments.results.AddTo(command);
     command
         .add_option("--report", arguments.conversion.output.report,
-                    "Write what became of each frame into this file, a JSON object a line")
+                    "Write what became of each frame into this file, one JSON object per line")
         ->check(IsNamed);
     AddWhole(command, "-j,--jobs", arguments.conversion.jobs, "Threads (default: one per processor)", 1, 256);
     command.add_flag("--check-range", arguments.conversion.checkRange,
-                     "Count samples above the format's depth, which wrap");
+                     "Count samples above the format's depth; they wrap");
     command.add_flag("-q,--quiet", arguments.conversion.quiet, "No progress on a terminal, no note of skipped results");
     arguments.conversion.jobs = DefaultJobs();
 }
@@ -232,7 +231,7 @@ void AddLevels(CLI::App& command, LevelOptions& levels) {
     AddLevel(command, "--white-balance", levels, &LevelOptions::SetWhiteBalance,
              "Gains R,G,B of raw samples, or auto (the mean becomes grey)");
     AddLevel(command, "--black-level", levels, &LevelOptions::SetBlackLevel, "Sample value that becomes black");
-    AddLevel(command, "--exposure", levels, &LevelOptions::SetExposure, "Factor of brightness, 0 to 16");
+    AddLevel(command, "--exposure", levels, &LevelOptions::SetExposure, "Brightness factor, 0 to 16");
     AddLevel(command, "--tone", levels, &LevelOptions::SetTone,
              "Curve from light to picture: linear, srgb, or a gamma such as 2.2");
 }
@@ -247,13 +246,13 @@ void AddConvert(CLI::App& app) {
     command.add_option("-t,--to", arguments->to, "Kind of output instead of the extension's: " + OutputKindNames());
     command
         .add_option("-b,--bayer-mode", arguments->bayerMode,
-                    "Demosaic of Bayer frames: default or acpi (8 bits, or any "
-                    "depth with levels)")
+                    "Demosaicing of Bayer frames: default (bilinear), or acpi (8 "
+                    "bits; any depth with levels)")
         ->check(CLI::IsMember({"default", "acpi"}));
     command.add_flag("-g,--grey", encode.render.grey, "Show Bayer frames as grey mosaics");
     command
         .add_option("--bits", encode.render.bits,
-                    "Bits of a grey sample in png, tif and pgm files: 8 (default), or 16 for all of it")
+                    "Bits of a grey sample in png, tif and pgm files: 8 (default), or 16 to keep the whole sample")
         ->check(CLI::IsMember({"8", "16"}));
     AddLevels(command, encode.render.levels);
     command.add_option("--range", arguments->conversion.input.range, "Range of YUV samples: full (default) or limited")
@@ -277,8 +276,8 @@ void AddReverse(CLI::App& app) {
     CLI::App& command = *app.add_subcommand("reverse", "Mirror raw frames or turn them upside down");
     command
         .add_option("PATHS", arguments->paths,
-                    "INPUT OUTPUT: a raw or RWH file or -, and the same, a "
-                    "picture or a folder")
+                    "INPUT (a raw or RWH file, or -) and OUTPUT (the same, a "
+                    "picture, or a folder)")
         ->required();
     Reversal& reversal = arguments->conversion.encode.reversal;
     command.add_flag("-m,--mirror", reversal.mirror, "Left to right");

@@ -103,7 +103,7 @@ void AddFormats(CLI::App& app) {
     CLI::App& command = *app.add_subcommand("formats", "List the pixel formats");
     command.add_option("NAMES", arguments->names, "Only these: names, aliases or hex codes");
     command.add_option("-s,--size", arguments->size, "Size of the frame whose bytes are listed (default: 1920x1080)");
-    command.add_flag("--names", arguments->onlyNames, "Only the names, one a line");
+    command.add_flag("--names", arguments->onlyNames, "Only the names, one per line");
     command.add_flag("--aliases", arguments->aliases, "The other spellings of each name");
     command.callback([arguments] { Run(*arguments); });
 }

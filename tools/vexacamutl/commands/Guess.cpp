@@ -282,8 +282,7 @@ void Run(const Arguments& arguments) {
 
 void AddGuess(CLI::App& app) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command =
-        *app.add_subcommand("guess", "Rank the layouts that a file of unknown layout may have, and show them");
+    CLI::App& command = *app.add_subcommand("guess", "Rank the plausible layouts of an unknown raw file and show them");
     command.add_option("INPUT", arguments->input, "Raw file")->required();
     command.add_option("OUTPUT", arguments->output.path, "Picture for the contact sheet");
     auto* size = command.add_option("-s,--size", arguments->size,

@@ -91,7 +91,7 @@ void RunInfo(const Arguments& arguments) {
 
 void AddInfo(CLI::App& app) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command = *app.add_subcommand("info", "Say what a raw or RWH file holds and check its length");
+    CLI::App& command = *app.add_subcommand("info", "Print what a raw or RWH file holds and check its length");
     command
         .add_option("FILES", arguments->paths,
                     "RWH files, raw files with a sidecar or --format and --size, or folders of them")

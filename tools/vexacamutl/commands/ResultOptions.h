@@ -18,7 +18,7 @@ struct ResultOptions {
     void AddTo(CLI::App& command) {
         auto* refuse = command.add_flag("--no-overwrite", noOverwrite, "Write nothing if one of the results exists");
         command.add_flag("--skip-existing", skipExisting, "Leave results that exist as they are")->excludes(refuse);
-        command.add_flag("--sync", sync, "Have each result on the disk before it gets its name");
+        command.add_flag("--sync", sync, "Write each result to the disk before it gets its name");
     }
 
     void ApplyTo(OutputOptions& output) const {

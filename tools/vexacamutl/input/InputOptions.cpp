@@ -33,7 +33,7 @@ void InputOptions::AddTo(CLI::App& command) {
     command.add_option("-s,--size", size, "Size of a frame, WIDTHxHEIGHT");
     AddWhole(command, "--stride", stride, "Bytes from one row to the next (default: rows without padding)");
     AddWhole(command, "--offset", offset, "Bytes to skip before the first frame");
-    AddWhole(command, "--shift", shift, "Bits by which samples in words lie too high (default: 0)", 0, 8);
+    AddWhole(command, "--shift", shift, "Bits by which samples lie too high in their 16-bit words (default: 0)", 0, 8);
     AddWhole(command, "--frame", frame, "Only this frame of a sequence, counted from 0");
 }
 
@@ -41,7 +41,7 @@ void InputOptions::AddFramesTo(CLI::App& command) {
     command
         .add_option_function<std::string>(
             "--frames", [this](const std::string& text) { frames = ParseFrameRange(text); },
-            "Only the frames FIRST:END of a sequence, without END, each under its own number")
+            "Only frames FIRST to END - 1 of a sequence (FIRST:END), each under its own number")
         ->excludes(command.get_option("--frame"));
 }
 
