@@ -82,7 +82,7 @@ def main():
             for raw in sorted(frames.glob("*.raw")) if frames else ():
                 made.mkdir(parents=True, exist_ok=True)
                 show(page, (raw,), {"theme": "dark", "tone": "srgb"}, None)
-                page.run("if (viewer.canBalance()) viewer.balanceAuto()")
+                page.run("if (viewer.whiteBalance.possible) viewer.whiteBalance.auto()")
                 page.settle()
                 take(page, made / f"{raw.stem}.jpg")
         finally:

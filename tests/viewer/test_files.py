@@ -89,6 +89,24 @@ def test_many_files(page, tool):
     assert (page.run("return viewer.source.name"), page.setting("format")) == ("b10.raw", "BayerRG8")
 
 
+def test_next_file_of_the_same_length(page, tool):
+    """It is shown in the layout before, settings included; one of another length is guessed."""
+    tool.synth("a.raw", "BayerRG8", SIZE)
+    (tool.folder / "b.raw").write_bytes((tool.folder / "a.raw").read_bytes())
+    tool.synth("c.raw", "BayerRG8", "320x240")
+    page.open(f"#format=BayerGB8&size={SIZE}&tone=srgb&zoom=3")
+    page.give(*(tool.folder / name for name in ("a.raw", "b.raw", "c.raw")))
+    page.press("n")
+    assert page.run("return viewer.source.name") == "b.raw"
+    assert [page.setting(key) for key in ("format", "tone", "zoom")] == ["BayerGB8", "srgb", 3]
+    assert page.run("return viewer.guesses.list.length") == 0
+    assert page.text("guess-state") == "The layout is that of the file before, which is as long."
+    page.press("n")
+    assert page.run("return viewer.source.name") == "c.raw"
+    assert page.run("return viewer.guesses.list.length") > 0
+    assert page.setting("zoom") == 0
+
+
 def test_folder_and_pasted_names(page, tool):
     folder = tool.folder / "shots"
     (folder / "left").mkdir(parents=True)
@@ -96,10 +114,12 @@ def test_folder_and_pasted_names(page, tool):
     for name in ("left/f1.raw", "left/f2.raw", "right/f1.raw"):
         tool.synth(f"shots/{name}", "Mono8", SIZE, "--sidecar")
     page.paste(text="/data/right/f1.raw\r\n'left/f2.raw'\nfile:///data/left/f%31.raw\nabsent.raw\n")
+    assert page.browser.find_element("id", "message-folder").is_displayed()
     assert "4 names pasted" in page.message and "choose or drop the folder" in page.message
     page.give(folder, into="folder-input")
     listed = page.run("return viewer.intake.entries.map((entry) => entry.path)")
     assert listed == ["shots/left/f1.raw", "shots/left/f2.raw", "shots/right/f1.raw"]
+    assert not page.browser.find_element("id", "message-folder").is_displayed()
     assert page.message == "1 name not found in the folder: absent.raw"
     page.paste(text="right/f1.raw")
     assert page.run("return viewer.intake.entries.map((entry) => entry.path)") == ["shots/right/f1.raw"]

@@ -34,6 +34,7 @@ def test_rwh(page, tool, size, words, message):
     ("pixel format: BayerRG8\nwidth: 6x\nheight: 48\n", "invalid width '6x'"),
     ("pixel format: BayerRG8\nwidth: 64\nheight: 99999999999\n", "invalid height '99999999999'"),
     ("", "there is no line 'pixel format: ...'"),
+    ("width: 64\n" * 7000, "a sidecar has at most 64 KiB"),
 ])
 def test_sidecar(page, tool, text, message):
     raw = tool.synth("a.raw", "BayerRG8", "320x240")

@@ -57,6 +57,7 @@ def test_address_edited_by_hand(page, tool):
 @pytest.mark.parametrize("keys, changes", [
     ("]", {"width": 65}), ("[", {"width": 63}), ("}", {"width": 80}), ("{", {"width": 48}), (">", {"offset": 1}),
     (">><", {"offset": 1}), ("x", {"format": "BayerGB8"}), ("xxxx", {"format": "BayerRG8"}),
+    (";", {"height": 47}), ("'", {"height": 49}), (")", {"stride": 65}), ("))(", {"stride": 65}),
     ("m", {"mode": "acpi"}), ("mm", {"mode": "grey"}), ("v", {"view": "modes"}), ("p", {"view": "phases"}),
     ("pp", {"view": "single"}), ("b", {"view": "modes"}), ("1", {"zoom": 1}), ("2", {"zoom": 48}),
     ("1+", {"zoom": 2}), ("1-", {"zoom": 2 / 3}), ("20", {"zoom": 0}), ("2f", {"zoom": 0}), ("i", {"tone": "linear"}),
@@ -71,6 +72,19 @@ def test_keys_change_settings(page, tool, keys, changes):
         page.press(key)
     assert {name: page.setting(name) for name in changes} == pytest.approx(changes) if "zoom" in changes else \
         {name: page.setting(name) for name in changes} == changes
+
+
+@pytest.mark.parametrize("key, element", [("e", "format"), ("a", "gain-r"), ("j", "black")])
+def test_keys_lead_to_fields(page, tool, key, element):
+    show(page, tool)
+    page.press(key)
+    assert page.run("return document.activeElement.id") == element
+
+
+def test_range_key(page, tool):
+    show(page, tool, "YUV422_8")
+    page.press("q")
+    assert page.setting("range") == "limited"
 
 
 def test_every_key_is_on_the_sheet(page):

@@ -7,6 +7,14 @@ import { count } from './layout.js';
 import { Source, foreignKind, isRwhName } from './source.js';
 
 const RWH_HEADER_BYTES = 16;
+const MOST_SIDECAR_BYTES = 64 * 1024; // as the tool
+
+async function sidecarText(file) {
+    if (file.size > MOST_SIDECAR_BYTES) {
+        throw new Error('a sidecar has at most 64 KiB');
+    }
+    return file.text();
+}
 
 export class Intake {
     constructor(viewer) {
@@ -103,7 +111,7 @@ export class Intake {
             viewer.player.play(false);
             viewer.helper.drop('');
             viewer.state('reading');
-            const before = viewer.source;
+            const before = viewer.sizes ? viewer.source : null;
             viewer.source = new Source(entry);
             viewer.forget();
             viewer.changedAt = performance.now();
@@ -138,6 +146,7 @@ export class Intake {
                 const header = viewer.engine.rwhHeader(head.subarray(0, Math.min(head.length, source.bytes)));
                 source.header = header;
                 this.checkRwhLength(header);
+                viewer.panels.guessState('The layout is that of the RWH header.');
                 return { ...tight, ...header };
             } catch (error) {
                 viewer.panels.complain(`${source.name}: ${error.message}. It is read as a bare file instead.`);
@@ -145,7 +154,9 @@ export class Intake {
         }
         if (entry.sidecar) {
             try {
-                return { ...tight, ...viewer.engine.sidecar(await entry.sidecar.text()) };
+                const layout = viewer.engine.sidecar(await sidecarText(entry.sidecar));
+                viewer.panels.guessState(`The layout is that of ${entry.sidecar.name}.`);
+                return { ...tight, ...layout };
             } catch (error) {
                 viewer.panels.complain(`${entry.sidecar.name}: ${error.message}. The layout is guessed instead.`);
             }
@@ -155,9 +166,13 @@ export class Intake {
             viewer.panels.complain(`${source.name} seems to be ${foreign}, not a raw frame.`);
         }
         if (viewer.addressed) {
+            viewer.panels.guessState('The layout is that of the address.');
             return { format: viewer.settings.format };
         }
-        const alike = before && viewer.sizes && before.bytes === source.bytes && !before.header && !source.header;
+        const alike = before && before.bytes === source.bytes && !before.header && !source.header;
+        if (alike) {
+            viewer.panels.guessState('The layout is that of the file before, which is as long.');
+        }
         return alike ? { format: viewer.settings.format } : null;
     }
 
@@ -175,7 +190,7 @@ export class Intake {
 
     async applySidecar(file) {
         try {
-            const layout = this.viewer.engine.sidecar(await file.text());
+            const layout = this.viewer.engine.sidecar(await sidecarText(file));
             this.viewer.set({ stride: 0, offset: 0, shift: 0, range: 'full', ...layout });
             this.viewer.addressed = !this.viewer.source;
             const what = `${layout.format} ${layout.width}x${layout.height}`;

@@ -12,7 +12,8 @@ function after(list, value) {
 export function keysOf(viewer) {
     const { settings } = viewer;
     const set = (changes) => viewer.set(changes);
-    const step = (field, by) => () => set({ [field]: Math.max(field === 'width' ? 1 : 0, settings[field] + by) });
+    const focus = (id) => document.getElementById(id).focus();
+    const step = (field, by) => () => set({ [field]: Math.max(['width', 'height'].includes(field) ? 1 : 0, settings[field] + by) });
     return [
         ['Files', [
             ['o', 'open files', () => viewer.intake.chooseFiles()],
@@ -28,9 +29,15 @@ export function keysOf(viewer) {
             [']', 'width one more', step('width', 1)],
             ['{', 'width 16 less', step('width', -16)],
             ['}', 'width 16 more', step('width', 16)],
+            [';', 'height one less', step('height', -1)],
+            ["'", 'height one more', step('height', 1)],
+            ['(', 'stride one byte less', () => set({ stride: viewer.stride - 1 })],
+            [')', 'stride one byte more', () => set({ stride: viewer.stride + 1 })],
             ['<', 'offset one byte less', step('offset', -1)],
             ['>', 'offset one byte more', step('offset', 1)],
             ['x', 'next Bayer phase', () => viewer.nextPhase()],
+            ['q', 'range of YUV', () => viewer.nextRange()],
+            ['e', 'to the field of the format', () => focus('format')],
         ]],
         ['Frames', [
             [', PageUp', 'previous frame', () => viewer.stepFrame(-1)],
@@ -55,8 +62,10 @@ export function keysOf(viewer) {
             ['ArrowDown', 'pixel below', (e) => viewer.moveCursor(0, 1, e.shiftKey)],
         ]],
         ['Levels', [
-            ['w', 'white balance from the mean', () => viewer.balanceAuto()],
-            ['k', 'pick grey; Enter takes the pixel', () => viewer.pick(!viewer.picking)],
+            ['w', 'white balance from the mean', () => viewer.whiteBalance.auto()],
+            ['k', 'pick grey; Enter takes the pixel', () => viewer.whiteBalance.pick(!viewer.whiteBalance.picking)],
+            ['a', 'to the gains', () => focus('gain-r')],
+            ['j', 'to the black level', () => focus('black')],
             ['i', 'next tone', () => set({ tone: after(TONES, settings.tone) })],
             ['r', 'samples as they are', () => set({ balance: null, black: 0, exposure: 1, tone: 'none' })],
             ['l', 'histogram linear or logarithmic', () => set({ scale: settings.scale === 'log' ? 'linear' : 'log' })],

@@ -107,6 +107,7 @@ export class Panels {
         on('help-open', () => viewer.help());
         on('help-close', () => $('help').close());
         on('message-close', () => this.message(''));
+        on('message-folder', () => viewer.intake.chooseFolder());
         on('guess', () => viewer.guesses.rank());
         on('previous', () => viewer.stepFrame(-1));
         on('next', () => viewer.stepFrame(1));
@@ -116,8 +117,8 @@ export class Panels {
         on('zoom-fit', () => viewer.set({ zoom: 0, x: -1, y: -1 }));
         on('zoom-one', () => viewer.zoomTo(1));
         on('zoom-pixels', () => viewer.zoomTo(48));
-        on('balance-auto', () => viewer.balanceAuto());
-        on('balance-pick', () => viewer.pick(!viewer.picking));
+        on('balance-auto', () => viewer.whiteBalance.auto());
+        on('balance-pick', () => viewer.whiteBalance.pick(!viewer.whiteBalance.picking));
         on('levels-reset', () => viewer.set({ balance: null, black: 0, exposure: 1, tone: 'none' }));
         on('save-png', () => viewer.exporter.png());
         on('save-text', () => viewer.exporter.sidecar());
@@ -201,10 +202,10 @@ export class Panels {
         const yuv = format?.kind === 'yuv';
         ['black', 'exposure', 'tone', 'levels-reset'].forEach((id) => ($(id).disabled = yuv));
         ['gain-r', 'gain-g', 'gain-b', 'balance-auto', 'balance-pick'].forEach(
-            (id) => ($(id).disabled = Boolean(format) && !viewer.canBalance()),
+            (id) => ($(id).disabled = Boolean(format) && !viewer.whiteBalance.possible),
         );
-        $('balance-pick').setAttribute('aria-pressed', String(Boolean(viewer.picking)));
-        $('stage').classList.toggle('picking', Boolean(viewer.picking));
+        $('balance-pick').setAttribute('aria-pressed', String(viewer.whiteBalance.picking));
+        $('stage').classList.toggle('picking', viewer.whiteBalance.picking);
         $('guess').disabled = !source;
         const { whole } = viewer.exporter;
         ['save-png', 'save-text', 'save-rwh', 'copy-shell', 'copy-python'].forEach((id) => ($(id).disabled = !whole));
@@ -231,6 +232,7 @@ export class Panels {
     /** Says something above the panels; '' says nothing more. */
     message(text, kind = 'error') {
         $('message').hidden = text === '';
+        $('message-folder').hidden = this.viewer.intake.wanted.length === 0;
         $('message').classList.toggle('info', kind === 'info');
         $('message-text').textContent = text;
     }
@@ -436,7 +438,7 @@ export class Panels {
 
     showOverlay() {
         const { viewer } = this;
-        const colour = viewer.picking ? '#ffd166' : '#ffffff';
+        const colour = viewer.whiteBalance.picking ? '#ffd166' : '#ffffff';
         const samplesAt = viewer.pictures.length > 0 ? (pane, x, y) => viewer.pixel({ pane, x, y }) : null;
         drawOverlay($('overlay'), viewer.stage, { cursor: viewer.cursor, colour, samplesAt, endRow: viewer.endRow });
     }

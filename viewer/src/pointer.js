@@ -49,8 +49,8 @@ export function listenToPointer(viewer) {
         if (pointer && !pointer.moved && event.type === 'pointerup') {
             const pixel = viewer.stage.pixelAt(event.clientX, event.clientY);
             viewer.look(pixel);
-            if (viewer.picking && pixel) {
-                viewer.pickAt(pixel);
+            if (viewer.whiteBalance.picking && pixel) {
+                viewer.whiteBalance.at(pixel);
             } else if (pixel) {
                 viewer.choosePane(pixel.pane);
             }
@@ -65,8 +65,8 @@ export function listenToPointer(viewer) {
     });
     canvas.addEventListener('dblclick', (event) => viewer.zoomTo(viewer.stage.zoom < 32 ? 48 : 1, event.clientX, event.clientY));
     canvas.addEventListener('keydown', (event) => {
-        if (event.key === 'Enter' && viewer.picking && viewer.cursor) {
-            viewer.pickAt(viewer.cursor);
+        if (event.key === 'Enter' && viewer.whiteBalance.picking && viewer.cursor) {
+            viewer.whiteBalance.at(viewer.cursor);
         }
     });
     canvas.addEventListener(

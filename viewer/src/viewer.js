@@ -8,7 +8,8 @@
 //
 // What the page does now is said by attributes of its root element: data-state (empty, reading, guessing, ready, error),
 // data-settled (yes: nothing is under way), data-pictures (how many were painted).
-import { conversionOf, gainsAt, layoutOf, panesOf } from './conversion.js';
+import { WhiteBalance } from './balance.js';
+import { conversionOf, layoutOf, panesOf } from './conversion.js';
 import { Exporter } from './exporter.js';
 import { Guesses } from './guesses.js';
 import { Intake } from './intake.js';
@@ -21,7 +22,7 @@ import { Stage } from './stage.js';
 const LAYOUT = ['format', 'width', 'height', 'stride', 'offset', 'shift', 'range'];
 const PICTURE = ['frame', 'mode', 'view', 'balance', 'black', 'exposure', 'tone'];
 const VIEW = ['zoom', 'x', 'y'];
-const MOST_FRAME_BYTES = 2 ** 30;
+const MOST_FRAME_BYTES = 2 ** 29;
 const BIG_STEP = 16;
 
 export class Viewer {
@@ -34,6 +35,7 @@ export class Viewer {
         this.guesses = new Guesses(this);
         this.exporter = new Exporter(this);
         this.player = new Player(this);
+        this.whiteBalance = new WhiteBalance(this);
         this.source = null; // the file
         this.sizes = null; // {rowBytes, frameBytes, bytesNeeded} of a layout that makes sense
         this.bytes = null; // of the frame
@@ -360,6 +362,17 @@ export class Viewer {
 
     // ---- frames
 
+    /** Bytes from row to row, also where rows are tight. */
+    get stride() {
+        return this.settings.stride || this.sizes?.rowBytes || 0;
+    }
+
+    nextRange() {
+        if (this.format?.kind === 'yuv') {
+            this.set({ range: this.settings.range === 'full' ? 'limited' : 'full' });
+        }
+    }
+
     nextPhase() {
         if (this.format?.kind === 'bayer') {
             const next = PHASES[(PHASES.indexOf(phaseOf(this.format)) + 1) % PHASES.length];
@@ -447,46 +460,12 @@ export class Viewer {
         return { samples, colour };
     }
 
-    // ---- levels
-
-    canBalance() {
-        return this.format?.kind === 'bayer' || this.format?.kind === 'colour';
-    }
-
-    balanceAuto() {
-        if (!this.bytes || !this.canBalance()) {
-            return;
-        }
-        try {
-            const options = { ...layoutOf(this.settings, this.format), black: this.settings.black };
-            const gains = this.engine.estimateWhiteBalance(this.bytes, options);
-            this.set({ balance: gains.map((gain) => Number(gain.toFixed(4))) });
-        } catch (error) {
-            this.panels.message(`White balance: ${error.message}`);
-        }
-    }
-
-    pick(on) {
-        this.picking = Boolean(on) && this.canBalance();
-        this.panels.refresh();
-    }
-
-    pickAt(cursor) {
-        this.pick(false);
-        const gains = gainsAt(this.allSamples(), this.format, this.settings, cursor.x, cursor.y);
-        if (gains) {
-            this.set({ balance: gains });
-        } else {
-            this.panels.message('There is no light at this spot in one of the colours; pick a brighter one.');
-        }
-    }
-
     help() {
         document.getElementById('help').showModal();
     }
 
     escape() {
-        this.pick(false);
+        this.whiteBalance.pick(false);
         this.panels.message('');
     }
 }
