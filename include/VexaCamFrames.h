@@ -52,8 +52,8 @@
  * on from row to row without a gap as well: a row may begin inside a byte. The
  * CSI-2 layouts are the exception: their rows always begin with a whole group.
  *
- * Bytes after the last pixel (padding of the last row, chunk data) may be
- * there or be missing. A buffer that ends before its last pixel is refused,
+ * Bytes after the last pixel (padding of the last row, chunk data) may follow
+ * or be missing. A buffer that ends before its last pixel is refused,
  * and no byte past its length is read.
  *
  *
@@ -104,7 +104,7 @@
  * Grey of Mono and Bayer is the sample itself, the mosaic as it is. GREY8 is
  * its 8 high bits, GREY16 the whole sample scaled so that the largest value
  * of its depth d becomes 65535, without loss: (s << (16 - d)) | (s >> (2d - 16)).
- * With levels it is the 8-bit sample that they give, as GREY16 257 times that.
+ * With levels, GREY8 is the 8-bit sample that they give, GREY16 257 times it.
  * Grey of packed colour is Y = (77 R + 150 G + 29 B + 128) >> 8 of the BGR
  * picture, grey of YUV its Y; as GREY16 257 Y.
  *
@@ -138,8 +138,8 @@
  * The three formulas for v are meant in exact arithmetic; the library gives
  * their value for every x and every gamma, in every rounding mode. Depth
  * 12 without gain is thus scaled and rounded (4095 becomes 255), where a
- * conversion without levels shifts. Packed colour goes the same way per
- * channel. YUV has no raw samples: levels are refused.
+ * conversion without levels shifts. Each channel of packed colour is treated
+ * alike. YUV has no raw samples, so levels are refused for it.
  *
  * VcfSettings::matrix, if used, is applied to the finished picture, to values
  * that carry the tone (the usual place for saturation and hue):
@@ -154,7 +154,7 @@
  * take `text` write a sentence for people there (always ended by a 0 byte,
  * cut to `text_bytes`; an empty one on success); null and 0 are allowed.
  * Nothing is written to a destination unless the status is VCF_OK. The caller
- * must give the destination its room; the library cannot check it.
+ * must provide a destination that is large enough; the library cannot check it.
  *
  * Structures are filled by their Init function first, then by field. Reserved
  * fields stay 0; another value is refused, so that later versions can use them.

@@ -50,7 +50,7 @@ missing_packages() {
     echo "${missing[*]}"
 }
 
-# Installs, with apt-get, the packages of the named groups that are not there yet; asks for nothing otherwise.
+# Installs, with apt-get, the packages of the named groups that are not installed yet.
 require_packages() {
     local missing
     read -ra missing <<<"$(missing_packages "$@")"

@@ -8,8 +8,8 @@ using namespace Vexa;
 
 namespace {
 
-/// The converters of one format to one output layout. `grey` serves frames that are not to be demosaiced, and all
-/// formats that are no mosaic at all; those repeat it.
+/// The converters of one format to one output layout. `grey` serves mosaics that are not to be demosaiced, and every
+/// other format, whose rows repeat it.
 struct Choice {
     ConverterFunc grey;
     ConverterFunc colour;

@@ -2,7 +2,7 @@
 # Copyright (c) the Vexa camera utility library authors
 #
 # What holds for any number of files, and while other processes interfere: nothing is left open, interrupted calls go
-# on, names in a shared folder are no trap, what was done before a mistake stays.
+# on, planted names in a shared folder are not followed, results before a mistake stay.
 import os
 import pty
 import resource

@@ -51,7 +51,7 @@ class BlockStart : public testing::Test {
     }
 
     /// Even, at most kBytes, so that no column is left out after the block at column 1; aligned for source and
-    /// destination if one such column is, else for the one that `layout` minds, else 2.
+    /// destination if one such column is, else for the one that `layout` aligns, else 2.
     template <class Block, Layout layout>
     void CompareColumns() const {
         for (size_t out = 0; out < kBytes; ++out) {

@@ -64,8 +64,8 @@ Plane LumaOf411(const Plane& samples) {
     return luma;
 }
 
-/// Whether high and low bytes of words are as hard to predict as each other: then they are no halves of one number, for
-/// the high byte of a number varies less than the low one.
+/// Whether high and low bytes of words are equally hard to predict. Then they are not halves of one number, whose high
+/// byte varies less than its low one.
 bool BytesAreAlike(const Plane& words, Sites sites) {
     const Plane sites1 = words.Sites(0, sites == Sites::kBayer ? 2 : 1, 0, SitePeriod(sites));
     Plane high(sites1.Rows(), sites1.Columns());

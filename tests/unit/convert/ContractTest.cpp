@@ -46,7 +46,7 @@ TEST_F(Contract, TheListNamesTheFunctionsThatItPointsTo) {
     }
 }
 
-TEST_F(Contract, NullPointersAreRefusedWhateverTheSize) {
+TEST_F(Contract, NullPointersAreRefusedForAllSizes) {
     for (const Reference::Converter& converter : Reference::Converters()) {
         for (const uint32_t size : {0u, 1u, 2u, 4u}) {
             Bytes dst(4 * 4 * 4, 0x55);

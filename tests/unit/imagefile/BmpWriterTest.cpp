@@ -153,7 +153,7 @@ TEST_F(BmpWriter, BytesBetweenRowsAreNotRead) {
 }
 
 TEST_F(BmpWriter, ImageSizesWrapModulo2To32) {
-    // No row bytes are in a picture of width 0, whatever the height; nor rows in one of height 0.
+    // A picture of width 0 has no bytes in its rows, one of height 0 no rows.
     const uint8_t pixel[4] = {};
     ASSERT_EQ(SaveBmpARGB_S(pixel, 0xFFFFFFFF, 0, 0, Path().c_str()), UTL_STS_SUCCESS);
     EXPECT_EQ(Slice(Read(Path()), 30, 46), (Bytes{0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));

@@ -28,7 +28,8 @@ std::string FolderOf(const std::string& path) {
     return folder.empty() ? "." : folder;
 }
 
-/// A reader and this program take turns less often. What is no pipe answers -1, and the system may refuse.
+/// With a wider pipe, reader and writer wait for each other less often. A file that is not a pipe answers -1, and the
+/// system may refuse.
 void WidenPipe(int fd) {
     static constexpr int kBytes = 1 << 20;  // the most that Linux grants everybody
     const int bytes = fcntl(fd, F_GETPIPE_SZ);
