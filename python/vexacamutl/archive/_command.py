@@ -35,7 +35,10 @@ def _say(line: str) -> None:
 
 
 class _Parser(argparse.ArgumentParser):
-    """Mistakes are one line."""
+    """Mistakes are one line, and options have their whole names."""
+
+    def __init__(self, **options: Any) -> None:
+        super().__init__(**options, allow_abbrev=False)
 
     def error(self, message: str) -> NoReturn:
         _say(f"{message} (see: python3 -m vexacamutl.archive --help)")
@@ -114,7 +117,7 @@ _SETTINGS = (
 
 
 def _parser() -> argparse.ArgumentParser:
-    parser = _Parser(prog=f"python3 -m {_NAME}", description="Archives of raw camera frames", allow_abbrev=False)
+    parser = _Parser(prog=f"python3 -m {_NAME}", description="Archives of raw camera frames")
     parser.add_argument("-V", "--version", action="version", version=f"{_NAME} {__version__}")
     verbs = parser.add_subparsers(required=True, metavar="VERB", parser_class=_Parser)
     _add_convert(verbs)
