@@ -25,6 +25,7 @@ int g_threadsLeft = -1;
 }  // namespace
 
 /// Stands before the C library's, which std::thread calls.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the C library reserves its own
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*), void* data) {
     using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
     static auto* const next = reinterpret_cast<Create*>(dlsym(RTLD_NEXT, "pthread_create"));
