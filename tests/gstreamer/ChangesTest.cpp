@@ -130,6 +130,40 @@ TEST(Changes, PropertiesSetFromAnotherThread) {
     EXPECT_EQ(harness.Error(), "");
 }
 
+/// A control binding, as a program makes it that changes properties by the time of a frame: grey from 2 seconds on.
+gboolean SyncGrey(GstControlBinding*, GstObject* object, GstClockTime time, GstClockTime) {
+    g_object_set(object, "grey", time >= 2 * GST_SECOND ? TRUE : FALSE, nullptr);
+    return TRUE;
+}
+
+GType GreyBindingType() {
+    static const GType type = g_type_register_static_simple(
+        GST_TYPE_CONTROL_BINDING, "VexaTestGreyBinding", sizeof(GstControlBindingClass),
+        [](gpointer c, gpointer) { static_cast<GstControlBindingClass*>(c)->sync_values = SyncGrey; },
+        sizeof(GstControlBinding), [](GTypeInstance*, gpointer) {}, GTypeFlags{});
+    return type;
+}
+
+TEST(Changes, PropertiesFollowTheTimeOfFrames) {
+    Harness harness("vexaconvert");
+    harness.SetCaps(SizedCaps(kBayer8, 16, 16), "video/x-raw,format=BGR");
+    gst_object_add_control_binding(GST_OBJECT(harness.Element()),
+                                   static_cast<GstControlBinding*>(g_object_new(
+                                       GreyBindingType(), "object", harness.Element(), "name", "grey", nullptr)));
+    const Bytes frame = RandomBytes(256, 12);
+    VcfSettings grey;
+    VcfInitSettings(&grey);
+    grey.demosaic = VCF_DEMOSAIC_NONE;
+    for (const GstClockTime second : {GstClockTime{0}, GstClockTime{3}, GstClockTime{1}, GstClockTime{2}}) {
+        GstBuffer* const buffer = BufferOf(frame);
+        GST_BUFFER_PTS(buffer) = second * GST_SECOND;
+        const VcfSettings* const settings = second >= 2 ? &grey : nullptr;
+        EXPECT_TRUE(harness.Convert(buffer) ==
+                    Expected(LayoutOf(kBayer8.code, 16, 16), frame, VCF_OUTPUT_BGR, settings))
+            << second;
+    }
+}
+
 /// Streaming threads of GStreamer on both sides of the elements, one frame in two of them at once.
 TEST(Changes, PropertiesOfTwoBranchesBetweenQueues) {
     const Harness registered("vexaconvert");

@@ -136,6 +136,22 @@ TEST(Colour, AutoBalanceIsSmoothedOverFrames) {
     EXPECT_NEAR(third[2], 40, 1);
 }
 
+/// What the last frames of another setting or format looked like says nothing about the next one.
+TEST(Colour, AutoBalanceStartsAnew) {
+    Harness harness("vexaconvert white-balance=auto wb-smoothing=0.9");
+    harness.SetCaps(SizedCaps(kBayer8, kWidth, kHeight), "video/x-raw,format=RGB");
+    const Bytes grey(kWidth * kHeight, 40);
+    const Bytes wanted(kWidth * kHeight * 3, 40);
+    harness.Convert(BufferOf(TintedFrame(160)));
+    Set(harness.Element(), "white-balance", "off");
+    EXPECT_EQ(harness.Convert(BufferOf(grey)), wanted);
+    Set(harness.Element(), "white-balance", "auto");
+    EXPECT_EQ(harness.Convert(BufferOf(grey)), wanted);
+    harness.Convert(BufferOf(TintedFrame(160)));
+    harness.SetInput(SizedCaps({"video/x-bayer,format=bggr", PIXEL_FORMAT_BAYER_BG8}, kWidth, kHeight));
+    EXPECT_EQ(harness.Convert(BufferOf(grey)), wanted);
+}
+
 /// A black frame says nothing about the light; the gains of the frame before stay.
 TEST(Colour, AutoBalanceSurvivesBlackFrames) {
     Harness harness("vexaconvert white-balance=auto wb-smoothing=0");
