@@ -62,7 +62,7 @@ struct Slices {
             static_cast<double>(undisturbed.size()) / static_cast<double>(undisturbed.size() + disturbed.size());
         std::vector<Slice>& of = undisturbed.empty() ? disturbed : undisturbed;
         std::sort(of.begin(), of.end(), [](const Slice& a, const Slice& b) { return a.cycles < b.cycles; });
-        const double cycles = of[of.size() / 4].cycles;
+        const double cycles = of[of.size() / 10].cycles;
         std::sort(of.begin(), of.end(), [](const Slice& a, const Slice& b) { return a.seconds < b.seconds; });
         return {of[of.size() / 2].seconds, of.front().seconds, cycles, share};
     }

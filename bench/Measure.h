@@ -42,7 +42,7 @@ void FillWithSamples(uint8_t* frame, size_t bytes, bool words);
 struct Timing {
     double median;  ///< seconds a call, median of the undisturbed slices
     double best;    ///< seconds a call, quickest slice
-    double cycles;  ///< of the core, per call: lower quartile of the undisturbed slices; 0 where the clock is not known
+    double cycles;  ///< of the core, per call: lowest tenth of the undisturbed slices; 0 where the clock is not known
     double undisturbed;  ///< share of all slices; if it is 0, the other figures are those of the disturbed ones
 };
 

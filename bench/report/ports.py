@@ -21,12 +21,14 @@ from figures import read_rows, write_rows
 MCA = "llvm-mca-19"
 MODELS = ["skylake-avx512", "icelake-server", "znver4"]
 SIZE = "1920x16"
+KINDS = ["instructions", "loads", "stores", "shuffles"]
 NAMESPACES = {"avx2": "Avx2", "avx512": "Avx512", "avx512bw": "Avx512Bw"}
 LAYOUTS = {"BGRA": (0, 4), "BGR": (1, 3)}
 REVERSED_UNITS = {"Mono8": ("0", 1), "Mono12": ("0, 1", 2), "RGB8": ("0, 1, 2", 3), "BGR12": ("0, 1, 2, 3, 4, 5", 6),
                   "YUV411": ("0, 5, 4, 3, 2, 1", 1.5), "YUV422": ("0, 3, 2, 1", 2)}
 JUMP = re.compile(r"j[a-z]+\s+([0-9a-f]+)\b")
 STORE = re.compile(r"(v?mov[a-z0-9]*|vextract[a-z0-9]*)\s+(?:\$\w+,)?%([xyz])mm\d+,(?!.*%rsp)-?\w*\(%r(?!ip)")
+SHUFFLE = re.compile(r"vp?(shuf|perm|unpck|ack|extract|insert|align|broadcast)")
 STORED_BYTES = {"x": 16, "y": 32, "z": 64}
 
 
@@ -73,6 +75,15 @@ def disassemble(library: Path) -> dict[str, list[tuple[int, str]]]:
 def stored_bytes(loop: list[str]) -> int:
     """By vector stores that do not go to the stack."""
     return sum(STORED_BYTES[match[2]] for line in loop if (match := STORE.match(line)))
+
+
+def operations(loop: list[str]) -> dict[str, int]:
+    """How many instructions of each kind a loop has; prefetches and the loop's own are only among all."""
+    vectors = [line for line in loop if line.startswith("v")]
+    stores = [line for line in vectors if STORE.match(line)]
+    return {"instructions": len(loop), "stores": len(stores),
+            "loads": sum("(%r" in line for line in vectors) - len(stores),
+            "shuffles": sum(bool(SHUFFLE.match(line)) for line in vectors)}
 
 
 def inner_loop(function: list[tuple[int, str]]) -> list[str]:
@@ -137,13 +148,14 @@ def bound_rows(functions: dict[str, list[tuple[int, str]]], measured: list[dict[
         prefix = NAMESPACES[row["isa"]] + "::"
         if any(prefix + name not in loops for names, _ in kernels for name in names):
             continue
-        per_model = []
-        for model in models:
-            cycles = [found[model][prefix + name] * 64 * pixel / stored_bytes(loops[prefix + name]) / len(names)
-                      for names, pixel in kernels for name in names]
-            per_model.append(sum(cycles))
+        # Runs of each loop for 64 pixels.
+        runs = {prefix + name: 64 * pixel / stored_bytes(loops[prefix + name]) / len(names)
+                for names, pixel in kernels for name in names}
+        per_model = [sum(found[model][name] * times for name, times in runs.items()) for model in models]
+        counted = {kind: sum(operations(loops[name])[kind] * times for name, times in runs.items()) for kind in KINDS}
         figure, limit = float(row["cycles_per_64_pixels"]), float(row["limit_cycles_per_64_pixels"])
         rows.append({"family": row["family"], "converter": row["converter"], "isa": row["isa"],
+                     **{kind: f"{count:.0f}" for kind, count in counted.items()},
                      "cycles_per_64_pixels": f"{figure:.1f}", "limit_cycles": f"{limit:.1f}",
                      **{f"bound_{model}": f"{bound:.1f}" for model, bound in zip(models, per_model)},
                      "ratio_to_bound": f"{figure / max(per_model[0], limit):.2f}"})

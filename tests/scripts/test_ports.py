@@ -32,6 +32,12 @@ def test_a_function_without_a_loop_has_none() -> None:
     assert ports.inner_loop([(0, "vmovdqu %ymm0,(%rdi)"), (4, "jb     8"), (8, "ret")]) == []
 
 
+def test_instructions_are_counted_by_kind() -> None:
+    loop = ["vmovdqu (%rsi),%ymm0", "vpshufb 0x20(%rsp),%ymm0,%ymm1", "vpacksswb %ymm1,%ymm0,%ymm2",
+            "vpaddw %ymm0,%ymm1,%ymm3", "prefetchw 0x800(%rdi)", "vmovdqu %ymm3,(%rdi)", "add    $0x20,%rdi", "jne    0"]
+    assert ports.operations(loop) == {"instructions": 8, "loads": 2, "stores": 1, "shuffles": 2}
+
+
 @pytest.mark.parametrize("line, narrow", [
     ("vpaddw %zmm1,%zmm2,%zmm3", "vpaddw %ymm1,%ymm2,%ymm3"),
     ("vpaddw %ymm1,%ymm2,%ymm3", "vpaddw %ymm1,%ymm2,%ymm3"),
