@@ -96,9 +96,9 @@ SitePixel OuterRingPixel(const RowsAround& rows, size_t c, size_t inner, RowKind
 
 /// The departures of the left and right column, whole picture rows only.
 template <class Phase>
-void ApplyBorderTraits(SitePixel& site, const Mosaic& frame, size_t r, size_t c) {
+[[gnu::always_inline]] inline void ApplyBorderTraits(SitePixel& site, const Mosaic& frame, size_t r, size_t c,
+                                                     RowKind kind) {
     using Traits = Border<Phase>;
-    const RowKind kind = KindOfRow<Phase>(r);
     if (r < kRing || r + kRing >= frame.height || IsGreenSite(kind, c)) {
         return;
     }
@@ -118,7 +118,7 @@ template <class Phase, Kernels::Layout layout>
 void ConvertBorderPixel(uint8_t* dst, const Mosaic& frame, size_t r, size_t c) {
     const RowKind kind = KindOfRow<Phase>(r);
     SitePixel site = RingPixel(frame, r, c, kind);
-    ApplyBorderTraits<Phase>(site, frame, r, c);
+    ApplyBorderTraits<Phase>(site, frame, r, c, kind);
     const size_t pixel = r * frame.width + c;
     if (kLeavesRedOfSecondRowEnd<Phase, layout> && r == 1 && c + 1 == frame.width) {
         site.rowColour = dst[pixel * Kernels::kBytesPerPixel<layout> + 2];
@@ -171,9 +171,8 @@ void FillRingPairs(AcpiLine& line, const RowsAround& rows, const Strip& strip, R
 /// The pair before and the pair after a strip, pairs 0 and Pairs() + 1, belong to the lines too, by the column of them
 /// that touches the strip, if that is a row-colour site; where the strip ends at the ring, that column follows the
 /// ring's rule.
-template <class Phase>
+template <RowKind kind>
 void FillLine(AcpiLine& line, const Mosaic& frame, size_t r, const Strip& strip) {
-    const RowKind kind = KindOfRow<Phase>(r);
     const RowsAround around = RowsOf(frame, r);
     const auto setRingSite = [&](size_t c) {
         if (!IsGreenSite(kind, c)) {
@@ -204,42 +203,54 @@ void FillLine(AcpiLine& line, const Mosaic& frame, size_t r, const Strip& strip)
 }
 
 /// The two pixels at one end of a row of the interior.
-template <class Phase, Kernels::Layout layout>
+template <class Phase, RowKind kind, Kernels::Layout layout>
 void ConvertRingColumns(uint8_t* dst, const Mosaic& frame, size_t r, size_t outer, size_t inner) {
-    const RowKind kind = KindOfRow<Phase>(r);
     const RowsAround rows = RowsOf(frame, r);
     SitePixel site = OuterRingPixel(rows, outer, inner, kind);
-    ApplyBorderTraits<Phase>(site, frame, r, outer);
+    ApplyBorderTraits<Phase>(site, frame, r, outer, kind);
     Kernels::StoreSite<layout>(dst, r * frame.width + outer, HoldsRed(kind), site);
     Kernels::StoreSite<layout>(dst, r * frame.width + inner, HoldsRed(kind), SecondRingPixel(rows, inner, kind));
 }
 
-/// The interior rows of a strip, and the ring columns beside it while they are at hand. Those come after the strip's
-/// own pixels: for odd widths the last pair spills into the border.
+/// The three lines that a row of pixels is made from.
+struct LinesAround {
+    AcpiLine* above;
+    AcpiLine* here;
+    AcpiLine* below;
+};
+
+/// A row of a strip, and the ring columns beside it while they are at hand. Those come after the strip's own pixels:
+/// for odd widths the last pair spills into the border. The kinds of rows are constants, since a row has as many cases
+/// at its ends as a short one has blocks.
+template <class Phase, RowKind kind, RowKind nextKind, Kernels::Layout layout>
+void ConvertStripRow(uint8_t* dst, const Mosaic& frame, const Strip& strip, size_t r, LinesAround& lines) {
+    FillLine<nextKind>(*lines.below, frame, r + 1, strip);
+    const Kernels::AcpiColour kernel = Border<Phase>::kWrapsBlueTies && HoldsRed(kind)
+                                           ? s_psKernels->acpiColourWrappingTie[layout]
+                                           : s_psKernels->acpiColour[kind][layout];
+    kernel(dst + (r * frame.width + strip.first) * Kernels::kBytesPerPixel<layout>, lines.above, lines.here,
+           lines.below, strip.Pairs());
+    if (strip.StartsAtRing()) {
+        ConvertRingColumns<Phase, kind, layout>(dst, frame, r, 0, 1);
+    }
+    if (strip.EndsAtRing(frame)) {
+        ConvertRingColumns<Phase, kind, layout>(dst, frame, r, frame.width - 1, frame.width - 2);
+    }
+    lines = {lines.here, lines.below, lines.above};
+}
+
+/// The interior rows of a strip. They begin with an even one, and an even height leaves whole pairs of them.
 template <class Phase, Kernels::Layout layout>
 void ConvertStrip(uint8_t* dst, const Mosaic& frame, const Strip& strip) {
-    AcpiLine lines[3];
-    AcpiLine* above = &lines[0];
-    AcpiLine* here = &lines[1];
-    AcpiLine* below = &lines[2];
-    FillLine<Phase>(*above, frame, kRing - 1, strip);
-    FillLine<Phase>(*here, frame, kRing, strip);
-    for (size_t r = kRing; r + kRing < frame.height; ++r) {
-        FillLine<Phase>(*below, frame, r + 1, strip);
-        const RowKind kind = KindOfRow<Phase>(r);
-        const Kernels::AcpiColour kernel = Border<Phase>::kWrapsBlueTies && HoldsRed(kind)
-                                               ? s_psKernels->acpiColourWrappingTie[layout]
-                                               : s_psKernels->acpiColour[kind][layout];
-        kernel(dst + (r * frame.width + strip.first) * Kernels::kBytesPerPixel<layout>, above, here, below,
-               strip.Pairs());
-        if (strip.StartsAtRing()) {
-            ConvertRingColumns<Phase, layout>(dst, frame, r, 0, 1);
-        }
-        if (strip.EndsAtRing(frame)) {
-            ConvertRingColumns<Phase, layout>(dst, frame, r, frame.width - 1, frame.width - 2);
-        }
-        std::swap(above, here);
-        std::swap(here, below);
+    constexpr RowKind kEven = Phase::kEvenRow;
+    constexpr RowKind kOdd = Phase::kOddRow;
+    AcpiLine memory[3];
+    LinesAround lines = {&memory[0], &memory[1], &memory[2]};
+    FillLine<kOdd>(*lines.above, frame, kRing - 1, strip);
+    FillLine<kEven>(*lines.here, frame, kRing, strip);
+    for (size_t r = kRing; r + kRing < frame.height; r += 2) {
+        ConvertStripRow<Phase, kEven, kOdd, layout>(dst, frame, strip, r, lines);
+        ConvertStripRow<Phase, kOdd, kEven, layout>(dst, frame, strip, r + 1, lines);
     }
 }
 
