@@ -111,6 +111,34 @@ def test_buffers_as_cameras_fill_them(page, tool, name, stride, shift):
     check_exports(page, tool, "b_00001")
 
 
+@pytest.mark.parametrize("frames", [1, 2])
+def test_last_row_without_its_padding(page, tool, frames):
+    row = np.frombuffer(tool.synth("tight.raw", "BayerRG8", SIZE).read_bytes(), np.uint8).reshape(48, 64)
+    padded = np.concatenate([row, np.full((48, 36), 0xEE, np.uint8)], axis=1).tobytes()
+    (tool.folder / "e.raw").write_bytes(b"HEAD!" + (padded * frames)[:-36])
+    page.open(f"#format=BayerRG8&size={SIZE}&stride=100&offset=5&frame={frames - 1}")
+    page.give(tool.folder / "e.raw")
+    assert page.text("fit").endswith("the file fits")
+    check_exports(page, tool, "e" if frames == 1 else "e_00001")
+
+
+@pytest.mark.parametrize("frame", [0, 2])
+def test_frame_of_a_sequence(page, tool, frame):
+    raw = tool.synth("s.raw", "BayerRG8", SIZE, "--frames", "3", "--sidecar")
+    page.give(raw, raw.with_suffix(".txt"))
+    page.set(frame=frame)
+    check_exports(page, tool, f"s_0000{frame}")
+
+
+def test_bytes_left_over(page, tool):
+    """The tool converts such a file only when it is asked for one frame."""
+    content = tool.synth("tight.raw", "BayerRG8", SIZE).read_bytes()
+    (tool.folder / "d.raw").write_bytes(content + b"tail")
+    page.open(f"#format=BayerRG8&size={SIZE}")
+    page.give(tool.folder / "d.raw")
+    check_exports(page, tool, "d")
+
+
 def test_rwh_file(page, tool):
     raw = tool.synth("a.raw", "BayerRG12", SIZE)
     tool("pack", "--format", "BayerRG12", "--size", SIZE, raw, "c.rwh")

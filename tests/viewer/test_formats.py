@@ -174,5 +174,5 @@ def test_canvas_and_pointer(page, tool, name):
     raw = (tool.folder / "frame.raw").read_bytes()
     wide = not (name in YUV or name.endswith(("o8", "GR8", "RG8", "GB8", "BG8", "B8", "R8")))
     words = np.frombuffer(tool.samples("frame.raw", *options_of(name)), np.uint16 if wide else np.uint8)
-    for x, y in ((0, 0), (37, 21), (22, 40), (WIDTH - 1, HEIGHT - 1)):
+    for x, y in ((0, 0), (37, 21), (22, 41), (41, 22), (WIDTH - 1, HEIGHT - 1)):
         check_pointer(page, raw, name, words, picture, x, y)

@@ -103,6 +103,14 @@ def test_keys_type_in_fields(page, tool):
     assert (page.setting("black"), page.setting("zoom")) == (12, 0)
 
 
+def test_keys_of_the_browser_stay_its_own(page, tool):
+    show(page, tool)
+    for modifier in (Keys.CONTROL, Keys.ALT, Keys.META):
+        ActionChains(page.browser).key_down(modifier).send_keys("m").key_up(modifier).perform()
+        page.settle()
+    assert page.setting("mode") == "bilinear"
+
+
 def test_reading_by_keyboard(page, tool):
     raw = show(page, tool)
     page.run("document.getElementById('picture').focus()")
@@ -160,6 +168,21 @@ def test_statistics(page, tool, name):
     assert page.statistics() == expected
 
 
+def test_statistics_follow_the_frame(page, tool):
+    """Counts and what is below the pointer are those of the frame shown, behind a header."""
+    frames = np.arange(3 * 64 * 48, dtype=np.uint16).reshape(3, -1) % 251 + np.array([[0], [1], [4]], np.uint16)
+    (tool.folder / "a.raw").write_bytes(b"HEAD" + frames.astype(np.uint8).tobytes())
+    page.open(f"#format=Mono8&size={SIZE}&offset=4&zoom=8")
+    page.give(tool.folder / "a.raw")
+    for number in (2, 0, 1):
+        page.set(frame=number)
+        page.point_at(11, 7)
+        values = frames[number].astype(np.uint8)
+        assert page.statistics()["Grey"]["mean"] == f"{values.mean():.1f}"
+        assert page.text("pixel-samples") == f"Grey{values[7 * 64 + 11]}"
+        assert page.text("pixel-byte").startswith(hex(4 + number * 64 * 48 + 7 * 64 + 11) + " ")
+
+
 def test_samples_above_the_depth(page, tool):
     samples = np.arange(64 * 48, dtype=np.uint16) % 1500
     (tool.folder / "a.raw").write_bytes(samples.tobytes())
@@ -210,6 +233,19 @@ def test_automatic_white_balance(page, tool):
     assert gains == pytest.approx([largest / red, largest / green, largest / blue], abs=2e-4)
 
 
+@pytest.mark.parametrize("name, balanced", [("BayerGR10p", True), ("RGB8", True), ("Mono12", False)])
+def test_natural_look(page, tool, name, balanced):
+    raw = show(page, tool, name)
+    page.click("levels-natural")
+    assert (page.setting("tone"), page.setting("balance") is not None) == ("srgb", balanced)
+    page.set(zoom=1)
+    gains = ",".join(map(str, page.setting("balance") or [1, 1, 1]))
+    expected = tool.bgra(raw.name, "--format", name, "--size", SIZE, "--tone", "srgb", "--white-balance", gains)
+    assert np.array_equal(page.canvas(), expected[:, :, 2::-1])
+    page.click("levels-reset")
+    assert (page.setting("tone"), page.setting("balance")) == ("none", None)
+
+
 # ---- zoom and moving
 
 def test_wheel_keeps_the_pixel_below_the_mouse(page, tool):
@@ -257,15 +293,24 @@ def test_dragging(page, tool):
 
 
 def test_samples_are_written_into_large_pixels(page, tool):
-    """The overlay is empty at 1:1 and has drawings in each pixel from some enlargement on."""
+    """Nothing lies over the picture at 1:1, a grid from some enlargement on, then writing inside of each pixel."""
     show(page, tool)
-    count = """const canvas = document.getElementById('overlay');
-        const data = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height).data;
-        return data.filter((value, i) => i % 4 === 3 && value > 0).length;"""
-    page.set(zoom=1)
-    assert page.run(count) == 0
-    page.set(zoom=48, x=32, y=24)
-    assert page.run(count) > 20000
+    drawn = """const canvas = document.getElementById('overlay');
+        const {left, top} = viewer.stage.corner(viewer.stage.rects()[0]);
+        const zoom = viewer.stage.zoom;
+        const inside = Math.floor(zoom / 2);
+        const at = (x, y, size) => [...canvas.getContext('2d').getImageData(x, y, size, size).data]
+            .filter((value, i) => i % 4 === 3 && value > 0).length;
+        const [x, y] = [left + 32 * zoom, top + 24 * zoom];
+        return [at(x - 1, y - 1, 3), at(x + Math.floor(zoom / 4), y + Math.floor(zoom / 4), Math.max(1, inside))];"""
+    page.set(zoom=1, x=32, y=24)
+    assert page.run(drawn) == [0, 0]
+    page.set(zoom=24)
+    grid, inside = page.run(drawn)
+    assert grid > 0 and inside == 0
+    page.set(zoom=48)
+    grid, inside = page.run(drawn)
+    assert grid > 0 and inside > 30
 
 
 # ---- looks

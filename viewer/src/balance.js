@@ -17,7 +17,8 @@ export class WhiteBalance {
         return this.viewer.format?.kind === 'bayer' || this.viewer.format?.kind === 'colour';
     }
 
-    auto() {
+    /** The mean of the frame becomes grey; with `tone` that changes too. */
+    auto(tone = this.viewer.settings.tone) {
         const { viewer } = this;
         if (!viewer.bytes || !viewer.sizes || !this.possible) {
             return;
@@ -25,9 +26,18 @@ export class WhiteBalance {
         try {
             const options = { ...layoutOf(viewer.settings, viewer.format), black: viewer.settings.black };
             const gains = viewer.engine.estimateWhiteBalance(viewer.bytes, options);
-            viewer.set({ balance: gains.map((gain) => Number(gain.toFixed(DECIMALS))) });
+            viewer.set({ tone, balance: gains.map((gain) => Number(gain.toFixed(DECIMALS))) });
         } catch (error) {
             viewer.panels.message(`White balance: ${error.message}`);
+        }
+    }
+
+    /** About what the eye sees: balanced where there is colour, lighter in the dark. */
+    natural() {
+        if (this.possible) {
+            this.auto('srgb');
+        } else if (this.viewer.format?.kind === 'mono') {
+            this.viewer.set({ tone: 'srgb' });
         }
     }
 

@@ -27,8 +27,8 @@ export class Exporter {
         }
         const { source, sizes, format } = this.viewer;
         return {
-            shell: shellCommand(source, this.settings, format),
-            python: pythonLines(source, this.settings, format, sizes.frameBytes),
+            shell: shellCommand(source, this.settings, format, sizes),
+            python: pythonLines(source, this.settings, format, sizes),
         };
     }
 

@@ -65,8 +65,9 @@ function layoutOptions(source, settings) {
     return options;
 }
 
-/** The command of the tool that writes the picture shown. */
-export function shellCommand(source, settings, format) {
+/** The command of the tool that writes the picture shown. It takes whole frames: `lacking` bytes of padding are added. */
+export function shellCommand(source, settings, format, { frameBytes }) {
+    const lacking = Math.max(0, settings.offset + source.frames * frameBytes - source.bytes);
     const options = layoutOptions(source, settings);
     if (format.kind === 'bayer' && settings.mode === 'acpi') {
         options.push('--bayer-mode', 'acpi');
@@ -82,19 +83,25 @@ export function shellCommand(source, settings, format) {
     const [input, output] = [source.name, exportName(source, settings, 'png')]
         .map((name) => quoted(name.startsWith('-') ? `./${name}` : name));
     const command = ['vexacamutl', 'convert', ...options].map(quoted).join(' ');
+    if (lacking > 0) {
+        return `{ cat ${input}; head -c ${lacking} /dev/zero; } | ${command} - ${output}`;
+    }
     return isStreamed(source) ? `${command} - ${output} < ${input}` : `${command} ${input} ${output}`;
 }
 
 /** The lines of Python that make the picture shown, as an array of red, green and blue. */
-export function pythonLines(source, settings, format, frameBytes) {
-    const parts = [`np.memmap(${pythonString(source.name)}, mode="r")`, pythonString(settings.format)];
+export function pythonLines(source, settings, format, { frameBytes, bytesNeeded }) {
+    const start = settings.offset + settings.frame * frameBytes;
+    const count = source.bytes > bytesNeeded ? `, count=${bytesNeeded}` : '';
+    const offset = start > 0 ? `, offset=${start}` : '';
+    const frame = `np.fromfile(${pythonString(source.name)}, np.uint8${count}${offset})`;
+    const parts = [frame, pythonString(settings.format)];
     const put = (name, value) => parts.push(`${name}=${value}`);
     put('width', settings.width);
     put('height', settings.height);
-    const offset = settings.offset + settings.frame * frameBytes;
-    for (const [name, value] of [['stride', settings.stride], ['offset', offset], ['shift', settings.shift]]) {
-        if (value > 0) {
-            put(name, value);
+    for (const name of ['stride', 'shift']) {
+        if (settings[name] > 0) {
+            put(name, settings[name]);
         }
     }
     if (format.kind === 'bayer' && settings.mode === 'acpi') {

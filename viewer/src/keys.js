@@ -63,6 +63,7 @@ export function keysOf(viewer) {
         ]],
         ['Levels', [
             ['w', 'white balance from the mean', () => viewer.whiteBalance.auto()],
+            ['z', 'natural look: white balance and sRGB tone', () => viewer.whiteBalance.natural()],
             ['k', 'pick grey; Enter takes the pixel', () => viewer.whiteBalance.pick(!viewer.whiteBalance.picking)],
             ['a', 'to the gains', () => focus('gain-r')],
             ['j', 'to the black level', () => focus('black')],

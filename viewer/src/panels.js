@@ -119,6 +119,7 @@ export class Panels {
         on('zoom-pixels', () => viewer.zoomTo(48));
         on('balance-auto', () => viewer.whiteBalance.auto());
         on('balance-pick', () => viewer.whiteBalance.pick(!viewer.whiteBalance.picking));
+        on('levels-natural', () => viewer.whiteBalance.natural());
         on('levels-reset', () => viewer.set({ balance: null, black: 0, exposure: 1, tone: 'none' }));
         on('save-png', () => viewer.exporter.png());
         on('save-text', () => viewer.exporter.sidecar());
@@ -200,7 +201,7 @@ export class Panels {
         $('shift').disabled = Boolean(format) && !words;
         $('range').disabled = Boolean(format) && format.kind !== 'yuv';
         const yuv = format?.kind === 'yuv';
-        ['black', 'exposure', 'tone', 'levels-reset'].forEach((id) => ($(id).disabled = yuv));
+        ['black', 'exposure', 'tone', 'levels-natural', 'levels-reset'].forEach((id) => ($(id).disabled = yuv));
         ['gain-r', 'gain-g', 'gain-b', 'balance-auto', 'balance-pick'].forEach(
             (id) => ($(id).disabled = Boolean(format) && !viewer.whiteBalance.possible),
         );
