@@ -161,6 +161,8 @@ def test_version_and_help(capsys):
 
 
 def test_as_a_module(capsys, monkeypatch):
+    import vexacamutl.archive.__main__  # noqa: F401  (imported, it does nothing)
+
     monkeypatch.setattr(sys, "argv", ["archive", "--version"])
     with pytest.raises(SystemExit):
         runpy.run_module("vexacamutl.archive", run_name="__main__")

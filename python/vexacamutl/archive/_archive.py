@@ -6,7 +6,7 @@ from __future__ import annotations
 import builtins
 import operator
 from bisect import bisect_right
-from typing import Any, Iterator, NamedTuple, Optional, Union, overload
+from typing import Any, Iterator, NamedTuple, Optional, Union
 
 import numpy as np
 from numpy.typing import NDArray
@@ -15,7 +15,6 @@ from .._formats import FormatLike
 from .._numbers import integer
 from . import _optional
 from ._blocks import Block, FrameReader, Segment, blocks_of, make_reader, read_block
-from ._convert import Options, convert_archive
 from ._errors import MixedFramesError
 from ._inputs import BadInput, FrameLayout, Input, PathsLike, find_inputs, layout_options
 from ._report import ConversionReport
@@ -73,20 +72,13 @@ class Archive:
         at = bisect_right(self._source.starts, index) - 1
         return self._source.inputs[at], index - self._source.starts[at]
 
-    @overload
-    def __getitem__(self, index: slice) -> Archive: ...
-
-    @overload
-    def __getitem__(self, index: int) -> NDArray[Any]: ...
-
-    def __getitem__(self, index: Union[int, slice]) -> Union[Archive, NDArray[Any]]:
+    def __getitem__(self, index: Union[int, slice]) -> Any:
         """A frame, or an archive of some of the frames."""
         if isinstance(index, slice):
             return Archive(self._source, self._frames[index], self._frames_per_chunk)
         source, frame = self._find(self._number(index))
         reader = FrameReader(source.layout, self._source.shift)
-        picture: NDArray[Any] = reader.read((Segment(source.path, frame, 1),))[0]
-        return picture
+        return reader.read((Segment(source.path, frame, 1),))[0]
 
     def _number(self, index: int) -> int:
         try:
@@ -298,6 +290,8 @@ class Archive:
         >>> frames.convert("pictures", to="png", mode="acpi").skipped
         40
         """
+        from ._convert import Options, convert_archive  # which imports this module
+
         options = Options(jobs, batch, digest, progress, patience)
         return convert_archive(self, out, to, scheduler, resume, options, settings)
 

@@ -14,11 +14,12 @@ import errno
 import os
 import time
 from collections import deque
-from typing import TYPE_CHECKING, Any, Callable, Iterator, Mapping, NamedTuple, Optional, Protocol
+from typing import Any, Callable, Iterator, Mapping, NamedTuple, Optional, Union
 
 from .._numbers import integer
 from .._output import Path, checked_path
 from . import _optional
+from ._archive import Archive
 from ._chunks import make_array
 from ._cluster import DaskPool
 from ._errors import ArchiveError, ManifestError, NoFramesError, SettingError
@@ -30,9 +31,6 @@ from ._settings import ZARR, check_kind, check_options, options_of
 from ._slurm import WORKERS, SlurmPool
 from ._tool import find_tool, tool_version
 from ._worker import Batch, Job, Missed, Outcome
-
-if TYPE_CHECKING:
-    from ._archive import Archive
 
 BATCH_BYTES = 64 << 20
 BATCH_FRAMES = 512
@@ -51,23 +49,7 @@ class Options(NamedTuple):
     patience: float = 300.0
 
 
-class Pool(Protocol):
-    """Where batches are converted."""
-
-    @property
-    def threads(self) -> int: ...
-
-    @property
-    def window(self) -> int: ...
-
-    @property
-    def under_way(self) -> int: ...
-
-    def submit(self, pending: Pending) -> None: ...
-
-    def wait(self) -> list[Finished]: ...
-
-    def close(self) -> None: ...
+Pool = Union[LocalPool, DaskPool]
 
 
 def check(options: Options, scheduler: Any, to: str) -> None:

@@ -11,8 +11,9 @@ import hashlib
 import json
 import os
 import tempfile
-from typing import TYPE_CHECKING, Any, Iterator, NamedTuple, Optional, Sequence
+from typing import Any, Iterator, NamedTuple, Optional, Sequence
 
+from ._archive import Archive
 from ._blocks import blocks_of
 from ._chunks import ChunkForm, chunk_name, describe_array, form_of, read_picture
 from ._errors import InputError, InputOverwriteError, MixedFramesError, NameCollisionError
@@ -22,9 +23,6 @@ from ._names import refuse_collisions, result_name
 from ._settings import GREY, KINDS, ZARR
 from ._tool import RUNNER
 from ._worker import Frame, Item
-
-if TYPE_CHECKING:
-    from ._archive import Archive
 
 
 #: What the tool makes for chunks: grey pictures as GREY, others as this.
@@ -127,10 +125,8 @@ def make_plan(archive: Archive, to: str, tool: str, arguments: Sequence[str]) ->
 
 def survey(plan: Plan, archive: Archive, out: str, contents: Optional[Contents]) -> set[str]:
     """The results that are there already. An exception where one of the others must not be made."""
-    there = {entry.name: entry for entry in os.scandir(out)} if os.path.isdir(out) else {}
+    there = {entry.name: entry for entry in os.scandir(out)}
     entries = contents.entries if contents is not None else {}
-    if not there and not entries:
-        return set()
     inputs = {source.identity: source.path for source in archive.inputs}
     done = set()
     for planned in plan.results():

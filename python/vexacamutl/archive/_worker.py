@@ -249,10 +249,8 @@ def convert_batch(batch: Batch, runner: Runner = RUNNER) -> list[Outcome]:
                 staged = results[item.frames[0]]
                 assert isinstance(staged, _Staged)
                 outcomes.append(_deliver(job, item, staged))
-    except FileNotFoundError:
-        if os.path.isdir(job.folder):
-            raise
-        raise RunEnded(f"{job.folder} is gone") from None
+    except FileNotFoundError as error:
+        raise RunEnded(f"{error.filename} is gone") from None
     finally:
         shutil.rmtree(folder, ignore_errors=True)
     return outcomes
