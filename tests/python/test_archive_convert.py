@@ -196,6 +196,8 @@ def test_a_link_to_an_input_is_replaced(tmp_path, random):
     ({"digest": "md5"}, archive.SettingError, "digest must be"), ({"patience": -1}, archive.SettingError, "patience"),
     ({"patience": "long"}, archive.SettingError, "patience"), ({"scheduler": 8786}, archive.SettingError, "the scheduler must"),
     ({"scheduler": "tcp://127.0.0.1:1", "jobs": 2}, archive.SettingError, "jobs is for this machine"),
+    ({"resume": "yes"}, TypeError, "resume"), ({"progress": 2}, ValueError, "progress"), ({"jobs": 1025}, ValueError, "jobs must be 1 to"),
+    ({"scheduler": ""}, archive.SchedulerError, "invalid scheduler"), ({"scheduler": "tcp://h:x"}, archive.SchedulerError, "invalid"),
     ({"scheduler": "nonsense"}, archive.SchedulerError, "invalid scheduler"),
     ({"scheduler": "tcp://127.0.0.1:1", "patience": 0}, archive.SchedulerError, "no scheduler answers"),
     ({"to": "zarr", "alpha": True}, archive.SettingError, "grey or RGB")])

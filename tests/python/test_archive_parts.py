@@ -41,8 +41,9 @@ def test_workers_in_this_process(tmp_path, found):
     """A scheduler and a worker as threads: the tasks themselves."""
     with distributed.Client(processes=False, n_workers=1, dashboard_address=None, set_as_default=False) as client:
         assert found.convert(tmp_path / "out", scheduler=client, batch=2).done == 6
-        job = _worker.Job(str(tmp_path), str(tmp_path / "none"), "/none", (), "png", "crc32")
-        assert _worker.check_worker(job)[0] == "bad"
+        for tool in "/none", TOOL:
+            job = _worker.Job(str(tmp_path), str(tmp_path / "none"), tool, (), "png", "crc32")
+            assert _worker.check_worker(job)[0] == "bad"
     run_tool("convert", "-f", "BayerRG8", "-s", f"{W}x{H}", "-o", tmp_path / "plain", tmp_path / "s.raw")
     assert files_of(tmp_path / "out") == files_of(tmp_path / "plain")
 
@@ -202,10 +203,10 @@ def test_tools_that_go_wrong_later(tmp_path, found):
 def test_frames_that_no_picture_is_made_of(tmp_path):
     (tmp_path / "a.raw").write_bytes(bytes(W * H))
     limited = archive.open(tmp_path / "a.raw", "BayerRG8", W, H, range="limited")
-    with pytest.raises(archive.InputError, match="--range is for YUV"):
+    with pytest.raises(archive.InputError, match="for YUV frames"):
         limited.convert(tmp_path / "z", "zarr")
     report = limited.convert(tmp_path / "out")
-    assert report.done == 0 and "--range is for YUV" in report.failed[0].reason
+    assert report.done == 0 and "for YUV frames" in report.failed[0].reason
 
 
 def test_locks_that_the_system_refuses(tmp_path, monkeypatch):

@@ -33,6 +33,16 @@ def run_batch(batch: Batch) -> tuple[str, list[Outcome]]:
     return str(_optional.module("distributed").get_worker().address), convert_batch(batch)
 
 
+def host_and_port(scheduler: str) -> tuple[str, int]:
+    """The place that an address names."""
+    addressing = _optional.module("distributed").comm.addressing
+    try:
+        host, port = addressing.parse_host_port(addressing.parse_address(scheduler)[1])
+    except ValueError as error:
+        raise SchedulerError(f"invalid scheduler {scheduler!r}: {error}") from None
+    return str(host), int(port)
+
+
 class DaskPool:
     """The workers of a scheduler, which is named by its address or by a client of it."""
 
@@ -75,12 +85,7 @@ class DaskPool:
 
     def _knock(self, end: float) -> None:
         """Waits until somebody listens at the address: a client that fails to connect is noisy."""
-        try:
-            place = self._distributed.comm.addressing.parse_host_port(
-                self._distributed.comm.addressing.parse_address(self._scheduler)[1]
-            )
-        except ValueError as error:
-            raise SchedulerError(f"invalid scheduler {self._scheduler!r}: {error}") from None
+        place = host_and_port(self._scheduler)
         while True:
             try:
                 socket.create_connection(place, timeout=5).close()

@@ -16,12 +16,12 @@ import time
 from collections import deque
 from typing import Any, Callable, Iterator, Mapping, NamedTuple, Optional, Union
 
-from .._numbers import integer
+from .._numbers import flag, integer
 from .._output import Path, checked_path
 from . import _optional
 from ._archive import Archive
 from ._chunks import make_array
-from ._cluster import DaskPool
+from ._cluster import DaskPool, host_and_port
 from ._errors import ArchiveError, ManifestError, NoFramesError, SettingError
 from ._local import Finished, LocalPool, Pending, processors
 from ._manifest import FOLDER, Contents, Manifest, read_manifest
@@ -37,6 +37,7 @@ BATCH_FRAMES = 512
 _BATCHES_PER_WORKER = 4
 _TRIES = 2
 _DEATHS = 10
+_MOST_JOBS = 1024
 
 
 class Options(NamedTuple):
@@ -54,10 +55,12 @@ Pool = Union[LocalPool, DaskPool]
 
 def check(options: Options, scheduler: Any, to: str) -> None:
     """Arguments that do not fit."""
-    for name in ("jobs", "batch"):
+    for name, most in (("jobs", _MOST_JOBS), ("batch", 1 << 31)):
         value = getattr(options, name)
         if value is not None:
-            integer(value, name, 1)
+            integer(value, name, 1, most)
+    if options.progress is not None:
+        flag(options.progress, "progress")
     if options.digest not in ("crc32", "sha256"):
         raise SettingError(f"digest must be 'crc32' or 'sha256', not {options.digest!r}")
     if isinstance(options.patience, bool) or not isinstance(options.patience, (int, float)) or not options.patience >= 0:
@@ -69,6 +72,8 @@ def check(options: Options, scheduler: Any, to: str) -> None:
         raise SettingError("jobs is for this machine and for Slurm; a scheduler has its workers already")
     if scheduler is not None:
         _optional.module("distributed")
+    if isinstance(scheduler, str) and scheduler != "slurm":
+        host_and_port(scheduler)
     if to == ZARR:
         _optional.module("numcodecs")
 
@@ -224,6 +229,7 @@ def convert_archive(
     folder = os.path.abspath(checked_path(out))
     if os.path.exists(folder) and not os.path.isdir(folder):
         raise NotADirectoryError(errno.ENOTDIR, os.strerror(errno.ENOTDIR), folder)
+    flag(resume, "resume")
     check_kind(to)
     check(options, scheduler, to)
     if len(archive) == 0:
