@@ -55,7 +55,7 @@
  *         return failed;
  *     }
  *
- * It writes picture.ppm, which image viewers open. Link with
+ * The program writes picture.ppm, which image viewers open. Link it with
  * -lVexaCamUtl_64, with the output of pkg-config --libs vexacamutl, or with the
  * CMake target VexaCamUtl::VexaCamUtl.
  *
@@ -154,19 +154,20 @@
  *     (RGB)             ConvRGBNToBGRA         ConvRGBNToBGR
  *     (BGR)             ConvBGRNToBGRA         ConvBGRNToBGR
  *
- * With the Bayer flag 0, a Bayer format takes the row of the Mono format of its
- * depth: the mosaic is shown in grey.
+ * With Bayer flag 0 a Bayer format uses the converters of the Mono format of its
+ * depth, which show the mosaic in grey.
  *
  *
  * ## Rules that hold for every function
  *
  * Statuses. A function that can fail returns a UtlStatus; 0 is success. A null
- * destination or source gives UTL_STS_INVALID_PARAMETER before anything else is
- * tested, and nothing is written.
+ * destination or source is tested before everything else: the function returns
+ * UTL_STS_INVALID_PARAMETER and writes nothing.
  *
  * Sizes. Buffer lengths are not passed, so the library cannot check them: the
  * caller must get sizes, strides and lengths right. Some products of sizes are
- * taken modulo 2^32; each function states the largest size that it serves.
+ * taken modulo 2^32; each group of functions states the largest size that it
+ * serves.
  *
  * Arithmetic. Samples of more than 8 bits are shifted right, and the low 8 bits
  * of the result are kept: a sample above its depth wraps, it does not saturate.
@@ -188,21 +189,21 @@
  *
  * Files. The file functions report a failed open. They do not report a write or
  * close that fails later (full disk), nor a file that ends early: they return
- * UTL_STS_SUCCESS. Where that matters, compare the size of the file with the
- * layout that its chapter draws. A path is handed to the file system as it is; a
- * null path gives UTL_STS_FILE_OPEN_ERROR. An existing file is replaced.
+ * UTL_STS_SUCCESS. To detect these, compare the size of the file with its layout,
+ * which is drawn below. A path is passed to the file system unchanged; a null path
+ * gives UTL_STS_FILE_OPEN_ERROR. The writers replace an existing file.
  *
- * Memory. No function keeps memory. The stack that a call needs does not depend
- * on the picture: about 50 KiB in the ACPI converters, less than 8 KiB in every
- * other function. A bitmap writer allocates 64 KiB until it returns.
+ * Memory. A call needs the same stack for every picture: about 50 KiB in the ACPI
+ * converters, less than 8 KiB in every other function. A bitmap writer allocates
+ * 64 KiB and frees them before it returns.
  *
  * Floating point. No result depends on the caller's rounding mode or exception
- * masks, and both are as before after a call.
+ * masks, and no call changes them.
  *
  * Exceptions. Converters, queries and ReverseImg never throw and never allocate.
- * The file functions turn exceptions into a status, except those thrown while
- * the stream is constructed and, in LoadRWH, while the file is opened or its
- * header is read (std::bad_alloc): these reach the caller.
+ * The file functions return a status for an exception. One exception reaches the
+ * caller: std::bad_alloc, thrown while the stream is constructed or, in LoadRWH,
+ * while the file is opened or its header is read.
  */
 #ifndef VEXACAMUTL_H
 #define VEXACAMUTL_H
@@ -341,10 +342,10 @@ typedef uint32_t ConvDstFormat;
  *
  * The converters of grey, packed colour and YUV treat the frame as one run of
  * width * height pixels, a product modulo 2^32; they serve up to 2^32 - 1 pixels.
- * 0 pixels are a success that writes nothing. Bayer converters serve any size
- * that fits into memory; their results are specified for even widths and heights
- * of at least 2 (ACPI: 4). With other sizes they stay inside both buffers and
- * take means of the neighbours that exist.
+ * A call with 0 pixels succeeds and writes nothing. Bayer converters serve any
+ * size that fits into memory; their results are defined for even widths and
+ * heights of at least 2 (ACPI: 4). With other sizes they stay inside both buffers
+ * and take means of the neighbours that exist.
  *
  * @param dst    destination, width * height * 4 (BGRA) or * 3 (BGR) bytes
  * @param src    frame, rows without padding, in the layout of its format; it is
@@ -353,8 +354,8 @@ typedef uint32_t ConvDstFormat;
  * @param height in rows
  * @return UTL_STS_SUCCESS; UTL_STS_INVALID_PARAMETER if dst or src is null;
  *         UTL_STS_NOT_INITIALIZED from the Mono-to-BGRA and the YUV converters
- *         before PrepareLUT. Both errors are returned for every size, and
- *         then nothing is written.
+ *         before PrepareLUT. Both errors are returned for every size, 0 pixels
+ *         included; nothing is written then.
  */
 typedef UtlStatus (*ConverterFunc)(void* dst, const void* src, uint32_t width, uint32_t height);
 
@@ -374,17 +375,17 @@ typedef UtlStatus (*ConverterNFunc)(void* dst, const void* src, uint32_t width, 
 
 /**
  * Fills the tables that the Mono-to-BGRA and the YUV converters read. Call it
- * once, before those; calling it again is harmless, also while other threads
- * convert.
+ * once, before these converters. A further call is harmless, even while other
+ * threads convert.
  *
  * @return UTL_STS_SUCCESS, always
  */
 VEXACAMUTL_API UtlStatus PrepareLUT(void);
 
 /**
- * Sets, for the whole process, the demosaicing of the four 8-bit Bayer formats
- * that the getters and ConvImage choose from now on. A converter already handed
- * out does not change.
+ * Sets the mode in which the getters and ConvImage demosaic the four 8-bit Bayer
+ * formats from now on, in the whole process. A converter that a getter returned
+ * earlier does not change.
  *
  * @param mode BAYER_CONV_MODE_ACPI; any other value means the default
  * @return UTL_STS_SUCCESS, always
@@ -414,7 +415,7 @@ VEXACAMUTL_API ConverterFunc GetBGRConverter(PixelFormat format, uint8_t bayer);
 /**
  * Chooses the converter and runs it.
  *
- * @param dst_format CONV_DST_BGR or CONV_DST_BGRA
+ * @param dst_format CONV_DST_BGR; any other value means CONV_DST_BGRA
  * @param format     see GetBGRAConverter
  * @param bayer      see GetBGRAConverter
  * @param dst        see ConverterFunc
@@ -513,9 +514,10 @@ VEXACAMUTL_API UtlStatus ConvBGRNToBGR(void* dst, const void* src, uint32_t widt
  *     G = Y - 0.344 (U - 128) - 0.714 (V - 128)
  *     B = Y + 1.772 (U - 128)                      rounded, limited to 0..255
  *
- * The share of U and V in G is rounded separately, in single precision. All
- * pixels of a group use its U and V unchanged. If width * height is not a
- * multiple of the group, the pixels left over stay unchanged in the destination.
+ * In G the sum of the two chroma terms is computed in single precision and rounded
+ * to a whole number before Y is added. All pixels of a group use its U and V
+ * unchanged. If width * height is not a multiple of the group, the pixels left over
+ * stay unchanged in the destination.
  * @{
  */
 
@@ -544,14 +546,16 @@ VEXACAMUTL_API UtlStatus ConvYUV444PToBGR(void* dst, const void* src, uint32_t w
  *        g  X  g                    h  G  h
  *        d  g  d                    .  v  .
  *
- * green from the four g, the opposite colour from the four d; the two colours at
- * a green site from the two h and from the two v. Neighbours outside the picture
- * are left out of the mean. If all are outside, which requires a picture of one
- * row or column, the pixel's own sample is used.
+ * At a red or blue site X, green is the mean of the four g and the opposite colour
+ * that of the four d. At a green site G, one colour is the mean of the two h and
+ * the other that of the two v. Neighbours outside the picture are left out of the
+ * mean. If all are outside (only in a picture of one row or column), the pixel's
+ * own sample is used.
  *
  * With 10 and 12 bits the mean is taken at full depth and shifted afterwards.
  *
- * White balance, black level, colour correction and gamma are the caller's task.
+ * White balance, black level, colour correction and gamma are the caller's task;
+ * VexaCamFrames.h has them.
  * @{
  */
 
@@ -689,11 +693,15 @@ VEXACAMUTL_API UtlStatus ConvByrBG8ToBGRACPI(void* dst, const void* src, uint32_
  * width exchanges GR with RG and GB with BG, an even height upside down exchanges
  * GR with BG and RG with GB. The caller must keep track of the phase.
  *
- * Largest frames: a copy up to 2^32 - 1 pixels; a mirror any size; upside down as
- * long as (height - 1) * row bytes is below 2^32, since the offset of the last
- * row is a product modulo 2^32 and larger frames are read from wrong addresses; a
- * half turn up to 2^31 pixels (YUV: 2^32 - 1), beyond which it writes nothing and
- * returns UTL_STS_SUCCESS.
+ * Largest frames:
+ *
+ * - copy: 2^32 - 1 pixels;
+ * - mirror: any size;
+ * - upside down: (height - 1) * row bytes below 2^32, and a row below 2^32 bytes.
+ *   The offset of the last row is a product modulo 2^32, so larger frames are read
+ *   from wrong addresses;
+ * - half turn: 2^31 pixels, YUV 2^32 - 1. For larger frames the function writes
+ *   nothing and returns UTL_STS_SUCCESS.
  *
  * @param dst         destination, as large as the frame
  * @param src         frame
@@ -703,8 +711,9 @@ VEXACAMUTL_API UtlStatus ConvByrBG8ToBGRACPI(void* dst, const void* src, uint32_
  * @param mirror      1: mirror left to right; any other value: do not
  * @param upside_down 1: turn upside down; any other value: do not
  * @return UTL_STS_SUCCESS; UTL_STS_INVALID_PARAMETER for a null dst or src;
- *         UTL_STS_UNSUPPORTED_FORMAT for any other format, also for RGB12 and
- *         YUV8_UYV. Nothing is written unless the status is UTL_STS_SUCCESS.
+ *         UTL_STS_UNSUPPORTED_FORMAT for a format that is not listed above, such
+ *         as RGB12 and YUV8_UYV. Nothing is written unless the status is
+ *         UTL_STS_SUCCESS.
  */
 VEXACAMUTL_API UtlStatus ReverseImg(void* dst, const void* src, PixelFormat format, uint32_t width, uint32_t height,
                                     uint8_t mirror, uint8_t upside_down);
@@ -749,7 +758,7 @@ VEXACAMUTL_API UtlStatus ReverseImg(void* dst, const void* src, PixelFormat form
  * @return UTL_STS_SUCCESS; UTL_STS_INVALID_PARAMETER for a null picture, and then
  *         no file is touched; UTL_STS_FILE_OPEN_ERROR if the file cannot be
  *         opened; UTL_STS_FILE_IO_ERROR for an exception during open, write or
- *         close, or if memory is short
+ *         close, or if memory runs out
  */
 VEXACAMUTL_API UtlStatus SaveBmpARGB(const void* picture, uint32_t width, uint32_t height, const char* path);
 /** Saves a picture of 3 bytes per pixel. @copydetails SaveBmpARGB */
@@ -813,11 +822,11 @@ VEXACAMUTL_API UtlStatus SaveRWH(const void* frame, PixelFormat format, uint32_t
  * that is not an RWH file yields arbitrary numbers, so check them before use.
  *
  * @param path     of the file
- * @param frame    null: read only the header. Otherwise *frame is the block that
- *                 receives row size * height bytes: a block of the caller's, or,
- *                 if *frame is null, a block of exactly that size that this
- *                 function gets from malloc and stores in *frame. The caller
- *                 frees it, also after an error.
+ * @param frame    null: read only the header. Otherwise *frame is the caller's
+ *                 block, which receives row size * height bytes. If *frame is
+ *                 null, the function allocates a block of that size with malloc
+ *                 and stores it in *frame; the caller frees it, also after an
+ *                 error.
  * @param format   receives the pixel format, unless null
  * @param width    receives the width in pixels, unless null
  * @param height   receives the height in rows, unless null
@@ -825,9 +834,9 @@ VEXACAMUTL_API UtlStatus SaveRWH(const void* frame, PixelFormat format, uint32_t
  * @return UTL_STS_SUCCESS. If the file ends early, missing header words are 0 and
  *         missing frame bytes stay unchanged in the block.
  *         UTL_STS_FILE_OPEN_ERROR if the file cannot be opened; then all outputs
- *         stay unchanged. UTL_STS_FILE_READ_ERROR for an exception while the data
- *         are read, or if malloc fails (*frame stays null); the numbers of the
- *         header are stored all the same.
+ *         stay unchanged. UTL_STS_FILE_READ_ERROR for an exception while the frame
+ *         is read, or if malloc fails (*frame stays null); the numbers of the
+ *         header are stored even then.
  */
 VEXACAMUTL_API UtlStatus LoadRWH(const char* path, uint8_t** frame, PixelFormat* format, uint32_t* width,
                                  uint32_t* height, uint32_t* row_size);
