@@ -9,8 +9,8 @@
  * libVexaCamUtl_64.so.1 converts rows without padding, one sample per byte or
  * 16-bit word. Cameras also send samples packed into bits, padded rows, data
  * after the picture, YUYV, limited-range YUV and raw levels. This library
- * describes such a buffer, checks its length, and converts it in one call, by
- * means of the public functions of libVexaCamUtl_64.so.1. C99 and C++.
+ * describes such a buffer, checks its length and converts it in one call, with
+ * the public functions of libVexaCamUtl_64.so.1. The header is valid C99 and C++.
  *
  *
  * ## A first program
@@ -39,8 +39,9 @@
  *         return status == VCF_OK;
  *     }
  *
- * Link with -lVexaCamFrames, or what pkg-config vexacamframes says, or the
- * CMake target VexaCamUtl::Frames. Keep the converter: it serves any number of frames.
+ * Link with -lVexaCamFrames, with the output of pkg-config --libs vexacamframes, or
+ * with the CMake target VexaCamUtl::Frames. Keep the converter: it serves any
+ * number of frames.
  *
  *
  * ## Buffers in
@@ -49,20 +50,21 @@
  *     |<- skipped ->|<- row 0 ... |padding>|<- row 1 ... |padding>| ... | rest
  *
  * With stride 0 rows follow each other without a gap. Packed samples then run
- * on from row to row without a gap as well: a row may begin inside a byte. The
- * CSI-2 layouts are the exception: their rows always begin with a whole group.
+ * on from row to row as well: a row may begin inside a byte. The CSI-2 layouts
+ * are the exception: their rows always begin with a whole group.
  *
- * Bytes after the last pixel (padding of the last row, chunk data) may follow
- * or be missing. A buffer that ends before its last pixel is refused,
- * and no byte past its length is read.
+ * Bytes after the last pixel (padding of the last row, chunk data) may be present
+ * or missing. A buffer that ends before its last pixel is refused, and no byte
+ * past its length is read.
  *
  *
  * ## Layouts
  *
- * Those of VexaCamUtl.h in their nominal size: UYVY 4 bytes per 2 pixels and
- * UYV 3 bytes per pixel, for every output. In addition, first byte to the
- * left, most significant bit of each byte to the left; A, B, C, D are samples,
- * capitals their high bits:
+ * All layouts of VexaCamUtl.h, for every output in their nominal size: UYVY takes
+ * 4 bytes for 2 pixels, UYV 3 bytes per pixel. In addition the layouts below,
+ * drawn with the first byte to the left and the most significant bit of each byte
+ * to the left. The letters a, b, c, d are bits of the first four samples; a
+ * capital letter is one of the high bits of its sample:
  *
  *     10p     least significant bit first: sample n begins at bit 10 n
  *             |aaaaaaaa|bbbbbbAA|ccccBBBB|ddCCCCCC|DDDDDDDD|
@@ -79,7 +81,7 @@
  *     14, 16  one little-endian 16-bit word per sample
  *     YUV422_8  | Y0 U Y1 V | ...     4 bytes per 2 pixels (YUYV, YUY2)
  *
- * Words whose value lies in the high bits have a `shift`: the sample is
+ * For words whose value lies in the high bits, set `shift`: the sample is
  * word >> shift.
  *
  *
@@ -92,21 +94,23 @@
  *     VCF_OUTPUT_GREY8   | Y |          1
  *     VCF_OUTPUT_GREY16  | Y lo, Y hi | 2
  *
- * Top row first, rows `dst_stride` bytes apart (0: no padding). Every byte of
- * every pixel is written and nothing else: padding between rows keeps its
- * bytes.
+ * The top row comes first; rows are `dst_stride` bytes apart (0: no padding). Every
+ * byte of every pixel is written, and nothing else: padding between rows keeps
+ * its bytes.
  *
- * BGRA and BGR hold the bytes that the converter of VexaCamUtl.h for the
- * format writes; RGB and RGBA the same with red and blue exchanged. One
- * exception: the byte that ConvByrBG8ToBGRAACPI leaves alone (red at the end
- * of row 1) is written, with the value of the BGR picture.
+ * BGRA and BGR hold the bytes that the format's converter of VexaCamUtl.h writes;
+ * RGB and RGBA hold the same with red and blue exchanged. One exception: the byte
+ * that ConvByrBG8ToBGRAACPI leaves unchanged (red at the end of row 1) is written,
+ * with the value of the BGR picture.
  *
  * Grey of Mono and Bayer is the sample itself, the mosaic as it is. GREY8 is
- * its 8 high bits, GREY16 the whole sample scaled so that the largest value
- * of its depth d becomes 65535, without loss: (s << (16 - d)) | (s >> (2d - 16)).
- * With levels, GREY8 is the 8-bit sample that they give, GREY16 257 times it.
+ * its 8 high bits. GREY16 is the whole sample, scaled without loss so that the
+ * largest value of its depth d becomes 65535: (s << (16 - d)) | (s >> (2d - 16)).
+ * With levels, GREY8 is the 8-bit sample that they give, and GREY16 is 257 times
+ * that sample.
+ *
  * Grey of packed colour is Y = (77 R + 150 G + 29 B + 128) >> 8 of the BGR
- * picture, grey of YUV its Y; as GREY16 257 Y.
+ * picture; grey of YUV is its Y. GREY8 is Y, and GREY16 is 257 Y.
  *
  * Limited-range YUV (layout.range) is brought to full range before it is
  * converted, each value rounded and saturated:
@@ -135,14 +139,14 @@
  *              v = floor(255 (12.92 t) + 1/2)                       t <= 0.0031308
  *              v = floor(255 (1.055 t^(1 / 2.4) - 0.055) + 1/2)     above
  *
- * The three formulas for v are meant in exact arithmetic; the library gives
- * their value for every x and every gamma, in every rounding mode. Depth
- * 12 without gain is thus scaled and rounded (4095 becomes 255), where a
- * conversion without levels shifts. Each channel of packed colour is treated
- * alike. YUV has no raw samples, so levels are refused for it.
+ * The three formulas for v hold in exact arithmetic; the library gives their
+ * value for every x and every gamma, in every rounding mode. With levels, a
+ * sample is thus scaled and rounded even if nothing else changes it (depth 12:
+ * 4095 becomes 255); without levels it is shifted. The three channels of packed
+ * colour are treated alike. YUV has no raw samples, so levels are refused for it.
  *
- * VcfSettings::matrix, if used, is applied to the finished picture, to values
- * that carry the tone (the usual place for saturation and hue):
+ * VcfSettings::matrix, if used, is applied to the finished picture, after the tone
+ * (the usual place for saturation and hue):
  *
  *     R' = clamp((m[0] R + m[1] G + m[2] B + 2048) >> 12, 0, 255)      4096 is 1.0
  *     G' = ... m[3..5],  B' = ... m[6..8]
@@ -150,22 +154,21 @@
  *
  * ## Rules that hold for every function
  *
- * Statuses. What can fail returns a VcfStatus; 0 is success. Functions that
- * take `text` write a sentence for people there (always ended by a 0 byte,
- * cut to `text_bytes`; an empty one on success); null and 0 are allowed.
- * Nothing is written to a destination unless the status is VCF_OK. The caller
- * must provide a destination that is large enough; the library cannot check it.
+ * Statuses. A function that can fail returns a VcfStatus; 0 is success. Functions
+ * that take `text` write a message for people there, an empty one on success. It
+ * ends with a 0 byte and is cut to `text_bytes`; null and 0 are allowed. Nothing
+ * is written to a destination unless the status is VCF_OK. The caller must
+ * provide a destination that is large enough; the library cannot check it.
  *
- * Structures are filled by their Init function first, then by field. Reserved
- * fields stay 0; another value is refused, so that later versions can use them.
+ * Structures. Fill them with their Init function first, then set fields. Leave
+ * reserved fields 0; another value is refused, so that later versions can use them.
  *
- * Threads. A converter serves one thread at a time. Different converters do
- * not share anything that changes; neither SetBayerConvMode nor another
- * converter has an influence on the bytes. All other functions may be called
- * at any time from any thread.
+ * Threads. A converter serves one thread at a time. Converters share nothing that
+ * changes: neither another converter nor SetBayerConvMode affects the bytes. All
+ * other functions may be called at any time from any thread.
  *
  * Memory. VcfCreateConverter allocates; no other function does. A converter
- * takes about 0.5 to 2 MiB, which does not depend on the height.
+ * takes about 0.5 to 2 MiB, independent of the height.
  *
  * Exceptions never leave the library.
  */
@@ -177,7 +180,7 @@
 
 #include <VexaCamUtl.h>
 
-/** Version of this header; VcfVersion says that of the shared object. */
+/** Version of this header; VcfVersion returns that of the shared object. */
 #define VEXACAMFRAMES_VERSION_MAJOR 0
 #define VEXACAMFRAMES_VERSION_MINOR 1 /**< grows with backward-compatible additions */
 #define VEXACAMFRAMES_VERSION_PATCH 0 /**< grows with corrections */
@@ -206,7 +209,7 @@ typedef uint32_t VcfStatus;
 #define VCF_BAD_REGION 6u       /**< a region or band outside the frame, or at offsets that change the phase */
 #define VCF_UNSUPPORTED 7u      /**< valid, but not for this format or output */
 #define VCF_NO_MEMORY 8u        /**< a converter could not be allocated */
-#define VCF_NO_ESTIMATE 9u      /**< nothing but clipped or black samples */
+#define VCF_NO_ESTIMATE 9u      /**< all samples are clipped or black */
 
 /** Room that holds every text of this library. */
 #define VCF_TEXT_BYTES 256
@@ -218,10 +221,10 @@ VEXACAMUTL_API const char* VcfStatusText(VcfStatus status);
 
 /**
  * @defgroup vcf_formats Formats and names
- * Codes are those of the GenICam Pixel Format Naming Convention (PFNC), those
- * of VexaCamUtl.h and the following. The CSI-2 layouts, which PFNC does not
- * have, use its custom range (bit 31): 0x81, bits per pixel, CSI-2 data type,
- * phase.
+ * The formats are those of VexaCamUtl.h and the following. Codes are those of the
+ * GenICam Pixel Format Naming Convention (PFNC). PFNC does not have the CSI-2
+ * layouts, so their codes lie in its custom range (bit 31): 0x81, bits per pixel,
+ * CSI-2 data type, phase.
  * @{
  */
 
@@ -314,8 +317,8 @@ VEXACAMUTL_API const VcfFormat* VcfFormatAt(uint32_t index);
 VEXACAMUTL_API const VcfFormat* VcfFindFormat(PixelFormat format);
 
 /**
- * The format with that name, alias or hexadecimal code ("0x01080009"). Case
- * and everything but letters and digits do not matter: "bayer_rg8" is BayerRG8.
+ * The format with that name, alias or hexadecimal code ("0x01080009"). Only
+ * letters and digits are compared, without regard to case: "bayer_rg8" is BayerRG8.
  *
  * @return the code; 0 for an unknown or null name
  */
@@ -323,10 +326,10 @@ VEXACAMUTL_API PixelFormat VcfFormatNamed(const char* name);
 
 /**
  * Up to three names nearest to a misspelt one, for example "BayerRG8 or RGB8"
- * for "rg8": names that contain it (three letters or more) first, then those
- * with a spelling that the fewest letters separate from it. Names that differ
- * in more than half of its letters (at most four) are left out; the text is
- * empty if no name is near.
+ * for "rg8". Names that contain it (if it has three letters or more) come first,
+ * then those that differ from it in the fewest letters. Names that differ in more
+ * than half of its letters, or in more than four, are left out; the text is empty
+ * if no name is near.
  *
  * @return VCF_OK; VCF_INVALID_ARGUMENT for a null name or no room
  */
@@ -350,56 +353,56 @@ typedef struct VcfLayout {
     uint32_t range;       /**< VCF_RANGE_...; formats other than YUV: full */
     uint64_t stride;      /**< bytes from the start of a row to the next one; 0: rows follow without padding */
     uint64_t offset;      /**< bytes before the first row */
-    uint64_t skip;        /**< pixels before the first one that counts, after `offset`: in a region */
-    uint32_t row_width;   /**< stride 0: pixels from row to row in the buffer; 0: `width` */
+    uint64_t skip;        /**< pixels from `offset` to the first pixel of the frame; VcfCutRegion sets it */
+    uint32_t row_width;   /**< with stride 0: pixels from one row to the next in the buffer; 0: `width` */
     uint32_t shift;       /**< 16-bit words: the sample is word >> shift; depth + shift <= 16 */
     uint32_t reserved[4]; /**< 0 */
 } VcfLayout;
 
-/** Sets all fields: that format and size, everything else 0. No-op for null. */
+/** Sets format and size, and all other fields to 0. No-op for null. */
 VEXACAMUTL_API void VcfInitLayout(VcfLayout* layout, PixelFormat format, uint32_t width, uint32_t height);
 
 /**
- * Whether a layout makes sense: a known format, 1 to 2^30 pixels, a stride of
- * 0 or at least a row and at most 2^30, whole groups of pixels that share
- * chroma (per row, or per frame without a stride).
+ * Whether a layout is valid: a known format, 1 to 2^30 pixels, a stride of 0 or
+ * from the bytes of a row to 2^30, whole groups of pixels that share chroma (per
+ * row, or per frame without a stride).
  */
 VEXACAMUTL_API VcfStatus VcfCheckLayout(const VcfLayout* layout, char* text, size_t text_bytes);
 
 /**
  * Bytes from the start of the buffer to the end of the last pixel: the
- * shortest buffer that VcfCheckBuffer takes; 0 for a layout that makes no sense.
+ * shortest buffer that VcfCheckBuffer accepts; 0 for an invalid layout.
  */
 VEXACAMUTL_API uint64_t VcfBytesNeeded(const VcfLayout* layout);
 
-/** Bytes from frame to frame in a file of such frames: without `offset`, with the last row's padding; 0 as above. */
+/** Bytes from frame to frame in a file of such frames, without `offset`, with the last row's padding; 0 if invalid. */
 VEXACAMUTL_API uint64_t VcfFrameBytes(const VcfLayout* layout);
 
-/** Bytes that the pixels of one row take, a started byte counting; 0 as above. */
+/** Bytes that the pixels of one row take, rounded up to whole bytes; 0 for an invalid layout. */
 VEXACAMUTL_API uint64_t VcfRowBytes(const VcfLayout* layout);
 
 /**
  * Whether a buffer of `length` bytes holds a frame.
  *
- * @return VCF_OK; VCF_TOO_SHORT, and the text says by how much; what
- *         VcfCheckLayout returns for a layout that makes no sense
+ * @return VCF_OK; VCF_TOO_SHORT, and the text says by how much; for an invalid
+ *         layout what VcfCheckLayout returns
  */
 VEXACAMUTL_API VcfStatus VcfCheckBuffer(const VcfLayout* layout, uint64_t length, char* text, size_t text_bytes);
 
 /**
  * Cuts a region: the layout of a part of the same buffer, in the same format.
- * `x` and `y` of Bayer formats must be even, `x` of YUV formats a multiple of
- * the pixels that share chroma.
+ * `x` and `y` of Bayer formats must be even; `x` and `width` of YUV formats must be
+ * multiples of the pixels that share chroma.
  *
  * @param region receives the result; may be `layout` itself
  */
 VEXACAMUTL_API VcfStatus VcfCutRegion(const VcfLayout* layout, uint32_t x, uint32_t y, uint32_t width, uint32_t height,
                                       VcfLayout* region, char* text, size_t text_bytes);
 
-/** The format of a mosaic from pixel (x, y) on: the phase changes with odd offsets. Other codes come back as given. */
+/** The format of a mosaic that is cut at pixel (x, y): odd offsets change the phase. Other codes stay unchanged. */
 VEXACAMUTL_API PixelFormat VcfFormatAfterRegion(PixelFormat format, uint32_t x, uint32_t y);
 
-/** The format of a mosaic of that size after mirroring left to right, turning upside down, or both (not 0). */
+/** The format of a mosaic of that size after a mirror left to right (not 0), upside down (not 0), or both. */
 VEXACAMUTL_API PixelFormat VcfFormatAfterReversal(PixelFormat format, uint32_t width, uint32_t height, uint8_t mirror,
                                                   uint8_t upside_down);
 
@@ -411,10 +414,10 @@ VEXACAMUTL_API PixelFormat VcfFormatAfterReversal(PixelFormat format, uint32_t w
  */
 
 /**
- * Writes the samples of a frame, without conversion: one little-endian 16-bit
- * word (sample_bytes 2, value in the low bits) or one byte (sample_bytes 1,
- * the 8 high bits of the sample) each. Packed colour has three samples per
- * pixel. YUV is copied as bytes, groups as they are (sample_bytes 1 only).
+ * Writes the samples of a frame, without conversion. A sample becomes one
+ * little-endian 16-bit word (sample_bytes 2, value in the low bits) or one byte
+ * (sample_bytes 1, the 8 high bits of the sample). Packed colour has three samples
+ * per pixel. YUV groups are copied unchanged (sample_bytes 1 only).
  *
  * @param layout       of the buffer
  * @param buffer       its first byte
@@ -428,8 +431,8 @@ VEXACAMUTL_API VcfStatus VcfUnpack(const VcfLayout* layout, const void* buffer, 
 
 /**
  * The inverse for Mono, Bayer and packed colour: 16-bit words to a buffer of
- * that layout. A sample keeps the bits of its depth. Bits of the buffer that
- * belong to no pixel of the frame keep their value.
+ * that layout. Bits of a word above the depth are dropped. Bits of the buffer
+ * that belong to no pixel of the frame keep their value.
  *
  * @param layout     of the buffer
  * @param samples    words, value in the low bits
@@ -469,12 +472,12 @@ VEXACAMUTL_API VcfStatus VcfPack(const VcfLayout* layout, const void* samples, s
 /** How to convert. Fill it with VcfInitSettings, then change fields. */
 typedef struct VcfSettings {
     uint32_t demosaic;    /**< VCF_DEMOSAIC_... for Bayer formats; others ignore it */
-    uint32_t levels;      /**< not 0: the fields up to `gamma` apply; 0: they are not looked at */
+    uint32_t levels;      /**< not 0: the fields up to `gamma` apply; 0: they are ignored */
     uint32_t black_level; /**< in units of a sample, below its largest value */
     uint32_t gain[3];     /**< red, green, blue; VCF_ONE is 1.0; at most 16.0 each */
     uint32_t exposure;    /**< VCF_ONE is 1.0; at most 16.0 */
     uint32_t tone;        /**< VCF_TONE_... */
-    uint32_t gamma;       /**< in hundredths, 10 to 1000; 220 is 2.2. Of VCF_TONE_GAMMA */
+    uint32_t gamma;       /**< for VCF_TONE_GAMMA: hundredths, 10 to 1000; 220 is 2.2 */
     uint32_t use_matrix;  /**< not 0: the matrix applies, to outputs with colour */
     int32_t matrix[9];    /**< rows R', G', B'; VCF_MATRIX_ONE is 1.0; at least -8.0, below 8.0 */
     uint32_t reserved[5]; /**< 0 */
@@ -483,14 +486,14 @@ typedef struct VcfSettings {
 /** Sets all fields: bilinear, levels and matrix off, all gains and the matrix 1.0, gamma 2.2. No-op for null. */
 VEXACAMUTL_API void VcfInitSettings(VcfSettings* settings);
 
-/** A layout, an output and settings with all the memory that converting takes. */
+/** A layout, an output and settings, with all the memory that a conversion needs. */
 typedef struct VcfConverter VcfConverter;
 
 /**
  * Makes a converter.
  *
  * @param converter receives it; null on failure
- * @param layout    of all the buffers to come; it is copied
+ * @param layout    of all buffers that follow; it is copied
  * @param output    VCF_OUTPUT_...
  * @param settings  copied; null: as VcfInitSettings makes them
  * @return VCF_OK; VCF_NO_MEMORY; what VcfCheckLayout returns; VCF_UNSUPPORTED
@@ -501,10 +504,10 @@ typedef struct VcfConverter VcfConverter;
 VEXACAMUTL_API VcfStatus VcfCreateConverter(VcfConverter** converter, const VcfLayout* layout, uint32_t output,
                                             const VcfSettings* settings, char* text, size_t text_bytes);
 
-/** Gives the memory back. No-op for null. */
+/** Frees a converter. No-op for null. */
 VEXACAMUTL_API void VcfDestroyConverter(VcfConverter* converter);
 
-/** Other settings for the frames to come, without an allocation. On failure the old ones stay. */
+/** Changes the settings for the frames that follow, without an allocation. On failure the old ones stay. */
 VEXACAMUTL_API VcfStatus VcfChangeSettings(VcfConverter* converter, const VcfSettings* settings, char* text,
                                            size_t text_bytes);
 
@@ -514,7 +517,7 @@ VEXACAMUTL_API size_t VcfPictureRowBytes(const VcfConverter* converter);
 /**
  * Converts a frame.
  *
- * @param converter  of the layout
+ * @param converter  made for the layout of the buffer
  * @param buffer     first byte of the buffer; only read, not overlapping dst
  * @param length     its bytes; more than needed is allowed
  * @param dst        first byte of the picture
@@ -525,14 +528,13 @@ VEXACAMUTL_API VcfStatus VcfConvert(VcfConverter* converter, const void* buffer,
                                     size_t dst_stride, char* text, size_t text_bytes);
 
 /**
- * Converts some rows of a frame, with the same bytes as VcfConvert: several
- * threads, each with a converter of its own, can share a frame in bands. Bands
- * of 64 rows and more are the fastest.
+ * Converts some rows of a frame, with the same bytes as VcfConvert. Several
+ * threads, each with a converter of its own, can thus share a frame in bands.
+ * Bands of 64 rows and more are fastest.
  *
  * @param first_row any row
  * @param row_count any number up to the height; only these rows are written
- * @param dst       first byte of the picture, that is of row 0, also when
- *                  first_row is another one
+ * @param dst       first byte of the picture's row 0, for every first_row
  */
 VEXACAMUTL_API VcfStatus VcfConvertRows(VcfConverter* converter, const void* buffer, size_t length, void* dst,
                                         size_t dst_stride, uint32_t first_row, uint32_t row_count, char* text,
@@ -551,16 +553,17 @@ typedef struct VcfBalance {
     uint32_t reserved0; /**< 0 */
     uint64_t used;      /**< cells that count */
     uint64_t clipped;   /**< cells left out because a sample is clipped */
-    uint64_t sum[3];    /**< sums over the cells that count, black level taken off; green of Bayer: of both sites */
+    uint64_t sum[3];    /**< sums over the cells that count, black level subtracted; green of Bayer: of both sites */
 } VcfBalance;
 
 /**
  * Grey world: the gains that make the mean of a frame grey.
  *
- * A cell is 2 x 2 samples of a mosaic (from even rows and columns), or a pixel
- * of packed colour. Cells in which a sample is clipped, that is at least
- * W - (W >> 6) with W = 2^depth - 1, are left out. With the sums of
- * max(0, sample - black_level), green of Bayer halved (rounded down):
+ * A cell is 2 x 2 samples of a mosaic (starting at even rows and columns) or one
+ * pixel of packed colour. Cells with a clipped sample, one of at least
+ * W - (W >> 6) with W = 2^depth - 1, are left out. sum[c] is the sum of
+ * max(0, sample - black_level) over the cells, halved (rounded down) for the
+ * green of Bayer:
  *
  *     gain[c] = min(16 * 65536, (largest * 65536 + sum[c] / 2) / sum[c])
  *
