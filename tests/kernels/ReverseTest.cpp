@@ -116,8 +116,8 @@ TEST_P(Reversal, FramesThatCachesDoNotHold) {
     };
     uint8_t* const dst = destination.data() + kMargin;
     for (const uint32_t width : {127u, 128u, 129u, 1023u, 1024u, 1025u, 4099u}) {
-        const uint32_t rows = (2u << 20) / width;
-        for (const uint32_t height : {rows - 1, rows, rows + 1, rows + 2}) {
+        const uint32_t rows = (1u << 20) / width;  // of a mebibyte
+        for (const uint32_t height : {rows - 1, rows, rows + 1, 2 * rows, 2 * rows + 1, 2 * rows + 2}) {
             const size_t bytes = size_t{width} * height;
             std::fill(destination.begin(), destination.end(), 0x55);
             ASSERT_EQ(ReverseImg(dst, source.data(), PIXEL_FORMAT_MONO8, width, height, 0, 0), UTL_STS_SUCCESS);
