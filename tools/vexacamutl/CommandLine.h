@@ -6,8 +6,8 @@
 
 namespace VexaTool {
 
-/// Calls `prepare`, which must lead to PrepareLUT, and runs one verb. Every failure of either becomes one line on standard
-/// error and an exit code; nothing is thrown.
+/// Calls `prepare`, which must lead to PrepareLUT, and runs one verb. Every failure of either becomes one line on
+/// standard error and an exit code; nothing is thrown.
 int RunCommandLine(int argc, char** argv, void (*prepare)());
 
 }  // namespace VexaTool
