@@ -52,6 +52,16 @@ def test_empty_file(page, tool):
     assert (page.state, page.message) == ("error", "a.raw is empty: it has 0 bytes.")
 
 
+def test_file_that_vanishes(page, tool):
+    raw = tool.synth("a.raw", "Mono8", SIZE, "--frames", "2", "--sidecar")
+    page.give(raw, raw.with_suffix(".txt"))
+    raw.unlink()
+    page.set(frame=1)
+    assert page.state == "error" and page.message != ""
+    page.drop([("b.raw", bytes(range(256)) * 12)])
+    assert page.text("file-facts").startswith("b.raw")
+
+
 def test_tiny_file(page, tool):
     give(page, tool, "a.raw", b"abc")
     assert page.message == "a.raw: 3 bytes are too few to guess from. Type the layout."

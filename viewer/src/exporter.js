@@ -50,8 +50,9 @@ export class Exporter {
     png() {
         return this.saveAs('png', async () => {
             const own = { format: this.viewer.settings.format, mode: this.viewer.settings.mode };
-            const picture = this.viewer.engine.convert(this.viewer.bytes, conversionOf(this.viewer.settings, this.viewer.format, own));
-            const grey = this.viewer.format.kind === 'mono' || (this.viewer.format.kind === 'bayer' && own.mode === 'grey');
+            const { engine, bytes, settings, format } = this.viewer;
+            const picture = engine.convert(bytes, conversionOf(settings, format, own));
+            const grey = format.kind === 'mono' || (format.kind === 'bayer' && own.mode === 'grey');
             return pngOf(picture, grey);
         });
     }
@@ -61,7 +62,8 @@ export class Exporter {
             if (this.viewer.settings.shift > 0) {
                 throw new Error('a sidecar cannot say that samples lie in the high bits; export RWH instead');
             }
-            const text = sidecarText(this.viewer.source, this.viewer.settings, this.viewer.format, this.viewer.sizes.frameBytes);
+            const { source, settings, format, sizes } = this.viewer;
+            const text = sidecarText(source, settings, format, sizes.frameBytes);
             return new Blob([text], { type: 'text/plain' });
         });
     }
@@ -69,7 +71,8 @@ export class Exporter {
     rwh() {
         return this.saveAs('rwh', async () => {
             const { width, height } = this.viewer.settings;
-            const words = this.viewer.engine.samples(this.viewer.bytes, layoutOf(this.viewer.settings, this.viewer.format));
+            const { engine, bytes, settings, format } = this.viewer;
+            const words = engine.samples(bytes, layoutOf(settings, format));
             const unpacked = this.viewer.formats.get(this.viewer.format.unpacked);
             const rowBytes = (width * unpacked.bitsPerPixel) / 8;
             const rows = unpacked.depth > 8 ? words.slice() : Uint8Array.from(words);

@@ -12,7 +12,8 @@ export function quoted(text) {
 
 /** A string of Python. */
 function pythonString(text) {
-    return JSON.stringify(text).replace(/[\u007f-\uffff]/g, (c) => `\\u${c.charCodeAt(0).toString(16).padStart(4, '0')}`);
+    const escape = (letter) => `\\u${letter.charCodeAt(0).toString(16).padStart(4, '0')}`;
+    return JSON.stringify(text).replace(/[\u007f-\uffff]/g, escape);
 }
 
 export function stemOf(name) {
@@ -65,7 +66,9 @@ function layoutOptions(source, settings) {
     return options;
 }
 
-/** The command of the tool that writes the picture shown. It takes whole frames: `lacking` bytes of padding are added. */
+/**
+ * The command of the tool that writes the picture shown. It takes whole frames: `lacking` bytes of padding are added.
+ */
 export function shellCommand(source, settings, format, { frameBytes }) {
     const lacking = Math.max(0, settings.offset + source.frames * frameBytes - source.bytes);
     const options = layoutOptions(source, settings);

@@ -85,7 +85,13 @@ export class Guesses {
                 const thumbnail = await this.viewer.during(() =>
                     this.viewer.helper.ask(
                         'thumbnail',
-                        { file: source.file, start: guess.offset, length: bytesNeeded, conversion, side: THUMBNAIL_SIDE },
+                        {
+                            file: source.file,
+                            start: guess.offset,
+                            length: bytesNeeded,
+                            conversion,
+                            side: THUMBNAIL_SIDE,
+                        },
                         `thumbnail ${i}`,
                     ),
                 );

@@ -60,7 +60,8 @@ export class Intake {
         } else if (texts.length > 0) {
             await this.applySidecar(texts[0].file);
         } else {
-            this.viewer.panels.message(isFolder ? 'There is no file in this folder.' : 'There was no file in what was dropped.');
+            const what = isFolder ? 'There is no file in this folder.' : 'There was no file in what was dropped.';
+            this.viewer.panels.message(what);
         }
     }
 
@@ -75,8 +76,8 @@ export class Intake {
             return;
         }
         this.viewer.panels.message(
-            `${count(this.wanted.length, 'name')} pasted. A page cannot open files by their names: choose or drop the ` +
-                'folder that holds them, and these files are picked out of it.',
+            `${count(this.wanted.length, 'name')} pasted. A page cannot open files by their names: choose or drop ` +
+                'the folder that holds them, and these files are picked out of it.',
             'info',
         );
     }
@@ -123,16 +124,24 @@ export class Intake {
                 viewer.fail(`${viewer.source.name} is empty: it has 0 bytes.`);
                 return;
             }
-            const layout = await this.knownLayout(entry, before);
-            if (layout) {
-                const start = viewer.addressed ? {} : { frame: 0, ...viewer.viewFor(layout) };
-                viewer.addressed = false;
-                viewer.set({ ...layout, ...start });
-                viewer.require(3);
-            } else {
-                await viewer.guesses.rank(true);
+            try {
+                await this.takeLayout(await this.knownLayout(entry, before));
+            } catch (error) {
+                viewer.fail(`${entry.file.name}: ${error.message}`);
             }
         });
+    }
+
+    async takeLayout(layout) {
+        const { viewer } = this;
+        if (!layout) {
+            await viewer.guesses.rank(true);
+            return;
+        }
+        const start = viewer.addressed ? {} : { frame: 0, ...viewer.viewFor(layout) };
+        viewer.addressed = false;
+        viewer.set({ ...layout, ...start });
+        viewer.require(3);
     }
 
     /** The layout from the file itself, its sidecar, the address, or a file of the same length before; else null. */

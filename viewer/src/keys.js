@@ -13,7 +13,9 @@ export function keysOf(viewer) {
     const { settings } = viewer;
     const set = (changes) => viewer.set(changes);
     const focus = (id) => document.getElementById(id).focus();
-    const step = (field, by) => () => set({ [field]: Math.max(['width', 'height'].includes(field) ? 1 : 0, settings[field] + by) });
+    const least = (field) => (field === 'width' || field === 'height' ? 1 : 0);
+    const step = (field, by) => () => set({ [field]: Math.max(least(field), settings[field] + by) });
+    const toggle = (view) => () => set({ view: settings.view === view ? 'single' : view });
     return [
         ['Files', [
             ['o', 'open files', () => viewer.intake.chooseFiles()],
@@ -48,8 +50,8 @@ export function keysOf(viewer) {
         ]],
         ['View', [
             ['v', 'next view', () => set({ view: after(VIEWS, settings.view) })],
-            ['p', 'four phases or one', () => set({ view: settings.view === 'phases' ? 'single' : 'phases' })],
-            ['b', 'bilinear beside adaptive, or one', () => set({ view: settings.view === 'modes' ? 'single' : 'modes' })],
+            ['p', 'four phases or one', toggle('phases')],
+            ['b', 'bilinear beside adaptive, or one', toggle('modes')],
             ['m', 'next demosaic mode', () => set({ mode: after(MODES, settings.mode) })],
             ['+ =', 'zoom in', () => viewer.zoomStep(true)],
             ['- _', 'zoom out', () => viewer.zoomStep(false)],

@@ -4,7 +4,7 @@
 // Where a pixel's samples are: in the bytes of a frame and in the array of samples.
 //
 //     frame bytes      | group | group | ... | padding |     a group is the smallest run of whole bytes
-//     samples          s s s s   s s s s                     one word each, rows without padding; YUV: bytes as they are
+//     samples          s s s s   s s s s                     a word each, no padding; YUV: its bytes
 
 /** Of each packing, the bytes of a group that hold sample m. */
 const BYTES_OF_SAMPLE = {

@@ -53,7 +53,8 @@ export class Panels {
         for (const name of NUMBERS) {
             $(name).addEventListener('input', (event) => {
                 const value = event.target.value.trim() === '' ? 0 : Number(event.target.value);
-                const good = Number.isSafeInteger(value) && value >= Number(event.target.min) && event.target.validity.valid;
+                const { min, validity } = event.target;
+                const good = Number.isSafeInteger(value) && value >= Number(min) && validity.valid;
                 event.target.setAttribute('aria-invalid', String(!good));
                 if (good) {
                     viewer.set({ [name]: value });
@@ -132,7 +133,9 @@ export class Panels {
                 viewer.set({ fps: Number(event.target.value) });
             }
         });
-        $('file').addEventListener('change', (event) => viewer.intake.show(viewer.intake.entries[event.target.selectedIndex]));
+        $('file').addEventListener('change', (event) => {
+            viewer.intake.show(viewer.intake.entries[event.target.selectedIndex]);
+        });
         for (const name of ['view', 'mode', 'scale']) {
             for (const button of document.querySelectorAll(`[data-${name}]`)) {
                 button.addEventListener('click', () => viewer.set({ [name]: button.dataset[name] }));
@@ -150,7 +153,8 @@ export class Panels {
         const { settings, source, format } = this.viewer;
         const put = (input, value) => {
             if (document.activeElement !== input || input.getAttribute('aria-invalid') !== 'true') {
-                if (input.value !== value && !(document.activeElement === input && Number(input.value) === Number(value))) {
+                const typed = document.activeElement === input && Number(input.value) === Number(value);
+                if (input.value !== value && !typed) {
                     input.value = value;
                     input.removeAttribute('aria-invalid');
                 }
@@ -321,7 +325,8 @@ export class Panels {
         } else if (format.kind === 'yuv') {
             this.say('levels-note', 'YUV is finished colour: it has no raw levels.', 'note');
         } else if (settings.tone === 'none' && effective(settings, format).tone === 'linear') {
-            this.say('levels-note', `Adaptive demosaicing of ${format.depth} bits takes levels, so the tone is linear.`, 'note');
+            const text = `Adaptive demosaicing of ${format.depth} bits takes levels, so the tone is linear.`;
+            this.say('levels-note', text, 'note');
         } else {
             this.say('levels-note', '', 'note');
         }
@@ -330,7 +335,8 @@ export class Panels {
     showCommands() {
         const commands = this.viewer.exporter.commands();
         const words = (commands?.shell ?? '\u2013').split(/(?<= )/);
-        const option = (word) => (word.startsWith('--') ? element('span', { textContent: word, className: 'word' }) : word);
+        const unbroken = (word) => element('span', { textContent: word, className: 'word' });
+        const option = (word) => (word.startsWith('--') ? unbroken(word) : word);
         $('shell').replaceChildren(...words.map(option));
         $('python').textContent = commands?.python ?? '\u2013';
     }
@@ -372,7 +378,8 @@ export class Panels {
                 );
                 button.addEventListener('click', () => viewer.guesses.use(i));
                 const evidence = element('details', {}, element('summary', { textContent: 'Evidence' }));
-                evidence.append(element('ul', {}, ...guess.evidence.map((text) => element('li', { textContent: text }))));
+                const lines = guess.evidence.map((text) => element('li', { textContent: text }));
+                evidence.append(element('ul', {}, ...lines));
                 return element('li', {}, button, evidence);
             }),
         );
@@ -397,8 +404,9 @@ export class Panels {
     showThumbnail(i, thumbnail) {
         const host = $(`thumb-${i}`);
         if (host && thumbnail) {
-            const canvas = element('canvas', { width: thumbnail.width, height: thumbnail.height });
-            canvas.getContext('2d').putImageData(new ImageData(thumbnail.rgba, thumbnail.width, thumbnail.height), 0, 0);
+            const { rgba, width, height } = thumbnail;
+            const canvas = element('canvas', { width, height });
+            canvas.getContext('2d').putImageData(new ImageData(rgba, width, height), 0, 0);
             host.replaceChildren(canvas);
         }
     }
@@ -412,7 +420,8 @@ export class Panels {
         $('picture').setAttribute('aria-label', `${text}, frame ${settings.frame} of ${source.frames}`);
         $('status').textContent = text;
         $('timing').textContent =
-            `convert ${times.convert.toFixed(1)} ms, upload ${times.upload.toFixed(1)}, shown after ${times.picture.toFixed(0)}`;
+            `convert ${times.convert.toFixed(1)} ms, upload ${times.upload.toFixed(1)}, ` +
+            `shown after ${times.picture.toFixed(0)}`;
         this.reading.show();
     }
 
@@ -433,7 +442,8 @@ export class Panels {
             }),
         );
         const percent = stage.zoom * 100;
-        $('zoom').textContent = stage.panes.length === 0 ? '\u2013' : `${percent >= 10 ? Math.round(percent) : percent.toFixed(1)} %`;
+        const shown = percent >= 10 ? Math.round(percent) : percent.toFixed(1);
+        $('zoom').textContent = stage.panes.length === 0 ? '\u2013' : `${shown} %`;
         this.showOverlay();
     }
 

@@ -3,7 +3,11 @@
 //
 // Mouse, touch and pen on the stage: reading, moving, zooming, picking grey; and drops on the whole page.
 
+import { MOST_ZOOM } from './stage.js';
+
 const CLICK_DISTANCE = 4; // page pixels
+const LEAST_ZOOM = 1 / 16;
+const PIXEL_ZOOM = 48; // each pixel with its samples
 
 export function listenToPointer(viewer) {
     const host = document.getElementById('stage');
@@ -11,6 +15,7 @@ export function listenToPointer(viewer) {
     const down = new Map(); // pointers that press: {x, y, startX, startY}
     let pinch = 0;
 
+    const farFromStart = ({ x, y, startX, startY }) => Math.hypot(x - startX, y - startY) >= CLICK_DISTANCE;
     const distance = () => {
         const [a, b] = [...down.values()];
         return Math.hypot(a.x - b.x, a.y - b.y);
@@ -34,9 +39,10 @@ export function listenToPointer(viewer) {
         }
         if (down.size === 2 && pinch > 0) {
             const now = distance();
-            viewer.zoomTo(Math.min(256, Math.max(1 / 16, (viewer.stage.zoom * now) / pinch)), event.clientX, event.clientY);
+            const zoom = Math.min(MOST_ZOOM, Math.max(LEAST_ZOOM, (viewer.stage.zoom * now) / pinch));
+            viewer.zoomTo(zoom, event.clientX, event.clientY);
             pinch = now;
-        } else if (Math.hypot(pointer.x - pointer.startX, pointer.y - pointer.startY) >= CLICK_DISTANCE || pointer.moved) {
+        } else if (pointer.moved || farFromStart(pointer)) {
             pointer.moved = true;
             host.classList.add('moving');
             viewer.set(viewer.stage.moved(dx * viewer.stage.ratio, dy * viewer.stage.ratio));
@@ -63,7 +69,9 @@ export function listenToPointer(viewer) {
             viewer.look(null);
         }
     });
-    canvas.addEventListener('dblclick', (event) => viewer.zoomTo(viewer.stage.zoom < 32 ? 48 : 1, event.clientX, event.clientY));
+    canvas.addEventListener('dblclick', (event) => {
+        viewer.zoomTo(viewer.stage.zoom < PIXEL_ZOOM ? PIXEL_ZOOM : 1, event.clientX, event.clientY);
+    });
     canvas.addEventListener('keydown', (event) => {
         if (event.key === 'Enter' && viewer.whiteBalance.picking && viewer.cursor) {
             viewer.whiteBalance.at(viewer.cursor);

@@ -38,7 +38,9 @@ export class Reading {
         this.showBytes(cursor);
         if (spoken) {
             const values = samples.map(({ site, value }) => `${site} ${value}`).join(', ');
-            $('reading').textContent = `${cursor.x}, ${cursor.y}: ${values}; red ${colour[0]}, green ${colour[1]}, blue ${colour[2]}`;
+            const [red, green, blue] = colour;
+            const said = `${values}; red ${red}, green ${green}, blue ${blue}`;
+            $('reading').textContent = `${cursor.x}, ${cursor.y}: ${said}`;
         }
     }
 
@@ -60,7 +62,8 @@ export class Reading {
             const gap = (at - first) % 8 === 7 ? '  ' : ' ';
             parts.push(own.includes(at) ? element('b', { textContent: text }) : text, gap);
         }
-        const letters = [...bytes.subarray(first, end)].map((byte) => (byte > 32 && byte < 127 ? String.fromCharCode(byte) : '.'));
+        const letterOf = (byte) => (byte > 32 && byte < 127 ? String.fromCharCode(byte) : '.');
+        const letters = [...bytes.subarray(first, end)].map(letterOf);
         parts.push(` ${letters.join('')}`);
         $('hex').replaceChildren(...parts);
     }

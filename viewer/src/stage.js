@@ -13,7 +13,8 @@ import { GlPainter } from './painter-gl.js';
 
 const GAP = 2;
 export const MOST_ZOOM = 256;
-const STEPS = [1 / 16, 1 / 12, 1 / 8, 1 / 6, 1 / 4, 1 / 3, 1 / 2, 2 / 3, 1, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64, 96, 128, 192, 256];
+const REDUCED = [1 / 16, 1 / 12, 1 / 8, 1 / 6, 1 / 4, 1 / 3, 1 / 2, 2 / 3];
+const STEPS = [...REDUCED, 1, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64, 96, 128, 192, MOST_ZOOM];
 
 function makePainter(canvas, wanted) {
     if (wanted !== 'canvas') {
@@ -94,7 +95,9 @@ export class Stage {
         const along = (start, length, middle, size) => {
             const whole = size * zoom;
             const place = whole <= length ? (length - whole) / 2 : length / 2 - middle * zoom;
-            return Math.round(start + Math.min(Math.max(place, Math.min(length - whole, length / 2 - whole)), length / 2));
+            // At most half of the pane stays empty beside a picture that is larger than the pane.
+            const least = Math.min(length - whole, length / 2 - whole);
+            return Math.round(start + Math.min(Math.max(place, least), length / 2));
         };
         return {
             left: along(rect.x, rect.width, centre.x, this.size.width),

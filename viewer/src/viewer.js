@@ -6,7 +6,7 @@
 //     set(changes) --> layout --> bytes --> convert --> upload --> draw        each step only where something
 //                     checked    sliced    per pane    textures                before it has changed
 //
-// What the page does now is said by attributes of its root element: data-state (empty, reading, guessing, ready, error),
+// Attributes of the root element say what the page does: data-state (empty, reading, guessing, ready, error),
 // data-settled (yes: nothing is under way), data-pictures (how many were painted).
 import { WhiteBalance } from './balance.js';
 import { conversionOf, layoutOf, panesOf } from './conversion.js';
@@ -118,8 +118,8 @@ export class Viewer {
             return;
         }
         this.panels.refresh();
-        const level = changed.some((key) => LAYOUT.includes(key)) ? 3 : changed.some((key) => PICTURE.includes(key)) ? 2 : 1;
-        this.require(level);
+        const any = (keys) => changed.some((key) => keys.includes(key));
+        this.require(any(LAYOUT) ? 3 : any(PICTURE) ? 2 : 1);
     }
 
     writeAddress() {
@@ -179,13 +179,14 @@ export class Viewer {
         }
         const times = {};
         if (level >= 2 && this.source && this.sizes) {
+            const { source, sizes } = this;
             const { offset, frame } = this.settings;
             const started = performance.now();
-            const start = offset + frame * this.sizes.frameBytes;
-            this.bytes = await this.source.read(start, this.sizes.bytesNeeded);
-            if (this.level >= 2) {
+            const bytes = await source.read(offset + frame * sizes.frameBytes, sizes.bytesNeeded);
+            if (this.level >= 2 || this.source !== source || this.sizes !== sizes) {
                 return; // changed meanwhile
             }
+            this.bytes = bytes;
             times.read = performance.now() - started;
             this.convert(times);
         }
@@ -219,8 +220,8 @@ export class Viewer {
         }
         // The last frame may lack the padding of its last row.
         const spare = this.sizes.frameBytes - this.sizes.bytesNeeded;
-        this.fit = fitOf(source.bytes + Math.max(0, spare), settings.offset, this.sizes.frameBytes);
-        this.fit.rest = Math.max(0, this.fit.rest - Math.max(0, spare));
+        this.fit = fitOf(source.bytes + spare, settings.offset, this.sizes.frameBytes);
+        this.fit.rest = Math.max(0, this.fit.rest - spare);
         source.frames = Math.max(1, this.fit.frames);
         source.rest = this.fit.rest;
         const header = source.header;
@@ -425,7 +426,8 @@ export class Viewer {
             return;
         }
         const by = far ? BIG_STEP : 1;
-        const from = this.cursor ?? { pane: 0, x: Math.floor(width / 2) - dx * by, y: Math.floor(height / 2) - dy * by };
+        const middle = { pane: 0, x: Math.floor(width / 2) - dx * by, y: Math.floor(height / 2) - dy * by };
+        const from = this.cursor ?? middle;
         const to = {
             pane: from.pane,
             x: Math.min(Math.max(from.x + dx * by, 0), width - 1),
