@@ -253,15 +253,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     // The tool's words go nowhere, its standard input is empty.
     const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     std::array<int, 3> kept{};
-    for (int stream = 0; stream < 3; ++stream) {
-        kept.at(stream) = ::fcntl(stream, F_DUPFD_CLOEXEC, 3);
-        ::dup2(null, stream);
+    int stream = 0;
+    for (int& copy : kept) {
+        copy = ::fcntl(stream, F_DUPFD_CLOEXEC, 3);
+        ::dup2(null, stream++);
     }
     const int code = VexaTool::RunCommandLine(static_cast<int>(arguments.size()), arguments.data(), [] {});
     static_cast<void>(std::fflush(stdout));
-    for (int stream = 0; stream < 3; ++stream) {
-        ::dup2(kept.at(stream), stream);
-        ::close(kept.at(stream));
+    stream = 0;
+    for (const int copy : kept) {
+        ::dup2(copy, stream++);
+        ::close(copy);
     }
     ::close(null);
     Fuzz::Require(code >= 0 && code <= 6, "a documented exit code");
