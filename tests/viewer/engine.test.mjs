@@ -80,6 +80,10 @@ test('what is impossible is refused with a sentence', () => {
     refused(() => engine.convert(new Uint8Array(64), { ...shape, mode: 'best' }), /^mode: expected/);
     refused(() => engine.rwhHeader(new Uint8Array(5)), /11 bytes too short/);
     refused(() => engine.sidecar('width: 5\n'), /no line 'pixel format: ...'/);
+    const named = engine.sidecar('pixel format: Mono10\nwidth: 4\nheight: 2\nshift: 6\n');
+    assert.deepEqual(named, { format: 'Mono10', width: 4, height: 2, stride: 0, offset: 0, shift: 6, range: 'full' });
+    const yuv = engine.sidecar('pixel format: YUV422_8\nwidth: 4\nheight: 2\nrange: limited\n');
+    assert.equal(yuv.range, 'limited');
 });
 
 test('a file is compared with its layout by bytes', () => {

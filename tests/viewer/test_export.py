@@ -195,13 +195,25 @@ def test_sidecar_of_padded_rows(page, tool):
     assert (tool.folder / "by-sidecar.png").read_bytes() == (tool.folder / "by-options.png").read_bytes()
 
 
-def test_sidecar_cannot_say_shift(page, tool):
-    raw = tool.synth("a.raw", "Mono10", SIZE)
-    page.open(f"#format=Mono10&size={SIZE}&shift=2")
+@pytest.mark.parametrize("name, setting, option", [("Mono10", "shift=2", ["--shift", "2"]),
+                                                   ("YUV422_8_UYVY", "range=limited", ["--range", "limited"])])
+def test_sidecar_of_shift_and_range(page, tool, name, setting, option):
+    """Both ways: what the page writes is read by the tool and by the page."""
+    raw = tool.synth("a.raw", name, SIZE)
+    page.open(f"#format={name}&size={SIZE}&{setting}")
     page.give(raw)
     page.click("save-text")
-    assert "a sidecar cannot say that samples lie in the high bits" in page.message
-    assert list(page.downloads.iterdir()) == []
+    (tool.folder / "a.txt").write_bytes(page.saved("a.txt"))
+    tool("convert", "a.raw", "by-sidecar.png")
+    tool("convert", "--format", name, "--size", SIZE, *option, "a.raw", "by-options.png")
+    made = (tool.folder / "by-sidecar.png").read_bytes()
+    assert made == (tool.folder / "by-options.png").read_bytes()
+    tool("convert", "--format", name, "--size", SIZE, "a.raw", "without.png")
+    assert made != (tool.folder / "without.png").read_bytes()
+    page.open()
+    page.give(raw, tool.folder / "a.txt")
+    key, _, value = setting.partition("=")
+    assert (page.message, str(page.setting(key)), page.state) == ("", value, "ready")
 
 
 @pytest.mark.parametrize("name", ["BayerGB12p", "Mono10CSI2", "BayerRG8", "YUV422_8", "BGR10", "BayerRG14"])

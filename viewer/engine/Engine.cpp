@@ -155,7 +155,8 @@ std::string JsonOf(const VcfFormat& format) {
 std::string JsonOf(const VexaTool::RawShape& shape) {
     return "{\"format\": \"" + std::string(shape.format->name) + "\", \"width\": " + std::to_string(shape.width) +
            ", \"height\": " + std::to_string(shape.height) + ", \"stride\": " + std::to_string(shape.stride) +
-           ", \"offset\": " + std::to_string(shape.offset) + "}";
+           ", \"offset\": " + std::to_string(shape.offset) + ", \"shift\": " + std::to_string(shape.shift) +
+           ", \"range\": \"" + (shape.limitedRange ? "limited" : "full") + "\"}";
 }
 
 uint64_t Pixels(const VcfLayout& layout) {

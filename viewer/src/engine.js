@@ -172,7 +172,7 @@ class Engine {
         return this.#answer();
     }
 
-    /** What the text of a sidecar names: {format, width, height, stride, offset}. */
+    /** What the text of a sidecar names: {format, width, height, stride, offset, shift, range}. */
     sidecar(text) {
         this.#setText(text);
         this.#check(this.#exports.EngineSidecar());

@@ -59,9 +59,6 @@ export class Exporter {
 
     sidecar() {
         return this.saveAs('txt', async () => {
-            if (this.viewer.settings.shift > 0) {
-                throw new Error('a sidecar cannot say that samples lie in the high bits; export RWH instead');
-            }
             const { source, settings, format, sizes } = this.viewer;
             const text = sidecarText(source, settings, format, sizes.frameBytes);
             return new Blob([text], { type: 'text/plain' });

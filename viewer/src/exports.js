@@ -149,7 +149,13 @@ export function sidecarText(source, settings, format, frameBytes) {
     if (settings.offset > 0) {
         lines.push(`offset: ${settings.offset}`);
     }
+    if (settings.shift > 0) {
+        lines.push(`shift: ${settings.shift}`);
+    }
     lines.push(`bytes: ${frameBytes}`);
+    if (format.kind === 'yuv' && settings.range === 'limited') {
+        lines.push('range: limited');
+    }
     return `${lines.join('\n')}\n`;
 }
 
