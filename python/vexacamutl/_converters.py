@@ -213,7 +213,7 @@ _NAME_AT = {_address(name): name for name in CONVERTERS}
 
 def warn_of_bilinear(name: str, stacklevel: int) -> None:
     warnings.warn(
-        f"{name} is demosaiced bilinearly: the ACPI mode serves 8-bit Bayer frames only",
+        f"{name} is demosaiced bilinearly: without levels the ACPI mode serves 8-bit Bayer frames only",
         UserWarning,
         stacklevel=stacklevel + 1,
     )

@@ -221,7 +221,7 @@ def test_adaptive_demosaic_of_sizes_that_it_does_not_serve(width, height):
 @pytest.mark.parametrize("to_picture", [vcu.to_bgra, vcu.to_bgr, vcu.to_rgb, vcu.converter_for])
 def test_adaptive_demosaic_of_words_warns(to_picture):
     arguments = () if to_picture is vcu.converter_for else (np.zeros((4, 4), np.uint16),)
-    with pytest.warns(UserWarning, match="BayerRG12 is demosaiced bilinearly: the ACPI mode serves 8-bit") as caught:
+    with pytest.warns(UserWarning, match="BayerRG12 is demosaiced bilinearly: without levels") as caught:
         to_picture(*arguments, "BayerRG12", mode="acpi")
     assert [warning.filename for warning in caught] == [__file__]
 
