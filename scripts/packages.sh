@@ -32,6 +32,7 @@ PACKAGES_COVERAGE=(gcovr python3-coverage)
 PACKAGES_MUTATE=(python3-clang-14 qemu-user)
 PACKAGES_VIEWER=(emscripten nodejs esbuild chromium chromium-driver python3 python3-numpy python3-pytest
     python3-selenium)
+PACKAGES_MEMORY=(emscripten googletest libclang-rt-dev)
 PACKAGES_PROOFS=(python3 python3-pytest python3-z3)
 PACKAGES_ARCHIVE=(python3-dask python3-distributed python3-numcodecs python3-zarr python3-numpy python3-pytest parallel
     slurm-wlm munge)
