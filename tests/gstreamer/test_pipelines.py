@@ -127,6 +127,35 @@ def test_a_segment_of_bytes(scene):
     assert "CRITICAL" not in text, text
 
 
+def test_a_recording_of_limited_range_plays_as_it_was_seen(tmp_path):
+    """RWH files hold no range."""
+    source = f"videotestsrc num-buffers=1 ! video/x-raw,format=UYVY,colorimetry=bt601,width={WIDTH},height={HEIGHT}"
+    launch(tmp_path, source, "! tee name=t t. ! queue ! vexarwhenc ! filesink location=frame.rwh",
+           "t. ! queue ! vexaconvert ! video/x-raw,format=BGRA ! filesink location=seen.raw")
+    for choice in ("auto", "limited"):
+        launch(tmp_path, f"filesrc location=frame.rwh ! vexarwhdec ! vexaconvert yuv-range={choice}",
+               f"! video/x-raw,format=BGRA ! filesink location={choice}.raw")
+    seen = (tmp_path / "seen.raw").read_bytes()
+    assert (tmp_path / "limited.raw").read_bytes() == seen
+    assert (tmp_path / "auto.raw").read_bytes() != seen
+
+
+def test_a_file_of_many_frames_is_for_the_decoder(tmp_path):
+    frames = f"videotestsrc num-buffers=3 pattern=snow ! video/x-raw,format=GRAY8,width={WIDTH},height={HEIGHT}"
+    launch(tmp_path, frames, "! tee name=t t. ! queue ! vexarwhenc ! filesink location=three.rwh",
+           "t. ! queue ! vexaconvert ! video/x-raw,format=GRAY8 ! filesink location=seen.raw")
+    launch(tmp_path, "filesrc location=three.rwh ! vexarwhdec ! vexaconvert ! video/x-raw,format=GRAY8",
+           "! filesink location=played.raw")
+    played = (tmp_path / "played.raw").read_bytes()
+    assert len(set(played)) > 8 and len(played) == 3 * WIDTH * HEIGHT
+    assert played == (tmp_path / "seen.raw").read_bytes()
+    result = subprocess.run(["vexacamutl", "convert", "three.rwh", "three.png"], cwd=tmp_path, text=True,
+                            capture_output=True, timeout=TIMEOUT, check=False)
+    assert result.returncode != 0
+    assert "three.rwh: 57648 bytes are not the frame of 19200 bytes" in result.stderr
+    assert not (tmp_path / "three.png").exists()
+
+
 def test_typefinder(scene):
     result = subprocess.run(["gst-typefind-1.0", "scene.rwh"], cwd=scene, text=True, capture_output=True,
                             timeout=TIMEOUT, check=True)
