@@ -72,8 +72,9 @@ void AddUint(GObjectClass* type, guint id, const char* name, const char* text, g
 void InstallColourProperties(GObjectClass* type) {
     const Settings preset;
     AddEnum(type, kIdBayerMode, "bayer-mode", "How Bayer frames are demosaiced", "VexaConvertBayerMode", kBayerModes);
-    AddEnum(type, kIdWhiteBalance, "white-balance", "What red, green and blue of Bayer frames are multiplied with",
-            "VexaConvertWhiteBalance", kWhiteBalances);
+    AddEnum(type, kIdWhiteBalance, "white-balance",
+            "What red, green and blue of Bayer and RGB frames are multiplied with", "VexaConvertWhiteBalance",
+            kWhiteBalances);
     AddDouble(type, kIdRedGain, "red-gain", "Factor of red with white-balance=gains", 0, kLargestGain, preset.redGain);
     AddDouble(type, kIdGreenGain, "green-gain", "Factor of green with white-balance=gains", 0, kLargestGain,
               preset.greenGain);

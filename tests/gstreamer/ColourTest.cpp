@@ -136,6 +136,14 @@ TEST(Colour, AutoBalanceIsSmoothedOverFrames) {
     EXPECT_NEAR(third[2], 40, 1);
 }
 
+TEST(Colour, WhiteBalanceLeavesGreyFrames) {
+    const InputCase grey = {"video/x-raw,format=GRAY8", PIXEL_FORMAT_MONO8};
+    const Bytes frame = TintedFrame(160);
+    const Bytes picture = ConvertWith("", grey, frame);
+    EXPECT_EQ(ConvertWith("white-balance=gains red-gain=2 green-gain=3 blue-gain=4", grey, frame), picture);
+    EXPECT_EQ(ConvertWith("white-balance=auto", grey, frame), picture);
+}
+
 /// What the last frames of another setting or format looked like says nothing about the next one.
 TEST(Colour, AutoBalanceStartsAnew) {
     Harness harness("vexaconvert white-balance=auto wb-smoothing=0.9");
