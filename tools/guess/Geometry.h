@@ -14,9 +14,11 @@ namespace VexaGuess {
 
 /// The place in a row where one picture row ends and the next one begins.
 struct Seam {
-    size_t byte = 0;          ///< of the row, from alignment on
-    bool found = false;       ///< false where left and right edges are too alike to tell
-    size_t paddingBytes = 0;  ///< bytes before the seam that are the same in every row
+    size_t byte = 0;            ///< of the row, from alignment on
+    bool found = false;         ///< false where left and right edges are too alike to tell
+    bool alternates = false;    ///< it is there in every second row: a row was taken for two
+    double emptyRows = 0;       ///< the share of rows whose samples are all alike
+    size_t paddingSamples = 0;  ///< samples before the seam that are the same in every row
 };
 Seam FindSeam(std::span<const uint8_t> bytes, const Hypothesis& hypothesis);
 

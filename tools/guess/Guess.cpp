@@ -4,6 +4,8 @@
 // See Guess.h.
 #include "Guess.h"
 
+#include <VexaCamFrames.h>
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -21,18 +23,22 @@ namespace VexaGuess {
 
 namespace {
 
-constexpr size_t kCorrelatedBytes = size_t{1} << 19;
+constexpr size_t kCorrelatedBytes = size_t{1} << 18;
 constexpr size_t kShortestRow = 32;
-constexpr size_t kLags = 10;
-constexpr size_t kSureLags = 4;
-constexpr size_t kRowLengths = 14;
+constexpr size_t kLags = 12;
+constexpr size_t kSureLags = 5;
+constexpr size_t kRowLengths = 20;
+constexpr size_t kRelatedLengths = 5;  ///< whose fractions and multiples are tried
 constexpr size_t kComparedBytes = size_t{256} << 10;
-constexpr Look kFirstLook = {4, size_t{48} << 10, Measure::kRough};
-constexpr Look kSecondLook = {6, size_t{160} << 10, Measure::kEntropy};
-constexpr double kFarBehind = 1;                 ///< bits per byte after a rough look that no closer look makes up
-constexpr size_t kSecondLooks = 5;               ///< of each packing and sites
+constexpr Look kFirstLook = {4, size_t{24} << 10, Measure::kRough};
+constexpr Look kSecondLook = {5, size_t{48} << 10, Measure::kEntropy};
+constexpr double kFarBehind = 1.5;               ///< bits per byte after a rough look that no closer look makes up
+constexpr size_t kSecondLooks = 6;               ///< of each packing and sites
 constexpr size_t kNamedBytes = size_t{4} << 20;  ///< that depth and green sites are read off
 constexpr size_t kGeometriesEach = 3;
+constexpr double kLeaning = 0.1;
+constexpr double kRelated = 0.4;
+constexpr double kUsualBits = 4;  ///< per byte, for which penalties are meant
 
 struct Ranked {
     Hypothesis hypothesis;
@@ -47,6 +53,11 @@ struct Name {
     double doubt = 0;
     std::string evidence;
 };
+
+/// Penalties weigh as much as what they are added to: long padding makes all costs small.
+double Score(double bitsPerByte, double penalty) {
+    return bitsPerByte * (1 + penalty / kUsualBits);
+}
 
 std::string Text(const char* format, double value) {
     char text[96];
@@ -65,34 +76,28 @@ double MeanDifference(std::span<const uint8_t> bytes, size_t distance) {
     return static_cast<double>(sum) / static_cast<double>(compared);
 }
 
-/// Every second byte from `first` on.
-std::vector<uint8_t> EverySecond(std::span<const uint8_t> bytes, size_t first) {
-    std::vector<uint8_t> half(bytes.size() / 2);
-    for (size_t i = 0; i < half.size(); ++i) {
-        half[i] = bytes[2 * i + first];
-    }
-    return half;
-}
-
-/// The most prominent lags of all bytes, then of every second one: the noise of words' low bytes hides what their high
-/// bytes show.
+/// The most prominent lags of all bytes and of every second one; the surest come first.
 std::vector<size_t> Lags(std::span<const uint8_t> bytes) {
     const size_t used = std::min(bytes.size(), kCorrelatedBytes);
-    const std::span<const uint8_t> middle = bytes.subspan((bytes.size() - used) / 2, used);
-    std::vector<size_t> lags = ProminentLags(Autocorrelation(middle), kShortestRow, kLags);
-    for (const size_t first : {size_t{0}, size_t{1}}) {
-        const std::vector<double> correlation = Autocorrelation(EverySecond(middle, first));
-        for (const size_t lag : ProminentLags(correlation, kShortestRow / 2, kSureLags)) {
-            lags.insert(lags.begin(), 2 * lag);
+    const Correlations correlations = Autocorrelations(bytes.subspan((bytes.size() - used) / 2, used));
+    std::vector<size_t> lags;
+    const auto add = [&lags](const Correlation& correlation, size_t bytesEach, size_t count) {
+        for (const size_t lag : ProminentLags(correlation, kShortestRow / bytesEach, count)) {
+            lags.push_back(bytesEach * SharpenedLag(correlation, lag));
+            lags.push_back(bytesEach * lag);
         }
-    }
+    };
+    add(correlations.even, 2, kSureLags);
+    add(correlations.odd, 2, kSureLags);
+    add(correlations.all, 1, kLags);
+    std::set<size_t> seen;
+    std::erase_if(lags, [&seen](size_t lag) { return !seen.insert(lag).second; });
     return lags;
 }
 
 /// Prominent lags and simple fractions and multiples of them; of these the ones at which bytes resemble those one or
 /// two rows further on, and the most prominent lags in any case.
-std::vector<size_t> RowLengths(std::span<const uint8_t> bytes) {
-    const std::vector<size_t> lags = Lags(bytes);
+std::vector<size_t> RowLengths(std::span<const uint8_t> bytes, const std::vector<size_t>& lags) {
     std::set<size_t> lengths;
     for (const size_t lag : lags) {
         for (const size_t length : {lag, lag * 2, lag * 3, lag / 2, lag / 3}) {
@@ -119,25 +124,89 @@ std::vector<size_t> RowLengths(std::span<const uint8_t> bytes) {
     return {best.begin(), best.end()};
 }
 
-std::vector<Hypothesis> BestHypotheses(std::span<const uint8_t> bytes, uint64_t fileBytes) {
-    std::vector<Hypothesis> all;
-    for (const size_t length : RowLengths(bytes)) {
-        for (Hypothesis& hypothesis : HypothesesFor(length, fileBytes % length != 0)) {
+bool Cheaper(const Hypothesis& a, const Hypothesis& b) {
+    return a.bitsPerByte < b.bitsPerByte;
+}
+
+/// The hypotheses for some row lengths after a rough look, the cheapest first; only lengths that were not tried yet.
+void LookAt(std::span<const uint8_t> bytes, uint64_t fileBytes, const std::vector<size_t>& lengths,
+            std::set<size_t>& tried, std::vector<Hypothesis>& all) {
+    for (const size_t length : lengths) {
+        if (length < kShortestRow || length * 4 > bytes.size() || !tried.insert(length).second) {
+            continue;
+        }
+        for (Hypothesis& hypothesis : HypothesesFor(length, fileBytes)) {
             hypothesis.bitsPerByte = BitsPerByte(bytes, hypothesis, kFirstLook);
             all.push_back(hypothesis);
         }
     }
-    const auto cheaper = [](const Hypothesis& a, const Hypothesis& b) { return a.bitsPerByte < b.bitsPerByte; };
-    std::stable_sort(all.begin(), all.end(), cheaper);
+    std::stable_sort(all.begin(), all.end(), Cheaper);
+}
+
+/// Simple fractions and multiples of the cheapest row lengths: a row and two halves of it look much alike to a
+/// correlation.
+std::vector<size_t> RelatedLengths(const std::vector<Hypothesis>& all) {
+    std::vector<size_t> related;
+    std::set<size_t> lengths;
+    for (const Hypothesis& hypothesis : all) {
+        if (lengths.size() == kRelatedLengths) {
+            break;
+        }
+        const size_t length = hypothesis.rowBytes;
+        if (lengths.insert(length).second) {
+            for (const size_t times : {1, 2, 3, 4, 6, 8, 12}) {
+                if (length * times % 6 == 0 || times >= 6) {
+                    related.push_back(length * times / 6);
+                }
+            }
+            related.insert(related.end(), {length / 2, length / 3, length / 4});
+        }
+    }
+    return related;
+}
+
+/// Whether rows a few bytes longer or shorter agree better several rows further on: then the picture leans.
+bool Leans(std::span<const uint8_t> bytes, size_t length) {
+    constexpr size_t kRowsOn = 8;
+    constexpr double kBetter = 0.985;
+    if ((length + 3) * kRowsOn * 2 > bytes.size()) {
+        return false;
+    }
+    const double upright = MeanDifference(bytes, kRowsOn * length);
+    for (const size_t more : {size_t{1}, size_t{2}, size_t{3}}) {
+        if (MeanDifference(bytes, kRowsOn * (length + more)) < kBetter * upright ||
+            MeanDifference(bytes, kRowsOn * (length - more)) < kBetter * upright) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::vector<Hypothesis> BestHypotheses(std::span<const uint8_t> bytes, uint64_t fileBytes) {
+    std::vector<Hypothesis> all;
+    std::set<size_t> tried;
+    const std::vector<size_t> lags = Lags(bytes);
+    const std::set<size_t> sure(lags.begin(), lags.end());
+    LookAt(bytes, fileBytes, RowLengths(bytes, lags), tried, all);
+    LookAt(bytes, fileBytes, RelatedLengths(all), tried, all);
+    for (Hypothesis& hypothesis : all) {
+        hypothesis.isRelated = !sure.contains(hypothesis.rowBytes);
+    }
     const double most = (all.empty() ? 0 : all.front().bitsPerByte) + kFarBehind;
     std::map<std::pair<Packing, Sites>, size_t> looks;
     std::erase_if(all, [&](const Hypothesis& hypothesis) {
         return hypothesis.bitsPerByte > most || looks[{hypothesis.packing, hypothesis.sites}]++ >= kSecondLooks;
     });
+    std::map<size_t, bool> leans;
     for (Hypothesis& hypothesis : all) {
         hypothesis.bitsPerByte = BitsPerByte(bytes, hypothesis, kSecondLook);
+        const auto [known, isNew] = leans.try_emplace(hypothesis.rowBytes, false);
+        if (isNew) {
+            known->second = Leans(bytes, hypothesis.rowBytes);
+        }
+        hypothesis.leans = known->second;
     }
-    std::stable_sort(all.begin(), all.end(), cheaper);
+    std::stable_sort(all.begin(), all.end(), Cheaper);
     return all;
 }
 
@@ -191,10 +260,10 @@ std::vector<Name> WordDepths(const Plane& samples) {
             set |= static_cast<uint32_t>(samples.Row(r)[c]);
         }
     }
-    const auto low = static_cast<unsigned>(set == 0 ? 0 : std::countr_zero(set));
-    const auto top = static_cast<unsigned>(std::bit_width(set));
+    const unsigned low = samples.ClearBits();
+    const auto top = static_cast<unsigned>(std::bit_width(set)) + low;
     std::vector<Name> depths;
-    if (top == 16 && low >= 2) {
+    if (low >= 2 && top > 10) {
         const unsigned depth = 16 - low <= 10 ? 10 : 16 - low <= 12 ? 12 : 14;
         depths.push_back(
             {std::to_string(depth), 16 - depth, 0, "the low " + std::to_string(low) + " bits are never set"});
@@ -205,7 +274,7 @@ std::vector<Name> WordDepths(const Plane& samples) {
     for (const unsigned depth : {10u, 12u, 14u, 16u}) {
         if (top <= depth) {
             depths.push_back({std::to_string(depth), 0, doubt, "no sample exceeds " + std::to_string((1u << top) - 1)});
-            doubt += 0.3;
+            doubt += doubt == 0 ? 0.03 : 0.3;
         }
     }
     return depths;
@@ -243,18 +312,20 @@ double ChromaDoubt(const Plane& samples) {
     double spread[3] = {};
     double mean[3] = {};
     for (size_t i = 0; i < 3; ++i) {
-        const Plane plane = samples.Sites(0, 1, i, 3);
         double sum = 0;
         double squares = 0;
-        for (size_t r = 0; r < plane.Rows(); ++r) {
-            for (size_t c = 0; c < plane.Columns(); ++c) {
-                sum += plane.Row(r)[c];
-                squares += static_cast<double>(plane.Row(r)[c]) * plane.Row(r)[c];
+        size_t count = 0;
+        for (size_t r = 0; r < samples.Rows(); ++r) {
+            for (size_t c = i; c < samples.Columns(); c += 3) {
+                const double sample = samples.Row(r)[c];
+                sum += sample;
+                squares += sample * sample;
+                ++count;
             }
         }
-        const auto count = static_cast<double>(std::max<size_t>(plane.Rows() * plane.Columns(), 1));
-        mean[i] = sum / count;
-        spread[i] = squares / count - mean[i] * mean[i];
+        const auto samplesOfKind = static_cast<double>(std::max<size_t>(count, 1));
+        mean[i] = sum / samplesOfKind;
+        spread[i] = squares / samplesOfKind - mean[i] * mean[i];
     }
     const bool chroma = std::abs(mean[0] - 128) < 40 && std::abs(mean[2] - 128) < 40 && spread[0] < 0.7 * spread[1] &&
                         spread[2] < 0.7 * spread[1];
@@ -266,7 +337,11 @@ std::vector<Name> NamesOf(std::span<const uint8_t> bytes, const Ranked& ranked) 
     const auto skipped = static_cast<size_t>(std::min<uint64_t>(ranked.geometry.offset, bytes.size()));
     Hypothesis fromFirstRow = hypothesis;
     fromFirstRow.alignment = 0;
-    const Plane samples = SamplesOf(bytes.subspan(skipped), fromFirstRow, 0, kNamedBytes);
+    const auto columns = static_cast<size_t>(std::lround(ranked.geometry.width * SamplesPerPixel(hypothesis.sites)));
+    // One frame, for the next one may begin with another row of the mosaic.
+    const uint64_t frameBytes = uint64_t{ranked.geometry.height} * hypothesis.rowBytes / hypothesis.rows;
+    const size_t looked = static_cast<size_t>(std::min<uint64_t>(frameBytes, kNamedBytes));
+    const Plane samples = SamplesOf(bytes.subspan(skipped), fromFirstRow, 0, looked).Cropped(columns);
     switch (hypothesis.sites) {
         case Sites::kMono: {
             std::vector<Name> names = Depths(samples, hypothesis);
@@ -299,6 +374,15 @@ std::vector<Name> NamesOf(std::span<const uint8_t> bytes, const Ranked& ranked) 
     return {};
 }
 
+/// 0 for a stride that says no more than the row's length does.
+uint64_t StrideOf(const Name& name, const Geometry& geometry) {
+    VcfLayout layout;
+    VcfInitLayout(&layout, VcfFormatNamed(name.format.c_str()), geometry.width, geometry.height);
+    const uint64_t tight = VcfFrameBytes(&layout);
+    layout.stride = geometry.stride;
+    return VcfFrameBytes(&layout) == tight ? 0 : geometry.stride;
+}
+
 std::vector<std::string> Evidence(const Ranked& ranked, const Name& name, uint64_t fileBytes) {
     const Geometry& geometry = ranked.geometry;
     std::vector<std::string> evidence = {
@@ -322,7 +406,10 @@ std::vector<Guess> RankLayouts(std::span<const uint8_t> bytes, uint64_t fileByte
     std::vector<Ranked> ranking;
     for (const Hypothesis& hypothesis : BestHypotheses(bytes, fileBytes)) {
         for (const Geometry& geometry : GeometriesOf(bytes, fileBytes, hypothesis, kGeometriesEach)) {
-            ranking.push_back({hypothesis, geometry, hypothesis.bitsPerByte + geometry.penalty});
+            Ranked ranked = {hypothesis, geometry, 0};
+            ranked.score = Score(hypothesis.bitsPerByte, geometry.penalty + (hypothesis.leans ? kLeaning : 0) +
+                                                             (hypothesis.isRelated ? kRelated : 0));
+            ranking.push_back(ranked);
         }
     }
     std::stable_sort(ranking.begin(), ranking.end(),
@@ -331,9 +418,10 @@ std::vector<Guess> RankLayouts(std::span<const uint8_t> bytes, uint64_t fileByte
     for (const Ranked& ranked : ranking) {
         for (const Name& name : NamesOf(bytes, ranked)) {
             const Geometry& geometry = ranked.geometry;
-            guesses.push_back({name.format, geometry.width, geometry.height, geometry.stride, geometry.offset,
+            guesses.push_back({name.format, geometry.width, geometry.height, StrideOf(name, geometry), geometry.offset,
                                name.shift, geometry.frames, geometry.rest, ranked.hypothesis.bitsPerByte,
-                               ranked.score + name.doubt, Evidence(ranked, name, fileBytes)});
+                               ranked.score + name.doubt * ranked.hypothesis.bitsPerByte / kUsualBits,
+                               Evidence(ranked, name, fileBytes)});
         }
     }
     std::stable_sort(guesses.begin(), guesses.end(), [](const Guess& a, const Guess& b) { return a.score < b.score; });

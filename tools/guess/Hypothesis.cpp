@@ -7,20 +7,26 @@
 #include <VexaCamFrames.h>
 
 #include <algorithm>
+#include <bit>
+#include <initializer_list>
 
 namespace VexaGuess {
 
 namespace {
 
-constexpr double kAlike = 0.65;
+constexpr size_t kLookedAtForBits = 4096;  ///< bytes
+constexpr double kAlike = 0.8;
+constexpr double kAlikeCost = 1;  ///< bits per byte
 constexpr size_t kFewestRows = 4;
+constexpr size_t kRowsOfBlock = 8;  ///< at least, where there are as many
 constexpr size_t kFewestSamples = 16;
-constexpr double kNothing = 9;  ///< more than bytes without any structure cost
+constexpr size_t kSmallUnit = 3;  ///< bytes: groups may begin at every byte
+constexpr double kNothing = 9;    ///< more than bytes without any structure cost
 
-/// Samples of one kind of site, and how many of them a pixel's worth of the cost counts.
-double PlaneBits(const Plane& samples, size_t first, size_t step, Measure measure) {
-    const Plane plane = samples.Sites(0, 1, first, step);
-    return BitsPerSample(plane, measure) * static_cast<double>(plane.Columns());
+/// Bits of a row for one kind of sample.
+double KindBits(const Plane& samples, const Kind& kind, Measure measure) {
+    const auto columns = static_cast<double>(samples.Columns() / kind.columnStep);
+    return BitsPerSample(samples, kind, measure) * columns / static_cast<double>(kind.rowStep);
 }
 
 /// Each colour of a 2 x 2 cell by itself.
@@ -28,8 +34,7 @@ double BayerBits(const Plane& samples, Measure measure) {
     double bits = 0;
     for (size_t row = 0; row < 2; ++row) {
         for (size_t column = 0; column < 2; ++column) {
-            const Plane colour = samples.Sites(row, 2, column, 2);
-            bits += BitsPerSample(colour, measure) * static_cast<double>(colour.Columns()) / 2;
+            bits += KindBits(samples, {row, 2, column, 2, 2}, measure);
         }
     }
     return bits;
@@ -37,70 +42,57 @@ double BayerBits(const Plane& samples, Measure measure) {
 
 /// Colours resemble each other, so a later one may be told as its difference from an earlier one.
 double ColourBits(const Plane& samples, Measure measure) {
-    const size_t pixels = samples.Columns() / 3;
-    std::vector<Plane> colours;
     double bits = 0;
-    for (size_t i = 0; i < 3; ++i) {
-        Plane colour = samples.Sites(0, 1, i, 3);
-        double each = BitsPerSample(colour, measure);
-        for (const Plane& earlier : colours) {
-            each = std::min(each, BitsPerSample(colour.Minus(earlier), measure));
+    for (size_t colour = 0; colour < 3; ++colour) {
+        double each = KindBits(samples, {0, 1, colour, 3, 3}, measure);
+        for (size_t minus = 1; minus <= colour; ++minus) {
+            each = std::min(each, KindBits(samples, {0, 1, colour, 3, 3, minus}, measure));
         }
-        bits += each * static_cast<double>(pixels);
-        colours.push_back(std::move(colour));
+        bits += each;
     }
     return bits;
-}
-
-/// The luma samples of U Y Y V Y Y, one after another.
-Plane LumaOf411(const Plane& samples) {
-    constexpr size_t kLumaAt[] = {1, 2, 4, 5};
-    Plane luma(samples.Rows(), samples.Columns() / 6 * 4);
-    for (size_t r = 0; r < luma.Rows(); ++r) {
-        for (size_t c = 0; c < luma.Columns(); ++c) {
-            luma.Row(r)[c] = samples.Row(r)[c / 4 * 6 + kLumaAt[c % 4]];
-        }
-    }
-    return luma;
 }
 
 /// Whether high and low bytes of words are equally hard to predict. Then they are not halves of one number, whose high
 /// byte varies less than its low one.
 bool BytesAreAlike(const Plane& words, Sites sites) {
-    const Plane sites1 = words.Sites(0, sites == Sites::kBayer ? 2 : 1, 0, SitePeriod(sites));
-    Plane high(sites1.Rows(), sites1.Columns());
-    Plane low(sites1.Rows(), sites1.Columns());
-    for (size_t r = 0; r < sites1.Rows(); ++r) {
-        for (size_t c = 0; c < sites1.Columns(); ++c) {
-            high.Row(r)[c] = sites1.Row(r)[c] >> 8;
-            low.Row(r)[c] = sites1.Row(r)[c] & 0xFF;
+    Plane high(words.Rows(), words.Columns());
+    Plane low(words.Rows(), words.Columns());
+    for (size_t r = 0; r < words.Rows(); ++r) {
+        for (size_t c = 0; c < words.Columns(); ++c) {
+            high.Row(r)[c] = words.Row(r)[c] >> 8;
+            low.Row(r)[c] = words.Row(r)[c] & 0xFF;
         }
     }
-    return BitsPerSample(high, Measure::kEntropy) > kAlike * BitsPerSample(low, Measure::kEntropy);
+    const size_t period = SitePeriod(sites);
+    const Kind kind = {0, sites == Sites::kBayer ? 2u : 1u, 0, period, period};
+    return BitsPerSample(high, kind, Measure::kEntropy) > kAlike * BitsPerSample(low, kind, Measure::kEntropy);
 }
 
 double RowBits(const Plane& samples, Sites sites, Measure measure) {
+    const auto sum = [&](std::initializer_list<Kind> kinds) {
+        double bits = 0;
+        for (const Kind& kind : kinds) {
+            bits += KindBits(samples, kind, measure);
+        }
+        return bits;
+    };
     switch (sites) {
         case Sites::kMono:
-            return PlaneBits(samples, 0, 1, measure);
+            return sum({{}});
         case Sites::kBayer:
             return BayerBits(samples, measure);
         case Sites::kColour:
             return ColourBits(samples, measure);
         case Sites::kUyv:
-            return PlaneBits(samples, 0, 3, measure) + PlaneBits(samples, 1, 3, measure) +
-                   PlaneBits(samples, 2, 3, measure);
+            return sum({{0, 1, 0, 3, 3}, {0, 1, 1, 3, 3}, {0, 1, 2, 3, 3}});
         case Sites::kUyvy:
-            return PlaneBits(samples, 1, 2, measure) + PlaneBits(samples, 0, 4, measure) +
-                   PlaneBits(samples, 2, 4, measure);
+            return sum({{0, 1, 1, 2, 2}, {0, 1, 0, 4, 4}, {0, 1, 2, 4, 4}});
         case Sites::kYuyv:
-            return PlaneBits(samples, 0, 2, measure) + PlaneBits(samples, 1, 4, measure) +
-                   PlaneBits(samples, 3, 4, measure);
-        case Sites::kUyyvyy: {
-            const Plane luma = LumaOf411(samples);
-            return BitsPerSample(luma, measure) * static_cast<double>(luma.Columns()) +
-                   PlaneBits(samples, 0, 6, measure) + PlaneBits(samples, 3, 6, measure);
-        }
+            return sum({{0, 1, 0, 2, 2}, {0, 1, 1, 4, 4}, {0, 1, 3, 4, 4}});
+        case Sites::kUyyvyy:  // luma at places 1, 2, 4, 5
+            return sum(
+                {{0, 1, 1, 6, 2}, {0, 1, 2, 6, 1}, {0, 1, 4, 6, 2}, {0, 1, 5, 6, 1}, {0, 1, 0, 6, 6}, {0, 1, 3, 6, 6}});
     }
     return 0;
 }
@@ -144,6 +136,12 @@ bool ReadSamples(std::span<const uint8_t> rows, const Hypothesis& hypothesis, Pl
     if (plane.Rows() == 0 || plane.Columns() == 0) {
         return false;
     }
+    if (hypothesis.packing == Packing::kBytes) {
+        for (size_t r = 0; r < plane.Rows(); ++r) {
+            std::copy_n(rows.data() + r * hypothesis.rowBytes, plane.Columns(), plane.Row(r));
+        }
+        return true;
+    }
     VcfLayout layout;
     VcfInitLayout(&layout, GreyFormat(hypothesis.packing), static_cast<uint32_t>(plane.Columns()),
                   static_cast<uint32_t>(plane.Rows()));
@@ -152,8 +150,24 @@ bool ReadSamples(std::span<const uint8_t> rows, const Hypothesis& hypothesis, Pl
     if (VcfUnpack(&layout, rows.data(), rows.size(), words.data(), 0, sizeof words[0], nullptr, 0) != VCF_OK) {
         return false;
     }
-    std::copy(words.begin(), words.end(), plane.Row(0));
+    uint32_t set = 0;
+    for (const uint16_t word : words) {
+        set |= word;
+    }
+    const int clear = set == 0 || hypothesis.packing != Packing::kWords ? 0 : std::countr_zero(set);
+    plane.SetClearBits(static_cast<unsigned>(clear));
+    std::transform(words.begin(), words.end(), plane.Row(0), [clear](uint16_t word) { return word >> clear; });
     return true;
+}
+
+/// Whether words have low bits that are never set: then their bytes need not differ in kind.
+bool HasClearBits(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, size_t start) {
+    uint32_t set = 0;
+    const size_t end = std::min(bytes.size(), start + kLookedAtForBits);
+    for (size_t i = start + hypothesis.alignment % 2; i < end; i += 2) {
+        set |= bytes[i];
+    }
+    return (set & 3) == 0;
 }
 
 }  // namespace
@@ -218,7 +232,24 @@ size_t UnitBytes(Packing packing, Sites sites) {
 
 size_t RowSamples(const Hypothesis& hypothesis) {
     const GroupSize group = GroupOf(hypothesis.packing);
-    return hypothesis.rowBytes / group.bytes * group.samples;
+    return hypothesis.rowBytes / group.bytes * group.samples / hypothesis.rows;
+}
+
+double SamplesPerPixel(Sites sites) {
+    switch (sites) {
+        case Sites::kMono:
+        case Sites::kBayer:
+            return 1;
+        case Sites::kColour:
+        case Sites::kUyv:
+            return 3;
+        case Sites::kUyvy:
+        case Sites::kYuyv:
+            return 2;
+        case Sites::kUyyvyy:
+            return 1.5;
+    }
+    return 1;
 }
 
 size_t RowPixels(const Hypothesis& hypothesis) {
@@ -243,11 +274,14 @@ Plane SamplesOf(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, si
     const size_t begin = start + hypothesis.alignment;
     const size_t end = std::min(start + blockBytes, bytes.size());
     const size_t rows = end > begin ? (end - begin) / hypothesis.rowBytes : 0;
-    const size_t unit = SitePeriod(hypothesis.sites) * GroupOf(hypothesis.packing).samples;
-    Plane plane(rows, RowSamples(hypothesis) / unit * unit);
+    Plane plane(rows, RowSamples(hypothesis) * hypothesis.rows);
     const std::span<const uint8_t> block = bytes.subspan(begin, rows * hypothesis.rowBytes);
     const bool fits = hypothesis.packing != Packing::k10Packed || FitsTenBits(block, hypothesis.rowBytes);
-    return fits && ReadSamples(block, hypothesis, plane) ? plane : Plane(0, 0);
+    if (!fits || !ReadSamples(block, hypothesis, plane)) {
+        return {0, 0};
+    }
+    plane.Reshape(RowSamples(hypothesis));
+    return plane;
 }
 
 double BitsPerByte(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, const Look& look) {
@@ -256,42 +290,61 @@ double BitsPerByte(std::span<const uint8_t> bytes, const Hypothesis& hypothesis,
     size_t alike = 0;
     for (size_t block = 0; block < look.blocks; ++block) {
         // Blocks begin at even rows, so that a mosaic keeps its phase.
-        const size_t last = bytes.size() - std::min(bytes.size(), look.blockBytes);
         const size_t pair = 2 * hypothesis.rowBytes;
+        const size_t blockBytes = std::max(look.blockBytes, kRowsOfBlock * hypothesis.rowBytes);
+        const size_t last = bytes.size() - std::min(bytes.size(), blockBytes);
         const size_t start = look.blocks < 2 ? 0 : last * block / (look.blocks - 1) / pair * pair;
-        const Plane samples = SamplesOf(bytes, hypothesis, start, look.blockBytes);
+        const Plane samples = SamplesOf(bytes, hypothesis, start, blockBytes);
         if (samples.Rows() < kFewestRows || samples.Columns() < kFewestSamples) {
             return kNothing;
         }
         if (hypothesis.packing == Packing::kWords && look.measure == Measure::kEntropy) {
-            alike += BytesAreAlike(samples, hypothesis.sites) ? 1 : 0;
+            alike += !HasClearBits(bytes, hypothesis, start) && BytesAreAlike(samples, hypothesis.sites) ? 1 : 0;
         }
-        const GroupSize group = GroupOf(hypothesis.packing);
-        const auto rowBytes = static_cast<double>(samples.Columns() * group.bytes) / static_cast<double>(group.samples);
+        const double rowBytes = static_cast<double>(hypothesis.rowBytes) / static_cast<double>(hypothesis.rows);
         bits += RowBits(samples, hypothesis.sites, look.measure);
         explained += rowBytes;
     }
-    return 2 * alike > look.blocks ? kNothing : bits / explained;
+    return bits / explained + (2 * alike > look.blocks ? kAlikeCost : 0);
 }
 
-std::vector<Hypothesis> HypothesesFor(size_t rowBytes, bool anyAlignment) {
+std::vector<Hypothesis> HypothesesFor(size_t rowBytes, uint64_t fileBytes) {
     std::vector<Hypothesis> all;
-    const auto add = [&](Packing packing, std::initializer_list<Sites> sites) {
+    const auto over = static_cast<size_t>(fileBytes % rowBytes);
+    const auto add = [&](Packing packing, size_t rows, std::initializer_list<Sites> sites) {
         for (const Sites site : sites) {
             const size_t unit = UnitBytes(packing, site);
-            if (rowBytes % unit == 0) {
-                for (size_t alignment = 0; alignment < (anyAlignment ? unit : 1); ++alignment) {
-                    all.push_back({packing, site, rowBytes, alignment});
+            if (rowBytes % unit != 0) {
+                // Groups begin anew in every row (or every few): with the file, or so that the last one is whole.
+                all.push_back({packing, site, rowBytes, rows, 0});
+                if (over != 0) {
+                    all.push_back({packing, site, rowBytes, rows, over});
+                }
+                continue;
+            }
+            for (size_t alignment = 0; alignment < unit; ++alignment) {
+                if (alignment == 0 || alignment == over % unit || (over != 0 && (unit <= kSmallUnit || rows > 1))) {
+                    all.push_back({packing, site, rowBytes, rows, alignment});
                 }
             }
         }
     };
     using enum Sites;
-    add(Packing::kBytes, {kMono, kBayer, kColour, kUyv, kUyvy, kYuyv, kUyyvyy});
-    add(Packing::kWords, {kMono, kBayer, kColour});
+    add(Packing::kBytes, 1, {kMono, kBayer, kColour, kUyv, kUyvy, kYuyv, kUyyvyy});
+    add(Packing::kWords, 1, {kMono, kBayer, kColour});
     for (const Packing packing : {Packing::kBits10, Packing::kBits12, Packing::k10Packed, Packing::k12Packed,
                                   Packing::kCsi2Raw10, Packing::kCsi2Raw12}) {
-        add(packing, {kMono, kBayer});
+        add(packing, 1, {kMono, kBayer});
+    }
+    for (const Packing packing : {Packing::kBits10, Packing::kBits12, Packing::k10Packed, Packing::k12Packed}) {
+        const GroupSize group = GroupOf(packing);
+        for (size_t rows = 2; rows <= (packing == Packing::kBits10 ? 4u : 2u) && rowBytes % group.bytes == 0;
+             rows *= 2) {
+            const size_t samples = rowBytes / group.bytes * group.samples;
+            if (samples % rows == 0 && samples / rows * group.BitsPerSample() % 8 != 0) {
+                add(packing, rows, {kMono, kBayer});
+            }
+        }
     }
     return all;
 }

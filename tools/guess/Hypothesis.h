@@ -37,18 +37,28 @@ enum class Sites {
     kUyyvyy,
 };
 
+/// Packed rows that follow each other without a gap may begin inside a byte. Then two or four of them together are
+/// whole bytes and are taken as one.
+///
+///     rows 1    | row      |padding| row      |padding| ...
+///     rows 2    | row      .row      | row      .row      | ...
 struct Hypothesis {
     Packing packing;
     Sites sites;
-    size_t rowBytes;   ///< from one row to the next
+    size_t rowBytes;   ///< from the beginning of `rows` rows to that of the next ones
+    size_t rows;       ///< 1, 2 or 4
     size_t alignment;  ///< bytes before the first whole group of samples
     double bitsPerByte = 0;
+    bool isRelated = false;  ///< the row length is only a fraction or a multiple of a likely one
+    bool leans = false;      ///< rows of a slightly other length would stand more upright
 };
 
 /// Samples per group of bytes, and bytes per group.
 struct GroupSize {
     size_t samples;
     size_t bytes;
+
+    size_t BitsPerSample() const { return 8 * bytes / samples; }
 };
 GroupSize GroupOf(Packing packing);
 
@@ -61,8 +71,11 @@ unsigned DepthOf(Packing packing);
 /// Bytes after which packing and sites repeat together along a row; rows begin at a multiple of it from `alignment` on.
 size_t UnitBytes(Packing packing, Sites sites);
 
+/// Of one row, with padding that could be samples.
 size_t RowSamples(const Hypothesis& hypothesis);
 size_t RowPixels(const Hypothesis& hypothesis);
+/// Samples per pixel, in the mean.
+double SamplesPerPixel(Sites sites);
 
 /// The bytes that a measure looks at: blocks spread evenly over the file, the same for every hypothesis, so that all of
 /// them explain the same part of the picture.
@@ -72,14 +85,16 @@ struct Look {
     Measure measure;
 };
 
-/// The samples of the rows of a block that begins at `start`; empty if it has too few.
+/// The samples of the rows of a block that begins at `start`, without the low bits that are clear in all of them; empty
+/// if it has too few.
 Plane SamplesOf(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, size_t start, size_t blockBytes);
 
 /// Bits that a byte takes when its samples are predicted from their neighbours of the same kind; 8 or more where
 /// nothing predicts anything, and for rows too short or too few to tell.
 double BitsPerByte(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, const Look& look);
 
-/// Every hypothesis for a row length, without costs. With `anyAlignment` groups may start at every byte.
-std::vector<Hypothesis> HypothesesFor(size_t rowBytes, bool anyAlignment);
+/// Every hypothesis for a row length, without costs, for a file that begins with a frame, or whose last frame ends with
+/// it.
+std::vector<Hypothesis> HypothesesFor(size_t rowBytes, uint64_t fileBytes);
 
 }  // namespace VexaGuess

@@ -11,7 +11,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <vector>
 
 namespace VexaGuess {
@@ -22,37 +21,39 @@ inline constexpr double kUnpredictable = 16;
 /// Rows of samples, each row as long as the others.
 class Plane {
   public:
-    Plane(size_t rows, size_t columns) : m_rows(rows), m_columns(columns), m_samples(rows * columns) {}
+    Plane(size_t rows, size_t columns) : rows_(rows), columns_(columns), samples_(rows * columns) {}
 
-    size_t Rows() const { return m_rows; }
-    size_t Columns() const { return m_columns; }
-    int32_t* Row(size_t r) { return m_samples.data() + r * m_columns; }
-    const int32_t* Row(size_t r) const { return m_samples.data() + r * m_columns; }
+    size_t Rows() const { return rows_; }
+    size_t Columns() const { return columns_; }
+    int32_t* Row(size_t r) { return samples_.data() + r * columns_; }
+    const int32_t* Row(size_t r) const { return samples_.data() + r * columns_; }
 
-    /// Every rowStep-th row from firstRow on, of these every columnStep-th sample from firstColumn on.
-    Plane Sites(size_t firstRow, size_t rowStep, size_t firstColumn, size_t columnStep) const;
-    /// Sample by sample; of two planes of the same size.
-    Plane Minus(const Plane& other) const;
+    /// Low bits that are clear in all samples and were taken away.
+    unsigned ClearBits() const { return clearBits_; }
+    void SetClearBits(unsigned bits) { clearBits_ = bits; }
+
+    /// The same samples in rows of another length, of which their number is a multiple.
+    void Reshape(size_t columns);
+    /// The first columns only.
+    Plane Cropped(size_t columns) const;
 
   private:
-    size_t m_rows;
-    size_t m_columns;
-    std::vector<int32_t> m_samples;
+    size_t rows_;
+    size_t columns_;
+    unsigned clearBits_ = 0;
+    std::vector<int32_t> samples_;
 };
 
-/// Counts misses by sign and magnitude: a miss of k significant bits costs the entropy of its class and k - 1 bits
-/// more for its value in the class.
-class MissCounter {
-  public:
-    void Add(int32_t miss);
-    /// Bits per miss; 0 without any.
-    double BitsEach() const;
-
-  private:
-    static constexpr size_t kClasses = 2 * 32 + 1;
-    uint32_t m_counts[kClasses] = {};
-    uint64_t m_valueBits = 0;
-    uint64_t m_total = 0;
+/// Samples of a plane that are of one kind: those of every rowStep-th row from firstRow on, of every columnStep-th
+/// column from firstColumn on. The neighbour to the left is `left` columns away. With `minus` a sample stands for its
+/// difference from the one that many columns before it.
+struct Kind {
+    size_t firstRow = 0;
+    size_t rowStep = 1;
+    size_t firstColumn = 0;
+    size_t columnStep = 1;
+    size_t left = 1;
+    size_t minus = 0;
 };
 
 enum class Measure {
@@ -60,11 +61,11 @@ enum class Measure {
     kEntropy  ///< from the counts of the misses of the better of two predictors
 };
 
-/// Bits per sample of a plane whose samples are predicted from the one to the left, the one above and the one between
+/// Bits per sample of a kind when its samples are predicted from the one to the left, the one above and the one between
 /// these: by the mean of a and b or, for kEntropy, by the median of a, b and a + b - c if that is cheaper.
 ///
 ///     c b
 ///     a x
-double BitsPerSample(const Plane& plane, Measure measure);
+double BitsPerSample(const Plane& plane, const Kind& kind, Measure measure);
 
 }  // namespace VexaGuess
