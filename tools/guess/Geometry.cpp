@@ -31,7 +31,7 @@ constexpr double kCutThere = 0.05;
 constexpr size_t kNarrowest = 12;       ///< pixels
 constexpr double kMostEmptyRows = 0.4;  ///< more: padding as long as rows was taken for rows
 constexpr double kEmptyRows = 1;
-constexpr double kHalfRows = 0.5;
+constexpr double kWrongRows = 0.5;
 constexpr size_t kNarrow = 64;
 constexpr double kNarrowFrame = 0.2;
 constexpr double kHeaderInside = 0.005;
@@ -88,6 +88,35 @@ double EmptyRows(const Plane& samples) {
         empty += std::all_of(row, row + samples.Columns(), [row](int32_t value) { return value == row[0]; }) ? 1 : 0;
     }
     return static_cast<double>(empty) / static_cast<double>(samples.Rows());
+}
+
+/// How much samples of one site of a mosaic differ from those two and four rows and two columns further on, at the site
+/// where they differ most: dark colours vary little.
+double SiteDifference(const Plane& samples) {
+    double most = 0;
+    for (size_t r = 0; r < 2; ++r) {
+        for (size_t c = 0; c < 2; ++c) {
+            const double down = std::min(BlockDifference(samples, {4, 2, {r, r + 2}, {c, c}}),
+                                         BlockDifference(samples, {8, 2, {r, r + 4}, {c, c}}));
+            most = std::max({most, down, BlockDifference(samples, {2, 4, {r, r}, {c, c + 2}})});
+        }
+    }
+    return most;
+}
+
+/// Whether no diagonal of what was read as a mosaic has two sites that are alike, though samples of one site are: then
+/// its two rows are the halves of one, or of two different pictures.
+bool HasNoGreenDiagonal(const Plane& samples) {
+    const auto [green, other] =
+        std::minmax({BlockDifference(samples, kFromTopLeft), BlockDifference(samples, kFromTopRight)});
+    return 2 * green > other && green > 2 * SiteDifference(samples);
+}
+
+/// Whether every second column of what was read as grey is of another colour.
+bool HasColumnsOfTwoKinds(const Plane& samples) {
+    constexpr Pair kNext = {2, 4, {0, 0}, {0, 1}};
+    constexpr Pair kNextButOne = {2, 4, {0, 0}, {0, 2}};
+    return BlockDifference(samples, kNext) > 2 * BlockDifference(samples, kNextButOne);
 }
 
 size_t BytesOfSamples(const Hypothesis& hypothesis, size_t samples) {
@@ -326,7 +355,7 @@ class Cutter {
         geometry.penalty += m_header[offset] > 0 ? kHeaderInside : 0;
         geometry.penalty += geometry.rest > 0 ? kRest : 0;
         geometry.penalty += width < kNarrow && m_fileBytes > kNarrow * kNarrow * 16 ? kNarrowFrame : 0;
-        geometry.penalty += m_seam.alternates ? kHalfRows : 0;
+        geometry.penalty += m_seam.wrongRows ? kWrongRows : 0;
         geometry.penalty += m_seam.emptyRows > kMostEmptyRows ? kEmptyRows : 0;
         geometry.penalty += width % 2 + height % 2 > 0 ? kOddSize : 0;
         if (frames > 1) {
@@ -357,8 +386,9 @@ class Cutter {
             return;
         }
         geometry.stride = m_hypothesis.rowBytes;
-        // Two or three pixels may as well be the picture's own border.
-        const bool narrow = geometry.width + 3ull >= RowPixels(m_hypothesis) && wholeGroups;
+        // Two or three pixels may as well be the picture's own border, unless they fill a row up to whole words.
+        const bool fillsWords = m_hypothesis.rowBytes % 4 == 0 && BytesOfSamples(m_hypothesis, left) < 4;
+        const bool narrow = geometry.width + 3ull >= RowPixels(m_hypothesis) && wholeGroups && !fillsWords;
         geometry.penalty += left == 0 ? kUnseenPadding : narrow ? kNarrowPadding : -kPadding;
         m_found.push_back(geometry);
     }
@@ -387,6 +417,8 @@ Seam FindSeam(std::span<const uint8_t> bytes, const Hypothesis& hypothesis) {
     const std::vector<double> steps = Steps(samples, lag);
     Seam seam;
     seam.emptyRows = EmptyRows(samples);
+    seam.wrongRows = (hypothesis.sites == Sites::kBayer && HasNoGreenDiagonal(samples)) ||
+                     (hypothesis.sites == Sites::kMono && HasColumnsOfTwoKinds(samples));
     const auto [first, length] = ConstantColumns(samples);
     if (length > 0 && length < samples.Columns()) {
         const size_t end = (first + length) % samples.Columns();
@@ -416,7 +448,7 @@ Seam FindSeam(std::span<const uint8_t> bytes, const Hypothesis& hypothesis) {
     for (size_t i = 0; i < lag; ++i) {
         odd += oddSteps[(best + i) % oddSteps.size()];
     }
-    seam.alternates = seam.found && (odd < kFewSteps * bestSum || odd > (1 - kFewSteps) * bestSum);
+    seam.wrongRows |= seam.found && (odd < kFewSteps * bestSum || odd > (1 - kFewSteps) * bestSum);
     return seam;
 }
 

@@ -16,7 +16,7 @@ namespace VexaGuess {
 struct Seam {
     size_t byte = 0;            ///< of the row, from alignment on
     bool found = false;         ///< false where left and right edges are too alike to tell
-    bool alternates = false;    ///< it is there in every second row: a row was taken for two
+    bool wrongRows = false;     ///< rows are halves of rows, or two in one, or mix two kinds of samples
     double emptyRows = 0;       ///< the share of rows whose samples are all alike
     size_t paddingSamples = 0;  ///< samples before the seam that are the same in every row
 };

@@ -37,7 +37,7 @@ constexpr size_t kSecondLooks = 6;               ///< of each packing and sites
 constexpr size_t kNamedBytes = size_t{4} << 20;  ///< that depth and green sites are read off
 constexpr size_t kGeometriesEach = 3;
 constexpr double kLeaning = 0.1;
-constexpr double kRelated = 0.4;
+constexpr double kRelated = 0.1;
 constexpr double kUsualBits = 4;  ///< per byte, for which penalties are meant
 
 struct Ranked {
@@ -190,7 +190,9 @@ std::vector<Hypothesis> BestHypotheses(std::span<const uint8_t> bytes, uint64_t 
     LookAt(bytes, fileBytes, RowLengths(bytes, lags), tried, all);
     LookAt(bytes, fileBytes, RelatedLengths(all), tried, all);
     for (Hypothesis& hypothesis : all) {
-        hypothesis.isRelated = !sure.contains(hypothesis.rowBytes);
+        // Rows of a mosaic resemble those two rows further on, so that their lag is the one that stands out.
+        const size_t likeRows = hypothesis.sites == Sites::kBayer ? 2 : 1;
+        hypothesis.isRelated = !sure.contains(hypothesis.rowBytes) && !sure.contains(likeRows * hypothesis.rowBytes);
     }
     const double most = (all.empty() ? 0 : all.front().bitsPerByte) + kFarBehind;
     std::map<std::pair<Packing, Sites>, size_t> looks;
@@ -208,28 +210,6 @@ std::vector<Hypothesis> BestHypotheses(std::span<const uint8_t> bytes, uint64_t 
     }
     std::stable_sort(all.begin(), all.end(), Cheaper);
     return all;
-}
-
-/// Mean difference between the two sites of a diagonal, from the means of blocks, so that edges and texture do not
-/// count: small where both are green, at any light.
-double DiagonalDifference(const Plane& samples, size_t firstColumn) {
-    constexpr size_t kBlock = 16;
-    constexpr double kSitesOfBlock = kBlock / 2.0 * (kBlock / 2.0);
-    double sum = 0;
-    size_t blocks = 0;
-    for (size_t top = 0; top + kBlock <= samples.Rows(); top += kBlock) {
-        for (size_t left = 0; left + kBlock <= samples.Columns(); left += kBlock) {
-            int64_t difference = 0;
-            for (size_t r = top; r < top + kBlock; r += 2) {
-                for (size_t c = left; c < left + kBlock; c += 2) {
-                    difference += samples.Row(r)[c + firstColumn] - samples.Row(r + 1)[c + 1 - firstColumn];
-                }
-            }
-            sum += static_cast<double>(std::abs(difference)) / kSitesOfBlock;
-            ++blocks;
-        }
-    }
-    return blocks == 0 ? 0 : sum / static_cast<double>(blocks);
 }
 
 std::string PackingSuffix(const Hypothesis& hypothesis) {
@@ -288,8 +268,8 @@ std::vector<Name> Depths(const Plane& samples, const Hypothesis& hypothesis) {
 }
 
 std::vector<Name> BayerNames(const Plane& samples, const Hypothesis& hypothesis) {
-    const double fromTopLeft = DiagonalDifference(samples, 0);
-    const double fromTopRight = DiagonalDifference(samples, 1);
+    const double fromTopLeft = BlockDifference(samples, kFromTopLeft);
+    const double fromTopRight = BlockDifference(samples, kFromTopRight);
     const bool greenFirst = fromTopLeft < fromTopRight;
     const char* likely[] = {greenFirst ? "GR" : "RG", greenFirst ? "GB" : "BG"};
     const char* unlikely[] = {greenFirst ? "RG" : "GR", greenFirst ? "BG" : "GB"};

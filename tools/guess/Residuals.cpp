@@ -13,14 +13,14 @@
 namespace VexaGuess {
 
 void Plane::Reshape(size_t columns) {
-    rows_ = samples_.size() / columns;
-    columns_ = columns;
+    m_rows = m_samples.size() / columns;
+    m_columns = columns;
 }
 
 Plane Plane::Cropped(size_t columns) const {
-    Plane cropped(rows_, std::min(columns, columns_));
-    cropped.clearBits_ = clearBits_;
-    for (size_t r = 0; r < rows_; ++r) {
+    Plane cropped(m_rows, std::min(columns, m_columns));
+    cropped.m_clearBits = m_clearBits;
+    for (size_t r = 0; r < m_rows; ++r) {
         std::copy_n(Row(r), cropped.Columns(), cropped.Row(r));
     }
     return cropped;
@@ -34,14 +34,14 @@ class MissCounter {
   public:
     void Add(int32_t miss) {
         const auto magnitude = static_cast<uint32_t>(std::abs(miss));
-        ++counts_[miss < 0 ? 1 : 0][std::bit_width(magnitude)];
+        ++m_counts[miss < 0 ? 1 : 0][std::bit_width(magnitude)];
     }
 
     /// Bits per miss; 0 without any.
     double BitsEach() const {
         uint64_t total = 0;
         uint64_t valueBits = 0;
-        for (const auto& ofSign : counts_) {
+        for (const auto& ofSign : m_counts) {
             for (size_t bits = 0; bits < kClasses; ++bits) {
                 total += ofSign[bits];
                 valueBits += ofSign[bits] * (bits > 1 ? bits - 1 : 0);
@@ -51,7 +51,7 @@ class MissCounter {
             return 0;
         }
         double each = static_cast<double>(valueBits) / static_cast<double>(total);
-        for (const auto& ofSign : counts_) {
+        for (const auto& ofSign : m_counts) {
             for (const uint32_t count : ofSign) {
                 const double share = static_cast<double>(count) / static_cast<double>(total);
                 each -= count > 0 ? share * std::log2(share) : 0;
@@ -62,7 +62,7 @@ class MissCounter {
 
   private:
     static constexpr size_t kClasses = 33;
-    uint32_t counts_[2][kClasses] = {};
+    uint32_t m_counts[2][kClasses] = {};
 };
 
 /// Calls miss(row, a, b, c, x) for every sample that has its three neighbours; returns how many do.
@@ -131,6 +131,28 @@ double BitsPerSample(const Plane& plane, const Kind& kind, Measure measure) {
         return kind.minus != 0 ? RoughBits<true>(plane, kind) : RoughBits<false>(plane, kind);
     }
     return kind.minus != 0 ? EntropyBits<true>(plane, kind) : EntropyBits<false>(plane, kind);
+}
+
+double BlockDifference(const Plane& plane, const Pair& pair) {
+    constexpr size_t kBlock = 16;
+    const size_t cells = kBlock / pair.cellRows * (kBlock / pair.cellColumns);
+    double sum = 0;
+    size_t blocks = 0;
+    for (size_t top = 0; top + kBlock <= plane.Rows(); top += kBlock) {
+        for (size_t left = 0; left + kBlock <= plane.Columns(); left += kBlock) {
+            int64_t difference = 0;
+            for (size_t r = top; r < top + kBlock; r += pair.cellRows) {
+                const int32_t* const first = plane.Row(r + pair.row[0]) + pair.column[0];
+                const int32_t* const second = plane.Row(r + pair.row[1]) + pair.column[1];
+                for (size_t c = left; c < left + kBlock; c += pair.cellColumns) {
+                    difference += first[c] - second[c];
+                }
+            }
+            sum += static_cast<double>(std::abs(difference)) / static_cast<double>(cells);
+            ++blocks;
+        }
+    }
+    return blocks == 0 ? 0 : sum / static_cast<double>(blocks);
 }
 
 }  // namespace VexaGuess

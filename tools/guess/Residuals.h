@@ -21,16 +21,16 @@ inline constexpr double kUnpredictable = 16;
 /// Rows of samples, each row as long as the others.
 class Plane {
   public:
-    Plane(size_t rows, size_t columns) : rows_(rows), columns_(columns), samples_(rows * columns) {}
+    Plane(size_t rows, size_t columns) : m_rows(rows), m_columns(columns), m_samples(rows * columns) {}
 
-    size_t Rows() const { return rows_; }
-    size_t Columns() const { return columns_; }
-    int32_t* Row(size_t r) { return samples_.data() + r * columns_; }
-    const int32_t* Row(size_t r) const { return samples_.data() + r * columns_; }
+    size_t Rows() const { return m_rows; }
+    size_t Columns() const { return m_columns; }
+    int32_t* Row(size_t r) { return m_samples.data() + r * m_columns; }
+    const int32_t* Row(size_t r) const { return m_samples.data() + r * m_columns; }
 
     /// Low bits that are clear in all samples and were taken away.
-    unsigned ClearBits() const { return clearBits_; }
-    void SetClearBits(unsigned bits) { clearBits_ = bits; }
+    unsigned ClearBits() const { return m_clearBits; }
+    void SetClearBits(unsigned bits) { m_clearBits = bits; }
 
     /// The same samples in rows of another length, of which their number is a multiple.
     void Reshape(size_t columns);
@@ -38,10 +38,10 @@ class Plane {
     Plane Cropped(size_t columns) const;
 
   private:
-    size_t rows_;
-    size_t columns_;
-    unsigned clearBits_ = 0;
-    std::vector<int32_t> samples_;
+    size_t m_rows;
+    size_t m_columns;
+    unsigned m_clearBits = 0;
+    std::vector<int32_t> m_samples;
 };
 
 /// Samples of a plane that are of one kind: those of every rowStep-th row from firstRow on, of every columnStep-th
@@ -67,5 +67,20 @@ enum class Measure {
 ///     c b
 ///     a x
 double BitsPerSample(const Plane& plane, const Kind& kind, Measure measure);
+
+/// Two samples of a cell that repeats over a plane.
+struct Pair {
+    size_t cellRows;
+    size_t cellColumns;
+    size_t row[2];
+    size_t column[2];
+};
+
+/// The diagonals of a mosaic; one of them is green.
+inline constexpr Pair kFromTopLeft = {2, 2, {0, 1}, {0, 1}};
+inline constexpr Pair kFromTopRight = {2, 2, {0, 1}, {1, 0}};
+
+/// Mean difference of a pair, from the means of blocks, so that edges, texture and noise do not count.
+double BlockDifference(const Plane& plane, const Pair& pair);
 
 }  // namespace VexaGuess
