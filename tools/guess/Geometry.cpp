@@ -107,8 +107,21 @@ double SiteDifference(const Plane& samples) {
 /// Whether no diagonal of what was read as a mosaic has two sites that are alike, though samples of one site are: then
 /// its two rows are the halves of one, or of two different pictures.
 bool HasNoGreenDiagonal(const Plane& samples) {
-    const auto [green, other] =
-        std::minmax({BlockDifference(samples, kFromTopLeft), BlockDifference(samples, kFromTopRight)});
+    // By columns of blocks: a row may begin in the middle of one and go on in the next, with the other diagonal.
+    const std::vector<double> left = BlockDifferences(samples, kFromTopLeft);
+    const std::vector<double> right = BlockDifferences(samples, kFromTopRight);
+    const size_t columns = samples.Columns() / kBlock;
+    double green = 0;
+    double other = 0;
+    for (size_t column = 0; column < columns; ++column) {
+        double sums[2] = {};
+        for (size_t i = column; i < left.size(); i += columns) {
+            sums[0] += left[i] / static_cast<double>(left.size());
+            sums[1] += right[i] / static_cast<double>(left.size());
+        }
+        green += std::min(sums[0], sums[1]);
+        other += std::max(sums[0], sums[1]);
+    }
     return 2 * green > other && green > 2 * SiteDifference(samples);
 }
 
@@ -386,9 +399,8 @@ class Cutter {
             return;
         }
         geometry.stride = m_hypothesis.rowBytes;
-        // Two or three pixels may as well be the picture's own border, unless they fill a row up to whole words.
-        const bool fillsWords = m_hypothesis.rowBytes % 4 == 0 && BytesOfSamples(m_hypothesis, left) < 4;
-        const bool narrow = geometry.width + 3ull >= RowPixels(m_hypothesis) && wholeGroups && !fillsWords;
+        // Two or three pixels may as well be the picture's own border.
+        const bool narrow = geometry.width + 3ull >= RowPixels(m_hypothesis) && wholeGroups;
         geometry.penalty += left == 0 ? kUnseenPadding : narrow ? kNarrowPadding : -kPadding;
         m_found.push_back(geometry);
     }

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <numbers>
+#include <numeric>
 
 namespace VexaGuess {
 
@@ -133,11 +134,9 @@ double BitsPerSample(const Plane& plane, const Kind& kind, Measure measure) {
     return kind.minus != 0 ? EntropyBits<true>(plane, kind) : EntropyBits<false>(plane, kind);
 }
 
-double BlockDifference(const Plane& plane, const Pair& pair) {
-    constexpr size_t kBlock = 16;
+std::vector<double> BlockDifferences(const Plane& plane, const Pair& pair) {
     const size_t cells = kBlock / pair.cellRows * (kBlock / pair.cellColumns);
-    double sum = 0;
-    size_t blocks = 0;
+    std::vector<double> differences;
     for (size_t top = 0; top + kBlock <= plane.Rows(); top += kBlock) {
         for (size_t left = 0; left + kBlock <= plane.Columns(); left += kBlock) {
             int64_t difference = 0;
@@ -148,11 +147,16 @@ double BlockDifference(const Plane& plane, const Pair& pair) {
                     difference += first[c] - second[c];
                 }
             }
-            sum += static_cast<double>(std::abs(difference)) / static_cast<double>(cells);
-            ++blocks;
+            differences.push_back(static_cast<double>(std::abs(difference)) / static_cast<double>(cells));
         }
     }
-    return blocks == 0 ? 0 : sum / static_cast<double>(blocks);
+    return differences;
+}
+
+double BlockDifference(const Plane& plane, const Pair& pair) {
+    const std::vector<double> differences = BlockDifferences(plane, pair);
+    const double sum = std::accumulate(differences.begin(), differences.end(), 0.0);
+    return differences.empty() ? 0 : sum / static_cast<double>(differences.size());
 }
 
 }  // namespace VexaGuess

@@ -80,7 +80,13 @@ struct Pair {
 inline constexpr Pair kFromTopLeft = {2, 2, {0, 1}, {0, 1}};
 inline constexpr Pair kFromTopRight = {2, 2, {0, 1}, {1, 0}};
 
-/// Mean difference of a pair, from the means of blocks, so that edges, texture and noise do not count.
+inline constexpr size_t kBlock = 16;  ///< rows and columns
+
+/// Differences of a pair, from the means of blocks, so that edges, texture and noise do not count; row by row of
+/// blocks.
+std::vector<double> BlockDifferences(const Plane& plane, const Pair& pair);
+
+/// Their mean; 0 where there is no block.
 double BlockDifference(const Plane& plane, const Pair& pair);
 
 }  // namespace VexaGuess
