@@ -154,7 +154,7 @@ std::vector<size_t> RelatedLengths(const std::vector<Hypothesis>& all) {
         }
         const size_t length = hypothesis.rowBytes;
         if (lengths.insert(length).second) {
-            for (const size_t times : {1, 2, 3, 4, 6, 8, 12}) {
+            for (const size_t times : {1u, 2u, 3u, 4u, 6u, 8u, 12u}) {
                 if (length * times % 6 == 0 || times >= 6) {
                     related.push_back(length * times / 6);
                 }

@@ -78,7 +78,7 @@ size_t ForEachSample(const Plane& plane, const Kind& kind, Miss miss) {
     for (size_t r = kind.firstRow + kind.rowStep; r < plane.Rows(); r += kind.rowStep) {
         const int32_t* const row = plane.Row(r);
         const int32_t* const above = plane.Row(r - kind.rowStep);
-        const auto at = [minus](const int32_t* of, size_t c) { return kMinus ? of[c] - of[c - minus] : of[c]; };
+        const auto at = [&](const int32_t* of, size_t c) { return kMinus ? of[c] - of[c - minus] : of[c]; };
         for (size_t c = from; c < plane.Columns(); c += kind.columnStep) {
             miss(r, at(row, c - kind.left), at(above, c), at(above, c - kind.left), at(row, c));
             ++count;
