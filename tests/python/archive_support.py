@@ -73,7 +73,9 @@ def files_of(folder):
 
 def manifest_lines(out):
     path = Path(out) / ".vexacamutl" / "manifest.jsonl"
-    return [json.loads(line) for line in path.read_text().splitlines() if line] if path.exists() else []
+    text = path.read_text() if path.exists() else ""
+    # The last line may be half written: another process adds lines meanwhile.
+    return [json.loads(line) for line in text[:text.rfind("\n") + 1].splitlines() if line]
 
 
 def results_in(out):
