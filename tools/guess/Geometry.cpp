@@ -433,7 +433,7 @@ Seam FindSeam(std::span<const uint8_t> bytes, const Hypothesis& hypothesis) {
                      (hypothesis.sites == Sites::kMono && HasColumnsOfTwoKinds(samples));
     const auto [first, length] = ConstantColumns(samples);
     if (length > 0 && length < samples.Columns()) {
-        const size_t end = (first + length) % samples.Columns();
+        const size_t end = first + length < samples.Columns() ? first + length : first + length - samples.Columns();
         seam.byte = BytesOfSamples(hypothesis, end / lag * lag);
         seam.found = true;
         seam.paddingSamples = length;

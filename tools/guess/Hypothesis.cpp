@@ -25,8 +25,8 @@ constexpr double kNothing = 9;    ///< more than bytes without any structure cos
 
 /// Bits of a row for one kind of sample.
 double KindBits(const Plane& samples, const Kind& kind, Measure measure) {
-    const auto columns = static_cast<double>(samples.Columns() / kind.columnStep);
-    return BitsPerSample(samples, kind, measure) * columns / static_cast<double>(kind.rowStep);
+    const size_t columns = samples.Columns() / kind.columnStep;
+    return BitsPerSample(samples, kind, measure) * static_cast<double>(columns) / static_cast<double>(kind.rowStep);
 }
 
 /// Each colour of a 2 x 2 cell by itself.
