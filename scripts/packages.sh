@@ -15,7 +15,7 @@ PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-
     libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base
     gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-x
     xvfb xauth python3-gi gir1.2-gstreamer-1.0 ffmpeg python3-z3
-    python3-dask python3-distributed python3-numcodecs python3-zarr parallel)
+    python3-dask python3-distributed python3-numcodecs python3-zarr parallel llvm-19)
 PACKAGES_DOCS=(doxygen python3)
 PACKAGES_BENCH=(libbenchmark-dev valgrind libyuv-dev libdc1394-dev libswscale-dev libavutil-dev
     libopencv-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-bad python3-matplotlib
