@@ -120,7 +120,7 @@ def test_incomplete_frames_are_not_exported(page, tool):
                         ".map((id) => document.getElementById(id).disabled)")
     assert all(disabled) and len(disabled) == 5
     page.press("s")
-    assert page.message == "There is no whole frame to export."
+    assert page.message == "No frame is complete, so nothing can be exported."
 
 
 @pytest.mark.parametrize("typed, element", [("-3", "width"), ("1.5", "height"), ("-1", "offset"), ("99", "shift")])

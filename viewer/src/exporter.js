@@ -34,7 +34,7 @@ export class Exporter {
 
     async saveAs(extension, make) {
         if (!this.whole) {
-            this.viewer.panels.message('There is no whole frame to export.');
+            this.viewer.panels.message('No frame is complete, so nothing can be exported.');
             return;
         }
         const name = exportName(this.viewer.source, this.viewer.settings, extension);
