@@ -219,7 +219,8 @@ std::vector<std::string> Line(Fuzz::Input& input) {
     if ((start & 1) != 0) {
         words.insert(words.end(), {"-f", std::string(kValues[input.Byte() % 7])});
     }
-    if ((start & 2) != 0) {
+    // Without a size synth draws large frames, and nothing else is fast then.
+    if ((start & 2) != 0 || words[1] == "synth") {
         words.insert(words.end(), {"-s", std::string(kValues[7 + input.Byte() % 4])});
     }
     if ((start & 4) != 0) {
