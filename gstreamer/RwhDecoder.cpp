@@ -18,6 +18,7 @@ struct Decoder {
     GstBaseParse parent;
     gint rate[2];  ///< frames per second: numerator, denominator
     RwhHeader header;
+    bool sawBytes;  ///< since the start
 };
 
 struct DecoderClass {
@@ -39,6 +40,7 @@ gboolean Start(GstBaseParse* parse) {
     gst_base_parse_set_min_frame_size(parse, kRwhHeaderBytes);
     gst_base_parse_set_syncable(parse, FALSE);
     Self(parse)->header = {};
+    Self(parse)->sawBytes = false;
     return TRUE;
 }
 
@@ -71,6 +73,7 @@ GstBuffer* TakeFrame(GstBuffer* file, const RwhHeader& header, const Format& for
 
 GstFlowReturn HandleFrame(GstBaseParse* parse, GstBaseParseFrame* frame, gint* skip) {
     *skip = 0;
+    Self(parse)->sawBytes = true;
     const gsize bytes = gst_buffer_get_size(frame->buffer);
     guint8 words[kRwhHeaderBytes];
     if (gst_buffer_extract(frame->buffer, 0, words, sizeof words) < sizeof words) {
@@ -139,9 +142,19 @@ void InitClass(gpointer type) {
     parse->handle_frame = HandleFrame;
 }
 
+/// The base class lets a stream without a byte end like any other.
+GstPadProbeReturn WatchEnd(GstPad*, GstPadProbeInfo* info, gpointer parse) {
+    if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_EOS && !Self(parse)->sawBytes) {
+        Refuse(GST_BASE_PARSE(parse), "an RWH file is empty");
+    }
+    return GST_PAD_PROBE_OK;
+}
+
 void InitObject(GTypeInstance* instance) {
     Self(instance)->rate[0] = 25;
     Self(instance)->rate[1] = 1;
+    gst_pad_add_probe(GST_BASE_PARSE_SRC_PAD(instance), GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM, WatchEnd, instance,
+                      nullptr);
 }
 
 void FindRwh(GstTypeFind* find, gpointer) {

@@ -127,6 +127,13 @@ TEST(RwhRefusals, EveryTruncation) {
     }
 }
 
+TEST(RwhRefusals, AStreamWithoutAByte) {
+    Harness harness("vexarwhdec");
+    harness.SetInput(VexaGst::kRwhMediaType);
+    gst_harness_push_event(harness.Get(), gst_event_new_eos());
+    EXPECT_EQ(harness.Error(), "an RWH file is empty");
+}
+
 TEST(RwhRefusals, WrongHeaders) {
     const auto with = [](size_t word, uint8_t value) {
         Bytes file = FileOf(PIXEL_FORMAT_BAYER_RG8, 4, 4, Bytes(16));

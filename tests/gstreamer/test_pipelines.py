@@ -114,6 +114,11 @@ def test_errors_leave_nothing_behind(scene):
     (scene / "short.rwh").write_bytes((scene / "scene.rwh").read_bytes()[:1000])
     text = launch_failing(scene, "filesrc location=short.rwh ! vexarwhdec ! vexaconvert ! fakesink")
     assert "an RWH file ends early: it holds 1000 of 38416 bytes" in text
+    (scene / "empty.rwh").touch()
+    text = launch_failing(scene, "filesrc location=empty.rwh ! queue ! vexarwhdec ! fakesink")
+    assert "an RWH file is empty" in text
+    text = launch_failing(scene, "filesrc location=empty.rwh ! vexarwhdec ! fakesink")  # GStreamer's own words
+    assert "ERROR: from element /GstPipeline:pipeline0/VexaRwhDec" in text
     text = launch_failing(scene, "videotestsrc num-buffers=1 ! video/x-bayer,format=rggb,width=161,height=120",
                           "! vexaconvert ! fakesink")
     assert "161 x 120 pixels: BayerRG8 frames have widths that are a multiple of 2, and even heights" in text
