@@ -69,11 +69,17 @@ def cli(*files: str) -> Test:
 
 
 def package(*files: str) -> Test:
-    return pytests("python", ("VexaCamUtl", "VexaCamFrames"),
-                   {"VEXACAMUTL_LIBRARY": "{build}/src/libVexaCamUtl_64.so.1",
+    return pytests("python", ("VexaCamUtl", "VexaCamFrames", "vexacamutl"),
+                   {"VEXACAMUTL": "{build}/tools/vexacamutl/vexacamutl",
+                    "VEXACAMUTL_TOOL": "{build}/tools/vexacamutl/vexacamutl",
+                    "VEXACAMUTL_LIBRARY": "{build}/src/libVexaCamUtl_64.so.1",
                     "VEXACAMUTL_FRAMES_LIBRARY": "{build}/frames/libVexaCamFrames.so.0",
                     "PYTHONPATH": "{root}/python"}, *files)
 
+
+PIPELINES = pytests("gstreamer", ("gstvexacamutl", "vexacamutl"),
+                    {"GST_PLUGIN_PATH": "{build}/gstreamer/plugin", "GST_REGISTRY": "{build}/pipelines.registry",
+                     "PATH": "{build}/tools/vexacamutl:" + os.environ.get("PATH", os.defpath)}, "test_pipelines.py")
 
 CHOICE = program("kernels", "kernels_test", "ProcessorChoice.*")
 CONVERTERS = [program("kernels", "kernels_test", "*Digests*:ProcessorChoice.*"), program("unit", "unit_convert_test"),
@@ -96,13 +102,17 @@ SUITES: dict[str, list[Test]] = {
                     program("abi", "abi_test")],
     "src/imagefile": [*IMAGE_FILES, program("kernels", "kernels_test", "*Revers*")],
     "frames": [program("frames", "frames_test")],
-    "gstreamer": [program("gstreamer", "gstreamer_threads_test"), program("gstreamer", "gstreamer_test")],
+    "gstreamer": [program("gstreamer", "gstreamer_threads_test"), program("gstreamer", "gstreamer_test"), PIPELINES],
     "tools/guess": [program("guess", "guess_test"), cli("test_verbs.py")],
     "tools": [cli("test_promises.py"), cli("test_verbs.py", "test_convert.py"), cli("test_mistakes.py", "test_help.py"),
               cli()],
     "python/vexacamutl": [package("test_numbers.py", "test_names.py", "test_formats.py", "test_arrays.py"),
                           package("test_files.py", "test_output.py", "test_reversal.py", "test_library.py"),
+                          package("test_edges.py", "test_loading.py", "test_frames.py"),
                           package("test_converters.py", "test_buffers.py")],
+    "python/vexacamutl/archive": [package("test_archive_names.py", "test_archive.py", "test_archive_parts.py"),
+                                  package("test_archive_convert.py", "test_archive_command.py"),
+                                  package("test_archive_page.py", "test_archive_cluster.py")],
 }
 
 # The layer for NEON, cross-built.
