@@ -19,7 +19,7 @@ PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-
 PACKAGES_DOCS=(doxygen python3)
 PACKAGES_BENCH=(libbenchmark-dev valgrind libyuv-dev libdc1394-dev libswscale-dev libavutil-dev
     libopencv-dev libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-bad python3-matplotlib
-    llvm-19 binutils)
+    python3-numpy ffmpeg llvm-19 binutils)
 PACKAGES_CHECK=(clang clang-format clang-tidy libclang-rt-dev shellcheck lintian)
 PACKAGES_PACKAGE=(dpkg-dev debhelper dh-python lintian git python3 python3-numpy
     libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools)
