@@ -11,16 +11,22 @@
  *     VEXA_END_AT_NAMES       SIGTERM arrives right after a file got a name, or just before it is renamed
  *     VEXA_END_AT=CALL:N:SIG  the Nth call of open, write, name (link, rename) or fsync sends signal SIG to the
  *                             process; after it no thread writes any more, so that the process cannot end by itself
+ *     VEXA_FAIL=CALL:N:ERROR  the Nth call of CALL since main() began (-1: every one) fails with this error number;
+ *                             the file that VEXA_CALLS names then holds how many there were
  */
+#include <dirent.h>
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <signal.h>
 #include <stdarg.h>
 #include <stdatomic.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -46,6 +52,37 @@ static void count(const char* call) {
     if (atomic_fetch_add(&calls, 1) + 1 == number) {
         atomic_store(&ended, 1);
         kill(getpid(), (int)strtol(rest + 1, NULL, 10));
+    }
+}
+
+static atomic_int began; /* main() has opened its first file, the folder "/" */
+static atomic_int failable;
+
+/* Whether this call is the one that has to fail, with errno set. */
+static int fails(const char* call) {
+    const char* wanted = getenv("VEXA_FAIL");
+    const size_t length = strlen(call);
+    if (atomic_load(&began) == 0 || wanted == NULL || strncmp(wanted, call, length) != 0 || wanted[length] != ':') {
+        return 0;
+    }
+    char* rest;
+    const long number = strtol(wanted + length + 1, &rest, 10);
+    if (atomic_fetch_add(&failable, 1) + 1 != number && number != -1) {
+        return 0;
+    }
+    errno = (int)strtol(rest + 1, NULL, 10);
+    return 1;
+}
+
+__attribute__((destructor)) static void tell_calls(void) {
+    const char* path = getenv("VEXA_CALLS");
+    if (path == NULL) {
+        return;
+    }
+    FILE* file = fopen(path, "w");
+    if (file != NULL) {
+        fprintf(file, "%d", atomic_load(&failable));
+        fclose(file);
     }
 }
 
@@ -78,6 +115,11 @@ static int before_open(const char* path, int flags) {
     }
     if (hidden(path)) {
         return ENOENT;
+    }
+    if (strcmp(path, "/") == 0) {
+        atomic_store(&began, 1);
+    } else if (fails("open")) {
+        return errno;
     }
     if (is_set("VEXA_REQUIRE_CLOEXEC") && (flags & O_CLOEXEC) == 0) {
         abort();
@@ -137,6 +179,9 @@ ssize_t ours_read(int fd, void* bytes, size_t size) {
         errno = EINTR;
         return -1;
     }
+    if (fails("read")) {
+        return -1;
+    }
     ssize_t (*next)(int, void*, size_t);
     NEXT(next, "read");
     return next(fd, bytes, some);
@@ -153,6 +198,9 @@ ssize_t ours_write(int fd, const void* bytes, size_t size) {
         errno = EINTR;
         return -1;
     }
+    if (fails("write")) {
+        return -1;
+    }
     ssize_t (*next)(int, const void*, size_t);
     NEXT(next, "write");
     return next(fd, bytes, some);
@@ -161,6 +209,9 @@ ssize_t write(int, const void*, size_t) ALIAS(write);
 
 int ours_fsync(int fd) {
     count("fsync");
+    if (fails("fsync")) {
+        return -1;
+    }
     int (*next)(int);
     NEXT(next, "fsync");
     return next(fd);
@@ -184,6 +235,9 @@ int ours_linkat(int from, const char* path, int to, const char* name, int flags)
         return -1;
     }
     count("name");
+    if (fails("linkat")) {
+        return -1;
+    }
     int (*next)(int, const char*, int, const char*, int);
     NEXT(next, "linkat");
     const int result = next(from, path, to, name, flags);
@@ -197,6 +251,9 @@ int linkat(int, const char*, int, const char*, int) ALIAS(linkat);
 int ours_rename(const char* path, const char* name) {
     count("name");
     end_at_name();
+    if (fails("rename")) {
+        return -1;
+    }
     int (*next)(const char*, const char*);
     NEXT(next, "rename");
     return next(path, name);
@@ -206,8 +263,66 @@ int rename(const char*, const char*) ALIAS(rename);
 int ours_renameat2(int from, const char* path, int to, const char* name, unsigned flags) {
     count("name");
     end_at_name();
+    if (fails("rename")) {
+        return -1;
+    }
     int (*next)(int, const char*, int, const char*, unsigned);
     NEXT(next, "renameat2");
     return next(from, path, to, name, flags);
 }
 int renameat2(int, const char*, int, const char*, unsigned) ALIAS(renameat2);
+
+/* Calls that do nothing here but fail. */
+#define DEFINE_FAILING(type, failure, name, parameters, arguments) \
+    type ours_##name parameters {                                  \
+        if (fails(#name)) {                                        \
+            return failure;                                        \
+        }                                                          \
+        type(*next) parameters;                                    \
+        NEXT(next, #name);                                         \
+        return next arguments;                                     \
+    }                                                              \
+    type name parameters ALIAS(name);
+
+DEFINE_FAILING(int, -1, close, (int fd), (fd))
+DEFINE_FAILING(int, -1, fstat, (int fd, struct stat* status), (fd, status))
+DEFINE_FAILING(int, -1, fchmod, (int fd, mode_t mode), (fd, mode))
+DEFINE_FAILING(int, -1, fchown, (int fd, uid_t user, gid_t group), (fd, user, group))
+DEFINE_FAILING(int, -1, unlink, (const char* path), (path))
+DEFINE_FAILING(int, -1, faccessat, (int folder, const char* path, int mode, int flags), (folder, path, mode, flags))
+DEFINE_FAILING(ssize_t, -1, readlink, (const char* path, char* to, size_t size), (path, to, size))
+DEFINE_FAILING(DIR*, NULL, fdopendir, (int fd), (fd))
+DEFINE_FAILING(int, -1, memfd_create, (const char* name, unsigned flags), (name, flags))
+DEFINE_FAILING(int, -1, mkostemp, (char* name, int flags), (name, flags))
+DEFINE_FAILING(ssize_t, -1, pread, (int fd, void* bytes, size_t size, off_t from), (fd, bytes, size, from))
+DEFINE_FAILING(void*, MAP_FAILED, mmap, (void* at, size_t size, int rights, int flags, int fd, off_t from),
+               (at, size, rights, flags, fd, from))
+
+int ours_pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*work)(void*), void* argument) {
+    if (fails("pthread_create")) {
+        return errno;
+    }
+    int (*next)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+    NEXT(next, "pthread_create");
+    return next(thread, how, work, argument);
+}
+int pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*) ALIAS(pthread_create);
+
+char* ours_realpath(const char* path, char* resolved) {
+    if (hidden(path)) {
+        errno = ENOENT;
+        return NULL;
+    }
+    char* (*next)(const char*, char*);
+    NEXT(next, "realpath");
+    return next(path, resolved);
+}
+char* realpath(const char*, char*) ALIAS(realpath);
+
+extern void* __libc_malloc(size_t size);
+
+/* dlsym may allocate, so it is not asked. */
+void* ours_malloc(size_t size) {
+    return fails("malloc") ? NULL : __libc_malloc(size);
+}
+void* malloc(size_t) ALIAS(malloc);

@@ -208,24 +208,6 @@ size_t SitePeriod(Sites sites) {
     return 1;
 }
 
-unsigned DepthOf(Packing packing) {
-    switch (packing) {
-        case Packing::kBytes:
-            return 8;
-        case Packing::kWords:
-            return 16;
-        case Packing::kBits10:
-        case Packing::k10Packed:
-        case Packing::kCsi2Raw10:
-            return 10;
-        case Packing::kBits12:
-        case Packing::k12Packed:
-        case Packing::kCsi2Raw12:
-            return 12;
-    }
-    return 8;
-}
-
 size_t UnitBytes(Packing packing, Sites sites) {
     return GroupOf(packing).bytes * (SitePeriod(sites) > 2 ? SitePeriod(sites) : 1);
 }

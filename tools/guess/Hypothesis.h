@@ -65,9 +65,6 @@ GroupSize GroupOf(Packing packing);
 /// Samples that repeat as one unit along a row: 2 for a mosaic, 3 for colour, 4 for UYVY ...
 size_t SitePeriod(Sites sites);
 
-/// Significant bits, by the packing; 16 for words.
-unsigned DepthOf(Packing packing);
-
 /// Bytes after which packing and sites repeat together along a row; rows begin at a multiple of it from `alignment` on.
 size_t UnitBytes(Packing packing, Sites sites);
 

@@ -62,11 +62,4 @@ void Progress::Note(const std::string& line) {
     SayLine(line);
 }
 
-std::string Progress::Summary() const {
-    char text[80];
-    static_cast<void>(std::snprintf(text, sizeof text, "%llu %s in %.1f s", static_cast<unsigned long long>(m_frames),
-                                    m_frames == 1 ? "frame" : "frames", Seconds()));
-    return text;
-}
-
 }  // namespace VexaTool

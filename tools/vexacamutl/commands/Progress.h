@@ -28,10 +28,6 @@ class Progress {
     /// Prints a line for people without tearing the progress line.
     void Note(const std::string& line);
 
-    bool Shown() const { return m_shown; }
-    /// "120 frames in 2.1 s"
-    std::string Summary() const;
-
   private:
     using Clock = std::chrono::steady_clock;
     double Seconds() const { return std::chrono::duration<double>(Clock::now() - m_start).count(); }

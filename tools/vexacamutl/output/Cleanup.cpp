@@ -41,7 +41,8 @@ bool s_endsByClosedPipe = true;
 
 bool IsIgnored(int number) {
     struct sigaction action = {};
-    return sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+    static_cast<void>(sigaction(number, nullptr, &action));
+    return action.sa_handler == SIG_IGN;
 }
 
 /// Those that end a process from outside; what the parent ignores stays ignored (nohup).

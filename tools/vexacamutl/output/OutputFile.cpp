@@ -23,9 +23,9 @@ namespace {
 constexpr mode_t kFileMode = 0666;  // the process's mask takes its part
 constexpr mode_t kPermissions = 0777;
 
+/// Of a path that FindDestination made, which has one.
 std::string FolderOf(const std::string& path) {
-    const std::string folder = std::filesystem::path(path).parent_path().string();
-    return folder.empty() ? "." : folder;
+    return std::filesystem::path(path).parent_path().string();
 }
 
 /// With a wider pipe, reader and writer wait for each other less often. A file that is not a pipe answers -1, and the

@@ -106,8 +106,8 @@ bool WriteRows(TIFF* tiff, const Picture& picture) {
     for (uint32_t r = 0; r < picture.height; ++r) {
         if (picture.channels == 1) {
             std::copy_n(picture.Row(r), row.size(), row.begin());
-        } else if (ConvRGB8PToBGR(row.data(), picture.Row(r), picture.width, 1) != UTL_STS_SUCCESS) {
-            return false;
+        } else {
+            static_cast<void>(ConvRGB8PToBGR(row.data(), picture.Row(r), picture.width, 1));
         }
         if (TIFFWriteScanline(tiff, row.data(), r, 0) != 1) {
             return false;
