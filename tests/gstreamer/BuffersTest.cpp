@@ -93,6 +93,23 @@ TEST(Buffers, LyingStridesAndOffsetsAreRefused) {
     }
 }
 
+TEST(Buffers, MetadataWithoutAPlaneSaysNothing) {
+    Harness harness("vexaconvert");
+    harness.SetCaps("video/x-raw,format=GRAY8,width=16,height=2", "video/x-raw,format=GRAY8");
+    const Bytes frame = RandomBytes(32, 5);
+    GstBuffer* const buffer = BufferOf(frame);
+    gst_buffer_add_video_meta(buffer, GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_GRAY8, 16, 2)->n_planes = 0;
+    EXPECT_TRUE(harness.Convert(buffer) == frame);
+}
+
+TEST(Buffers, LessThanARowIsRefused) {
+    Harness harness("vexaconvert row-stride=16");
+    harness.SetCaps("video/x-raw,format=GRAY8,width=16,height=2", "video/x-raw,format=BGRx");
+    const GuardedBytes guarded(5);
+    EXPECT_EQ(harness.Push(guarded.Wrap()), GST_FLOW_ERROR);
+    EXPECT_EQ(harness.Error().rfind("the buffer ends early: of its 5 bytes", 0), 0u);
+}
+
 TEST(Buffers, RowStrideTooLargeOrTooSmallIsRefused) {
     for (const auto& [stride, says] : {std::pair{"17", "the buffer ends early"}, {"15", "a stride of 15 bytes"}}) {
         Harness harness((std::string("vexaconvert row-stride=") + stride).c_str());

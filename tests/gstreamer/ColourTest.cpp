@@ -60,6 +60,12 @@ TEST(Colour, AdaptiveModeOfTwelveBits) {
     EXPECT_TRUE(ConvertWith("bayer-mode=adaptive", kBayer12, frame) == Wanted(kBayer12, frame, settings));
 }
 
+TEST(Colour, AdaptiveModeLeavesGreyFrames) {
+    const Bytes frame = RandomBytes(kWidth * kHeight, 1);
+    const InputCase grey = {"video/x-raw,format=GRAY8", PIXEL_FORMAT_MONO8};
+    EXPECT_TRUE(ConvertWith("bayer-mode=adaptive", grey, frame) == ConvertWith("", grey, frame));
+}
+
 TEST(Colour, GreyMosaic) {
     const Bytes frame = RandomBytes(kWidth * kHeight, 3);
     const Bytes picture = ConvertWith("grey=true", kBayer8, frame);
@@ -212,6 +218,7 @@ TEST(Colour, MatricesOfYuv) {
     ExpectMatrix("video/x-raw,format=UYVY,colorimetry=1:4:0:0", 0.299, 0.114);
     ExpectMatrix("video/x-raw,format=UYVY,colorimetry=1:3:0:0", 0.2126, 0.0722);
     ExpectMatrix("video/x-raw,format=UYVY,colorimetry=1:6:0:0", 0.2627, 0.0593);
+    ExpectMatrix("video/x-raw,format=UYVY,colorimetry=1:2:0:0", 0.30, 0.11);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 // Copyright (c) the Vexa camera utility library authors
 //
 // What vexaconvert agrees to, what it refuses and with which words.
+#include <gst/base/gstbasetransform.h>
+
 #include "Support.h"
 
 using namespace GstTest;
@@ -152,6 +154,25 @@ TEST(Negotiation, AllocationQueryWelcomesStrides) {
         gst_query_unref(query);
         gst_caps_unref(caps);
     }
+}
+
+/// What the base class asks for where it has no pool.
+TEST(Negotiation, SizesOfBuffersFollowTheCapsOfTheirSide) {
+    const Harness harness("vexaconvert");
+    auto* const element = GST_BASE_TRANSFORM(harness.Element());
+    const auto sizeOf = [element](const char* text) {
+        GstCaps* const caps = gst_caps_from_string(text);
+        gsize bytes = 1;
+        const gboolean known =
+            GST_BASE_TRANSFORM_GET_CLASS(element)->transform_size(element, GST_PAD_SINK, caps, 1, caps, &bytes);
+        EXPECT_EQ(known != FALSE, bytes != 0);
+        gst_caps_unref(caps);
+        return bytes;
+    };
+    EXPECT_EQ(sizeOf("video/x-raw,format=BGRx,width=20,height=4"), 320u);
+    EXPECT_EQ(sizeOf("video/x-raw,format=BGR,width=19,height=4"), 240u);        // rows of 57 bytes, padded to 60
+    EXPECT_EQ(sizeOf("video/x-bayer,format=rggb12p,width=20,height=4"), 128u);  // of 30 bytes, to 32
+    EXPECT_EQ(sizeOf("video/x-bayer,format=rggb,width=20"), 0u);
 }
 
 TEST(Negotiation, AllocationOfCapsWithoutASizeIsNotAnswered) {

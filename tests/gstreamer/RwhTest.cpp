@@ -143,8 +143,22 @@ TEST(RwhRefusals, WrongHeaders) {
     EXPECT_EQ(Refusal(with(0, 0xFF)), "not an RWH file: unknown pixel format 0x010800ff");
     EXPECT_EQ(Refusal(with(1, 0)), "an RWH header of 0 x 4 pixels does not fit its format");
     EXPECT_EQ(Refusal(with(2, 3)), "an RWH header of 4 x 3 pixels does not fit its format");
+    EXPECT_EQ(Refusal(with(2, 0)), "an RWH header of 4 x 0 pixels does not fit its format");
+    EXPECT_EQ(Refusal({9, 0, 8, 1, 0, 0, 1, 0, 4, 0, 0, 0, 0, 0, 1, 0}),
+              "an RWH header of 65536 x 4 pixels does not fit its format");
+    EXPECT_EQ(Refusal({9, 0, 8, 1, 4, 0, 0, 0, 0, 0, 1, 0, 4, 0, 0, 0}),
+              "an RWH header of 4 x 65536 pixels does not fit its format");
     EXPECT_EQ(Refusal(with(3, 5)), "not an RWH file: a row of 4 pixels does not take 5 bytes");
     EXPECT_EQ(Refusal(Bytes(100, 'x')), "not an RWH file: unknown pixel format 0x78787878");
+}
+
+TEST(RwhRefusals, CapsThatNobodyTakes) {
+    const Bytes file = FileOf(PIXEL_FORMAT_MONO8, 5, 3, RandomBytes(15, 1));
+    Harness harness("vexarwhdec ! capsfilter caps=video/x-raw,format=RGB");
+    harness.SetInput(VexaGst::kRwhMediaType);
+    harness.Push(BufferOf(file));
+    EXPECT_NE(harness.Push(BufferOf(file)), GST_FLOW_OK);
+    EXPECT_EQ(gst_harness_buffers_received(harness.Get()), 0u);
 }
 
 TEST(RwhRefusals, FramesOf2GiB) {
@@ -212,6 +226,18 @@ TEST(RwhRefusals, RowsThatEndWithinAByte) {
     harness.SetInput("video/x-bayer,format=rggb10p,width=6,height=4,framerate=25/1");
     EXPECT_NE(harness.Push(BufferOf(Bytes(30))), GST_FLOW_OK);
     EXPECT_NE(harness.Error(), "");
+}
+
+/// Elements that know nothing of this one take the padding of their format for granted, 4 bytes for grey.
+TEST(RwhDecoder, RowsArePaddedAsGStreamerPadsThem) {
+    const Bytes frame = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+    Harness harness("vexarwhdec");
+    harness.SetInput(VexaGst::kRwhMediaType);
+    ASSERT_EQ(harness.Push(BufferOf(FileOf(PIXEL_FORMAT_MONO8, 5, 2, frame))), GST_FLOW_OK);
+    gst_harness_push_event(harness.Get(), gst_event_new_eos());
+    GstBuffer* const padded = gst_harness_pull(harness.Get());
+    EXPECT_EQ(BytesOf(padded), (Bytes{1, 2, 3, 4, 5, 0, 0, 0, 6, 7, 8, 9, 10, 0, 0, 0}));
+    gst_buffer_unref(padded);
 }
 
 TEST(RwhDecoder, FramesFollowTheFrameRate) {
