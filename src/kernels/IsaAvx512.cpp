@@ -29,6 +29,9 @@ constexpr const KernelTable& kFallback = kAvx2Table;
 #include "kernels/simd/Acpi.inc"
 #include "kernels/simd/Bayer8.inc"
 #include "kernels/simd/BayerN.inc"
+
+#include "kernels/simd/BayerNInOrder.inc"
+
 #include "kernels/simd/Copy.inc"
 #include "kernels/simd/Mono.inc"
 #include "kernels/simd/PackedColour.inc"
