@@ -125,9 +125,9 @@ void Batch::Convert(FrameEncoder& encoder, const Task& task, std::vector<uint8_t
         const RawShape tight = TightShape(shape);
         const Bytes frame = TightFrame(shape, task.file->frames.Frame(task.frame), scratch);
         const Bytes encoded = encoder.Encode(tight, frame);
-        Write(path, encoded, tight);
         line.bytes = encoded.size();
-        line.crc32 = m_report.Checksum(encoded);
+        line.crc32 = m_report.Checksum(encoded);  // before it is written: it is in the cache
+        Write(path, encoded, tight);
         if (m_options.checkRange) {
             task.file->range.Add(tight, frame);
         }
