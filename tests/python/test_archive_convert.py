@@ -480,13 +480,19 @@ def test_many_inputs_in_few_commands(tmp_path, monkeypatch):
     assert list(_tool.in_portions([])) == []
 
 
-@pytest.mark.parametrize("todo,threads,wanted,size,expected", [
-    (1000, 2, None, 1 << 20, 64), (1000, 2, 7, 1 << 20, 7), (100, 2, None, 1 << 20, 12), (3, 2, None, 10, 1),
-    (10**6, 4, None, 10, 512), (1000, 1, None, 1 << 30, 1)])
-def test_batches(todo, threads, wanted, size, expected):
-    class Fake:
-        nbytes = size * 10
-
-        def __len__(self):
-            return 10
-    assert _convert.batch_size(Fake(), todo, threads, wanted) == expected
+@pytest.mark.parametrize("frames,threads,wanted,size,expected", [
+    (1000, 2, None, 1 << 20, [250, 187, 140, 105, 79, 59, 45, 33, 32, 32, 32, 6]),
+    (1000, 2, 300, 1 << 20, [300, 300, 300, 100]),
+    (100, 2, None, 1 << 20, [25, 18, 14, 12, 12, 12, 7]),
+    (3, 2, None, 10, [1, 1, 1]),
+    (1600, 1, None, 10, [512, 512, 288, 144, 72, 64, 8]),
+    (3, 1, None, 1 << 30, [1, 1, 1]),
+    (5, 1, None, 0, [2, 1, 1, 1])])
+def test_batches(frames, threads, wanted, size, expected):
+    """Large ones first, and small ones at the end."""
+    sizes = _convert.BatchSizes(frames, size, threads, 256 << 20, wanted)
+    taken: list[int] = []
+    while sum(taken) < frames:
+        left = frames - sum(taken)
+        taken.append(min(left, sizes.next(left)))
+    assert taken == expected

@@ -32,9 +32,8 @@ from ._slurm import WORKERS, SlurmPool
 from ._tool import find_tool, tool_version
 from ._worker import Batch, Job, Missed, Outcome
 
-BATCH_BYTES = 64 << 20
 BATCH_FRAMES = 512
-_BATCHES_PER_WORKER = 4
+_LEAST_PART = 8  # of the largest batch: below it starting the tool costs too much
 _TRIES = 2
 _DEATHS = 10
 _MOST_JOBS = 1024
@@ -87,13 +86,18 @@ def open_pool(scheduler: Any, job: Job, options: Options, say: Callable[[str], N
     return DaskPool(getattr(scheduler, "scheduler_address", scheduler), job, options.patience, say)
 
 
-def batch_size(archive: Archive, todo: int, threads: int, wanted: Optional[int]) -> int:
-    """Frames of a task: enough that starting the tool costs little, few enough that no worker waits at the end."""
-    if wanted is not None:
-        return wanted
-    frame_bytes = max(1, archive.nbytes // len(archive))
-    many = min(BATCH_FRAMES, max(1, BATCH_BYTES // frame_bytes))
-    return max(1, min(many, todo // (_BATCHES_PER_WORKER * threads)))
+class BatchSizes:
+    """Frames of a task: enough that starting the tool costs little; towards the end so few that no worker waits long."""
+
+    def __init__(self, frames: int, frame_bytes: int, threads: int, batch_bytes: int, wanted: Optional[int]) -> None:
+        most = min(BATCH_FRAMES, max(1, batch_bytes // max(1, frame_bytes)))
+        self._threads = threads
+        self._most = wanted or most
+        self._least = wanted or max(1, min(most // _LEAST_PART, frames // (4 * threads)))
+
+    def next(self, left: int) -> int:
+        """The next one, when so many frames are left: half of a thread's share."""
+        return max(self._least, min(self._most, left // (2 * self._threads)))
 
 
 class Work:
@@ -107,9 +111,12 @@ class Work:
     @property
     def todo(self) -> int:
         """Frames that have no result yet, at most."""
-        return self._plan.results_expected - len(self._done)
+        of_each = self._plan.chunk.frames if self._plan.chunk is not None else 1
+        return (self._plan.results_expected - len(self._done)) * of_each
 
-    def _batches(self, frames: int) -> Iterator[Pending]:
+    def _batches(self, sizes: BatchSizes) -> Iterator[Pending]:
+        left = self.todo
+        wanted = sizes.next(left)
         items = []
         count = 0
         for planned in self._plan.results():
@@ -119,15 +126,17 @@ class Work:
             self._made_of[planned.item.output] = planned
             items.append(planned.item)
             count += len(planned.item.frames)
-            if count >= frames:
+            if count >= wanted:
                 yield Pending(Batch(self.job, tuple(items)))
+                left -= count
+                wanted = sizes.next(left)
                 items, count = [], 0
         if items:
             yield Pending(Batch(self.job, tuple(items)))
 
-    def run(self, pool: Pool, frames: int, progress: Progress) -> None:
+    def run(self, pool: Pool, sizes: BatchSizes, progress: Progress) -> None:
         """Until everything has been tried."""
-        batches = self._batches(frames)
+        batches = self._batches(sizes)
         more = True
         while True:
             while more and pool.under_way + len(self._again) < pool.window:
@@ -273,7 +282,8 @@ def convert_archive(
             if plan.chunk is not None:
                 make_array(folder, plan.chunk, plan.frames, manifest.folder)
             if pool is not None:
-                work.run(pool, batch_size(archive, work.todo, pool.threads, options.batch), progress)
+                frame_bytes = archive.nbytes // len(archive)
+                work.run(pool, BatchSizes(work.todo, frame_bytes, pool.threads, plan.batch_bytes, options.batch), progress)
             else:
                 report.skipped = plan.frames
         report.seconds = time.monotonic() - begun

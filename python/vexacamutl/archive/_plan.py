@@ -43,8 +43,9 @@ def _number(source: Input, frame: int) -> Optional[int]:
 
 
 class Plan:
-    """One result for each frame."""
+    """One result for each frame. A task takes so many bytes of frames at most."""
 
+    batch_bytes = 256 << 20
     array: Optional[dict[str, Any]] = None
     chunk: Optional[ChunkForm] = None
 
@@ -64,7 +65,9 @@ class Plan:
 
 
 class ZarrPlan(Plan):
-    """One chunk for so many frames."""
+    """One chunk for so many frames. The pictures of a task are on the disk until their chunks are encoded."""
+
+    batch_bytes = 64 << 20
 
     def __init__(self, archive: Archive, form: ChunkForm) -> None:
         self._archive, self.chunk = archive, form
