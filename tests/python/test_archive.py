@@ -272,6 +272,24 @@ def test_lazy_arrays_of_other_formats(tmp_path, random, format, bits):
     assert np.array_equal(found.to_dask()[0].compute(), frame)
 
 
+@pytest.mark.parametrize("to", [None, "rgb"])
+def test_one_array_of_files_that_lie_differently(tmp_path, random, to):
+    """Raw, padded behind a head, and with a header: the frames have one format and size, so they have one array."""
+    frames = samples(random, (4, H, W), 8)
+    frames[0].tofile(tmp_path / "a.raw")
+    sidecar(tmp_path / "a.raw", "BayerRG8")
+    padded = np.zeros((2, H, W + 8), np.uint8)
+    padded[:, :, :W] = frames[1:3]
+    (tmp_path / "b.raw").write_bytes(b"head" + padded.tobytes())
+    sidecar(tmp_path / "b.raw", "BayerRG8", stride=W + 8, offset=4)
+    vcu.save_rwh(frames[3], "BayerRG8", tmp_path / "c.rwh")
+    found = archive.open(tmp_path, frames_per_chunk=3)
+    assert len(found.layouts) == 3 and repr(found) == "<Archive of 4 frames, BayerRG8 16x12>"
+    expected = frames if to is None else np.stack([vcu.to_rgb(frame, "BayerRG8") for frame in frames])
+    assert np.array_equal(found.to_dask(to).compute(), expected)
+    assert np.array_equal(np.stack(list(found)), frames)
+
+
 def test_no_array_for_mixed_frames(mixed):
     found = archive.open(mixed)
     with pytest.raises(archive.MixedFramesError, match=r"6 layouts .BayerRG8 16x12, .*, \.\.\."):

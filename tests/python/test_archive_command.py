@@ -13,7 +13,7 @@ import sys
 import pytest
 
 import vexacamutl
-from archive_support import H, TOOL, W, files_of, recording, results_in, run_tool, samples, wait_until
+from archive_support import H, TOOL, W, files_of, recording, results_in, run_tool, samples, sidecar, wait_until
 from vexacamutl import archive
 from vexacamutl.archive import _command
 
@@ -101,6 +101,17 @@ def test_info(mixed, capsys):
     assert found["bad"][0]["path"] == f"{mixed}/bad.rwh"
     assert "times     1970-01-01T00:00:00.000000000 to 1970-01-01T00:00:02" in run(capsys, "info", mixed)[1]
     assert run(capsys, "info", mixed / "deep0.rwh")[1].splitlines()[-1] == "times     none"
+    (mixed / "deep0.raw").write_bytes((mixed / "deep0.rwh").read_bytes()[-2 * W * H:])
+    sidecar(mixed / "deep0.raw", "BayerBG12")
+    shown = run(capsys, "info", mixed / "deep0.raw", mixed / "deep0.rwh")[1].splitlines()
+    assert shown[2:] == [f"layout    BayerBG12 {W}x{H}, frames of {2 * W * H} bytes", "times     none"]
+
+
+def test_advice_in_the_words_of_the_command(mixed, capsys):
+    assert run(capsys, "convert", mixed / "grey0.raw", "out")[0] == 0
+    status, _, said = run(capsys, "convert", mixed / "grey0.raw", "out", "--to", "jpg")
+    assert status == 2 and said[0].endswith("(to: png, not jpg); choose another folder, or begin anew with --no-resume")
+    assert run(capsys, "convert", mixed / "grey0.raw", "out", "--to", "jpg", "--no-resume")[0] == 0
 
 
 def test_failures_are_listed(mixed, capsys):

@@ -3,6 +3,7 @@
 """The code and the commands of docs/archives.md, from top to bottom in a folder that holds recordings."""
 from __future__ import annotations
 
+import importlib.util
 import json
 import os
 import re
@@ -15,7 +16,8 @@ import pytest
 from archive_support import TOOL, files_of, run_tool
 from vexacamutl import archive
 
-PAGE = (Path(__file__).resolve().parents[2] / "docs" / "archives.md").read_text(encoding="ascii")
+ROOT = Path(__file__).resolve().parents[2]
+PAGE = (ROOT / "docs" / "archives.md").read_text(encoding="ascii")
 SHAPE = ["-f", "BayerRG8", "-s", "640x480"]
 
 
@@ -72,3 +74,64 @@ def test_commands(folder):
 def test_exceptions_of_the_page():
     for name in re.findall(r"`(\w+Error)`", PAGE):
         assert issubclass(getattr(archive, name), archive.ArchiveError)
+
+
+@pytest.fixture(scope="module")
+def bench():
+    specification = importlib.util.spec_from_file_location("bench_archive", ROOT / "bench" / "archive.py")
+    assert specification is not None and specification.loader is not None
+    module = importlib.util.module_from_spec(specification)
+    specification.loader.exec_module(module)
+    return module
+
+
+def printed(bench, scale=1.0):
+    speeds = [bench.Speed("png", 240, 8 * scale, 8.5, 8.25), bench.Speed("bgra", 960, 2 * scale, 2.5, 2.25)]
+    costs = [bench.Cost(frames, batch, frames * 2e-4 * scale + 0.01 * -(-frames // batch))
+             for frames in (1_000, 10_000, 100_000) for batch in (16, 64, 512)]
+    model = bench.Model(*bench.fitted(costs), 0.01, 0.04, 1.2e6)
+    return bench.report("AMD EPYC (family 26), 2 virtual cores, 2026-11-22", 0.1, speeds, costs, model)
+
+
+def form_of(text):
+    """Without figures, and what depends on them."""
+    return re.sub(r"computing|engine \||network|file system|none suffices|\d[\d,.]*(?: (?:min|h|d)\b)?", "N", text)
+
+
+def test_figures_have_the_form_that_the_bench_prints(bench):
+    """They were not pasted by hand."""
+    between = PAGE.split(bench.BEGIN)[1].split(bench.END)[0]
+    where = r"on an .*?, (\d+) virtual cores, \d{4}-\d\d-\d\d; load"
+    assert re.search(where, between)
+    assert form_of(re.sub(where, "", between)) == form_of(re.sub(where, "", "\n" + printed(bench) + "\n"))
+
+
+def test_figures_are_written_between_their_marks(bench, tmp_path, monkeypatch):
+    page = tmp_path / "page.md"
+    page.write_text("before\n" + bench.BEGIN + "old\n" + bench.END + "after\n")
+    monkeypatch.setattr(bench, "PAGE", page)
+    for scale in (1, 2):
+        bench.write_page(printed(bench, scale))
+        assert page.read_text() == f"before\n{bench.BEGIN}\n{printed(bench, scale)}\n{bench.END}after\n"
+    page.write_text("no marks\n")
+    with pytest.raises(AssertionError):
+        bench.write_page("")
+    assert page.read_text() == "no marks\n"
+
+
+def test_costs_are_found_again(bench):
+    """100 us for a frame and 5 ms for a task, and half a second for the whole."""
+    costs = [bench.Cost(frames, batch, 0.5 + frames * 1e-4 + -(-frames // batch) * 5e-3)
+             for frames in (1_000, 10_000, 100_000) for batch in (16, 64, 512)]
+    assert bench.fitted(costs) == pytest.approx((1e-4, 5e-3))
+
+
+def test_scale_names_the_limit(bench):
+    """Two workers compute for hours; a thousand wait for the storage, or for an engine that is slow."""
+    def limits(frame):
+        rows = [line.split(" | ") for line in bench.scale_table(bench.Model(frame, 5e-3, 0.01, 0.06, 1.2e6))
+                if line.startswith("| 10^6")]
+        return [(row[1], row[2], row[6]) for row in rows]
+    assert limits(1e-5) == [("2", "8.3 h", "computing"), ("10", "1.7 h", "computing"), ("100", "10 min", "network"),
+                            ("1,000", "1 min", "network")]
+    assert limits(1e-2)[3] == ("1,000", "1 min", "engine")

@@ -16,7 +16,7 @@ import pytest
 
 from archive_support import H, TOOL, W, files_of, run_tool, samples
 from vexacamutl import archive
-from vexacamutl.archive import _chunks, _cluster, _command, _inputs, _local, _manifest, _tool, _worker
+from vexacamutl.archive import _chunks, _cluster, _command, _convert, _inputs, _local, _manifest, _tool, _worker
 
 
 @pytest.fixture(autouse=True)
@@ -136,6 +136,47 @@ def test_batches_that_are_lost(monkeypatch):
     assert pool._one(future) is None
     pool._under_way[future] = pending
     assert pool._one(future) == _local.Finished(pending, [], lost=True)
+
+
+@pytest.mark.parametrize("workers,avoided,astray", [
+    (["a", "b"], {"a"}, True), (["a", "b"], {"b"}, False), (["a"], {"a"}, False), (["a", "b"], set(), False)])
+def test_a_batch_that_a_worker_to_be_avoided_took(workers, avoided, astray):
+    """It says nothing about the others, if there are any."""
+    pool = _cluster.DaskPool.__new__(_cluster.DaskPool)
+    pool._identity = {"workers": dict.fromkeys(workers)}
+    pending = _local.Pending(_worker.Batch(None, ()), avoid=frozenset(avoided))
+
+    class Done:
+        status = "finished"
+
+        def result(self, timeout):
+            return "a", []
+    future = Done()
+    pool._under_way = {future: pending}
+    assert pool._one(future) == _local.Finished(pending, [], "a", astray=astray)
+
+
+@pytest.mark.parametrize("astray,failures,done", [(True, 8, 6), (True, 12, 4), (False, 1, 6), (False, 2, 4)])
+def test_tries_on_workers_to_be_avoided_do_not_count(tmp_path, found, monkeypatch, astray, failures, done):
+    """The first batch fails so often; the first time on any worker."""
+    tried: list[int] = []
+
+    def convert(batch, runner):
+        if batch.items[0].frames[0].number != 0 or len(tried) == failures:
+            return _worker.convert_batch(batch, runner)
+        tried.append(len(batch.items))
+        return [_worker.Outcome(item.output, (_worker.Missed(item.frames[0], "no room"),)) for item in batch.items]
+
+    class Pool(_local.LocalPool):
+        def __init__(self, jobs):
+            super().__init__(jobs, convert)
+
+        def wait(self):
+            return [one._replace(where="bad", astray=astray and "bad" in one.pending.avoid) for one in super().wait()]
+    monkeypatch.setattr(_convert, "LocalPool", Pool)
+    report = found.convert(tmp_path / "out", jobs=1, batch=2)
+    assert (report.done, [one.frame for one in report.failed]) == (done, [] if done == 6 else [0, 1])
+    assert tried == [2] * min(failures, 11 if astray else 2)
 
 
 def test_chunks_of_other_pictures(tmp_path):

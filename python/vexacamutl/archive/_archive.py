@@ -63,9 +63,12 @@ class Archive:
         return len(self._frames)
 
     def __repr__(self) -> str:
-        layouts = self.layouts
-        what = f"{layouts[0].format} {layouts[0].width}x{layouts[0].height}" if len(layouts) == 1 else "mixed layouts"
-        return f"<Archive of {len(self)} frames, {what if layouts else 'no layout'}>"
+        shown = self._shown_layouts()
+        return f"<Archive of {len(self)} frames, {shown[0] if len(shown) == 1 else 'mixed layouts' if shown else 'no layout'}>"
+
+    def _shown_layouts(self) -> list[str]:
+        """Formats and sizes: the place of frames in their files makes no difference to what they are."""
+        return list(dict.fromkeys(f"{layout.format} {layout.width}x{layout.height}" for layout in self.layouts))
 
     def _find(self, index: int) -> tuple[Input, int]:
         """The input that has a frame, by the number that the frame has in the whole archive."""
@@ -78,7 +81,7 @@ class Archive:
             return Archive(self._source, self._frames[index], self._frames_per_chunk)
         source, frame = self._find(self._number(index))
         reader = FrameReader(source.layout, self._source.shift)
-        return reader.read((Segment(source.path, frame, 1),))[0]
+        return reader.read((Segment(source.path, frame, 1, source.layout),))[0]
 
     def _number(self, index: int) -> int:
         try:
@@ -139,9 +142,9 @@ class Archive:
         """The same as parts of files that follow each other."""
         for source, frames in self.runs():
             if frames.step == 1:
-                yield Segment(source.path, frames.start, len(frames))
+                yield Segment(source.path, frames.start, len(frames), source.layout)
             else:
-                yield from (Segment(source.path, frame, 1) for frame in frames)
+                yield from (Segment(source.path, frame, 1, source.layout) for frame in frames)
 
     @property
     def layout_options(self) -> tuple[str, ...]:
@@ -165,13 +168,13 @@ class Archive:
         return np.concatenate(parts) if parts else np.empty(0, "datetime64[ns]")
 
     def _one_layout(self) -> FrameLayout:
-        layouts = self.layouts
-        if len(layouts) == 1:
-            return layouts[0]
-        shown = [f"{layout.format} {layout.width}x{layout.height}" for layout in layouts[:3]]
+        """One of those of the frames, when they have one format and size."""
+        shown = self._shown_layouts()
+        if len(shown) == 1:
+            return self.layouts[0]
         raise MixedFramesError(
-            f"one array cannot hold frames of {len(layouts)} layouts"
-            + (f" ({', '.join(shown)}{', ...' if len(layouts) > 3 else ''})" if layouts else "")
+            f"one array cannot hold frames of {len(shown)} layouts"
+            + (f" ({', '.join(shown[:3])}{', ...' if len(shown) > 3 else ''})" if shown else "")
         )
 
     def to_dask(self, to: Optional[str] = None, **settings: Any) -> Any:
@@ -197,7 +200,7 @@ class Archive:
         DaskMissingError
             Dask is not installed.
         MixedFramesError
-            The frames have several layouts, or there are none.
+            The frames have several formats or sizes, or there are none.
         UnsupportedFormatError, TypeError, ValueError
             A setting does not fit.
 
@@ -213,7 +216,7 @@ class Archive:
         shape, dtype = reader.form()
         blocks = list(blocks_of(self.segments(), self._frames_per_chunk))
         tokenize = _optional.module("dask.base").tokenize
-        stamps = tuple((source.path, source.mtime_ns) for source in self.inputs)
+        stamps = tuple((source.path, source.mtime_ns, source.layout) for source in self.inputs)
         name = f"vexacamutl-{to or 'frames'}-{tokenize(reader, self._frames, self._frames_per_chunk, stamps)}"
         rest = (0,) * len(shape)
         graph = {(name, i, *rest): (read_block, Block(reader, block)) for i, block in enumerate(blocks)}
@@ -254,7 +257,7 @@ class Archive:
         jobs : int, optional
             Processes at a time on this machine, or workers to ask Slurm for. One per processor; 4 workers.
         batch : int, optional
-            Frames of one task. Without it as many as hold 64 MiB, at most 512, and so that each worker gets four.
+            Frames of one task. Without it half of a thread's share of what is left, at most 512 and 256 MiB.
         digest : {"crc32", "sha256"}
             What the manifest keeps of each result.
         progress : bool, optional

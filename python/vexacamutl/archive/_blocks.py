@@ -22,11 +22,12 @@ from ._inputs import FrameLayout
 
 
 class Segment(NamedTuple):
-    """Frames that follow each other in one file."""
+    """Frames that follow each other in one file, and how they lie there."""
 
     path: str
     first: int
     length: int
+    layout: FrameLayout
 
 
 def frame_form(layout: FrameLayout) -> tuple[tuple[int, ...], np.dtype[Any]]:
@@ -36,8 +37,9 @@ def frame_form(layout: FrameLayout) -> tuple[tuple[int, ...], np.dtype[Any]]:
     return samples.shape(layout.width, layout.height), samples.dtype
 
 
-def _mapped(segment: Segment, layout: FrameLayout) -> NDArray[np.uint8]:
+def _mapped(segment: Segment) -> NDArray[np.uint8]:
     """The bytes of the frames, one row each."""
+    layout = segment.layout
     shape = segment.length, layout.frame_bytes
     try:
         return np.memmap(segment.path, np.uint8, "r", layout.offset + segment.first * layout.frame_bytes, shape)
@@ -53,7 +55,7 @@ def _mapped(segment: Segment, layout: FrameLayout) -> NDArray[np.uint8]:
 
 @dataclass(frozen=True)
 class FrameReader:
-    """Reads frames of one layout as samples."""
+    """Reads frames of one format and size as samples. `layout` is that of any of them."""
 
     layout: FrameLayout
     shift: int = 0
@@ -68,13 +70,11 @@ class FrameReader:
         frames = np.empty((sum(segment.length for segment in segments), *shape), dtype)
         at = 0
         for segment in segments:
-            mapped = _mapped(segment, self.layout)
-            self._copy(mapped, frames[at : at + segment.length])
+            self._copy(_mapped(segment), segment.layout, frames[at : at + segment.length])
             at += segment.length
         return frames
 
-    def _copy(self, mapped: NDArray[np.uint8], frames: NDArray[Any]) -> None:
-        layout = self.layout
+    def _copy(self, mapped: NDArray[np.uint8], layout: FrameLayout, frames: NDArray[Any]) -> None:
         packed = format_row(layout.code).packing != 0
         if not packed and self.shift == 0 and frames[0].nbytes == layout.frame_bytes:
             frames.reshape(len(frames), -1).view(np.uint8)[:] = mapped
@@ -91,14 +91,13 @@ _CHANNELS = {"bgra": 4, "bgr": 3, "rgb": 3, "rgba": 4, "grey": 0, "grey16": 0}
 
 @dataclass(frozen=True)
 class PictureReader(FrameReader):
-    """Reads frames of one layout as pictures."""
+    """Reads frames of one format and size as pictures."""
 
     to: str = "rgb"
     range: str = "full"
     settings: tuple[tuple[str, Any], ...] = ()
 
-    def converter(self) -> Converter:
-        layout = self.layout
+    def converter(self, layout: FrameLayout) -> Converter:
         return Converter(
             layout.code,
             layout.width,
@@ -115,8 +114,8 @@ class PictureReader(FrameReader):
         shape = (self.layout.height, self.layout.width) + ((channels,) if channels else ())
         return shape, np.dtype(np.uint16 if self.to == "grey16" else np.uint8)
 
-    def _copy(self, mapped: NDArray[np.uint8], frames: NDArray[Any]) -> None:
-        convert = self.converter()
+    def _copy(self, mapped: NDArray[np.uint8], layout: FrameLayout, frames: NDArray[Any]) -> None:
+        convert = self.converter(layout)
         for frame, row in zip(frames, mapped):
             convert(row, out=frame)
 
@@ -143,7 +142,7 @@ def make_reader(
             raise TypeError(f"{next(iter(settings))} is for pictures; name their kind, to='rgb' for example")
         return FrameReader(layout, shift)
     reader = PictureReader(layout, shift, to, range, tuple(settings.items()))
-    reader.converter()
+    reader.converter(layout)
     return reader
 
 
@@ -151,10 +150,10 @@ def blocks_of(segments: Iterator[Segment], frames: int) -> Iterator[tuple[Segmen
     """Segments in groups of so many frames; a long one goes into several."""
     block: list[Segment] = []
     room = frames
-    for path, first, count in segments:
+    for path, first, count, layout in segments:
         while count > 0:
             taken = min(room, count)
-            block.append(Segment(path, first, taken))
+            block.append(Segment(path, first, taken, layout))
             first, count, room = first + taken, count - taken, room - taken
             if room == 0:
                 yield tuple(block)

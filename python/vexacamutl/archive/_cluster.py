@@ -155,10 +155,14 @@ class DaskPool:
         """How many batches are."""
         return len(self._under_way)
 
+    def _others(self, pending: Pending) -> list[str]:
+        return [worker for worker in self._identity["workers"] if worker not in pending.avoid]
+
     def submit(self, pending: Pending) -> None:
         """Hands a batch in, for other workers than those to avoid where there are any."""
-        others = [worker for worker in self._identity["workers"] if worker not in pending.avoid]
-        others = others if pending.avoid else []
+        # Restrictions that hold would wait for ever for a worker that is gone; those that do not are overruled by an
+        # idle worker that takes tasks of others, and one that fails at once is idle most of the time.
+        others = self._others(pending) if pending.avoid else []
         future = self._client.submit(
             self._task,
             pending.batch,
@@ -202,7 +206,7 @@ class DaskPool:
         if future.status == "finished":
             try:
                 where, outcomes = future.result(timeout=30)
-                return Finished(pending, outcomes, where)
+                return Finished(pending, outcomes, where, astray=where in pending.avoid and bool(self._others(pending)))
             except _BROKEN:
                 return Finished(pending, [], lost=True)
         if future.status != "error":

@@ -206,8 +206,9 @@ def _info(arguments: argparse.Namespace) -> int:
     else:
         print(f"frames    {len(frames)} in {len(frames.inputs)} files, {frames.nbytes} bytes")
         print(f"chunks    {found['chunks']} of {frames.frames_per_chunk} frames")
-        for layout in frames.layouts:
-            print(f"layout    {layout.format} {layout.width}x{layout.height}, frames of {layout.frame_bytes} bytes")
+        layouts = [f"{each.format} {each.width}x{each.height}, frames of {each.frame_bytes} bytes" for each in frames.layouts]
+        for line in dict.fromkeys(layouts):
+            print(f"layout    {line}")
         print(f"times     {' to '.join(span) if span else 'none'}")
     for one in frames.bad:
         _say(one.reason)
@@ -230,7 +231,7 @@ def main(words: Optional[Sequence[str]] = None) -> int:
     except (ArchiveError, ValueError, TypeError, OSError) as error:
         where = f"{error.filename}: " if isinstance(error, OSError) and error.filename is not None else ""
         said = error.strerror if isinstance(error, OSError) and error.strerror is not None else str(error)
-        _say(f"{where}{said}")
+        _say(f"{where}{said}".replace("resume=False", "--no-resume"))
         return _REFUSED
     except KeyboardInterrupt:
         _say("stopped; the same command goes on where this one was")

@@ -33,7 +33,7 @@ from ._tool import find_tool, tool_version
 from ._worker import Batch, Job, Missed, Outcome
 
 BATCH_FRAMES = 512
-_LEAST_PART = 8  # of the largest batch: below it starting the tool costs too much
+_LEAST_PART = 32  # of the largest batch: below it starting the tool costs too much
 _TRIES = 2
 _DEATHS = 10
 _MOST_JOBS = 1024
@@ -173,8 +173,10 @@ class Work:
                 for item in pending.batch.items
             ]
         missed = [outcome for outcome in outcomes if outcome.missed]
-        deaths = pending.deaths + any(one.killed for outcome in missed for one in outcome.missed)
-        tries = pending.tries + any(not one.killed for outcome in missed for one in outcome.missed)
+        deaths = pending.deaths + (finished.astray or any(one.killed for outcome in missed for one in outcome.missed))
+        tries = pending.tries + any(
+            not one.killed and not finished.astray for outcome in missed for one in outcome.missed
+        )
         if missed and tries < _TRIES and deaths < _DEATHS:
             names = {outcome.output for outcome in missed}
             items = tuple(item for item in pending.batch.items if item.output in names)
@@ -200,13 +202,22 @@ class Work:
         }
 
 
+def _difference(before: Any, now: Any) -> str:
+    """Two values of the manifest; of two arrays the first thing in which they differ."""
+    if isinstance(before, dict) and isinstance(now, dict):
+        name = next(name for name in now if before.get(name) != now[name])
+        return f"{name} {before.get(name)}, not {now[name]}"
+    return f"{before}, not {now}"
+
+
 def _refuse_other_run(out: str, contents: Contents, run: Mapping[str, Any]) -> None:
     """Results of other settings in the same folder."""
     for name in ("to", "layout", "settings", "digest", "array"):
-        if contents.run.get(name) != run[name]:
+        before = contents.run.get(name)
+        if before != run[name]:
             raise ManifestError(
-                f"{out} holds results of another conversion ({name}: {contents.run.get(name)}, not {run[name]}); choose "
-                "another folder, or begin anew with resume=False"
+                f"{out} holds results of another conversion ({name}: {_difference(before, run[name])}); choose another "
+                "folder, or begin anew with resume=False"
             )
 
 

@@ -23,13 +23,17 @@ class Pending:
 
 
 class Finished(NamedTuple):
-    """A batch that came back: its outcomes, or what was thrown. `lost` says that it was never decided."""
+    """A batch that came back: its outcomes, or what was thrown.
+
+    `lost` says that it was never decided, `astray` that a worker did it that was to be avoided although there are others.
+    """
 
     pending: Pending
     outcomes: list[Outcome]
     where: str = ""
     error: Optional[BaseException] = None
     lost: bool = False
+    astray: bool = False
 
 
 class LocalPool:

@@ -83,7 +83,7 @@ class ZarrPlan(Plan):
         for i, block in enumerate(blocks_of(self._archive.segments(), self.chunk.frames)):
             stamps = []
             frames = []
-            for path, first, count in block:
+            for path, first, count, _ in block:
                 source = sources[path]
                 stamps.append([path, first, count, source.size, source.mtime_ns])
                 frames += [Frame(path, _number(source, frame)) for frame in range(first, first + count)]

@@ -4,13 +4,11 @@
 // See Picture.h.
 #include "output/Picture.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <cstring>
 
 #include "Failure.h"
+#include "output/HugePages.h"
 
 namespace VexaTool {
 
@@ -67,16 +65,6 @@ void KeepFirstChannels(const Picture& from, Picture& to, uint32_t channels) {
 
 uint32_t OutputOf(const RenderOptions& options) {
     return options.bits == 16 ? VCF_OUTPUT_GREY16 : options.alpha ? VCF_OUTPUT_BGRA : VCF_OUTPUT_BGR;
-}
-
-/// The first frame of a process would otherwise wait for thousands of page faults. Nothing depends on the answer.
-void AdviseHugePages(uint8_t* bytes, size_t size) {
-    static constexpr size_t kLeast = 4 << 20;  // holds at least one huge page
-    if (size >= kLeast) {
-        const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-        const size_t before = page - reinterpret_cast<uintptr_t>(bytes) % page;
-        static_cast<void>(madvise(bytes + before, size - before, MADV_HUGEPAGE));
-    }
 }
 
 void Resize(Picture& picture, const RawShape& shape, const RenderOptions& options) {

@@ -12,6 +12,7 @@
 #include <new>
 
 #include "Failure.h"
+#include "output/HugePages.h"
 
 namespace VexaTool {
 
@@ -43,7 +44,7 @@ struct FreeCompressor {
 
 /// A block whose pages are touched only as they are used.
 struct Block {
-    explicit Block(size_t count) : bytes(new uint8_t[count]), size(count) {}
+    explicit Block(size_t count) : bytes(new uint8_t[count]), size(count) { AdviseHugePages(bytes.get(), count); }
     std::unique_ptr<uint8_t[]> bytes;
     size_t size;
 };
