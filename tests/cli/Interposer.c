@@ -308,6 +308,8 @@ int ours_pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*wo
 }
 int pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*) ALIAS(pthread_create);
 
+DEFINE_FAILING(void*, NULL, aligned_alloc, (size_t border, size_t size), (border, size))
+
 char* ours_realpath(const char* path, char* resolved) {
     if (hidden(path)) {
         errno = ENOENT;

@@ -156,6 +156,8 @@ def test_small_results(tool):
     tool.write("in.raw", bytes(20 * 4))
     assert b"row       20 bytes" in tool.good("info", *SHAPE, "--stride", 20, "in.raw")
     tool.write("in.raw", FRAME)
+    assert b"row       3 bytes" in tool.good("info", "-f", "YUV411_8_UYYVYY", "-s", "2x8", "in.raw")
+    assert b"no frame of 5x4 has 24 bytes" in tool.good("guess", "-s", "5x4", "in.raw", "sheet.png")
     done = tool("convert", *SHAPE, "--check-range", "in.raw", "out.pgm")
     assert done.stderr == "vexacamutl: in.raw: 0 of 24 samples above 255, the largest is 23\n"
     assert tool.good("convert", *SHAPE, "--white-balance", "auto", "--to", "pgm", "in.raw", "-").endswith(FRAME)
@@ -238,9 +240,17 @@ def test_results_without_a_file(tool):
         tool.good("convert", *SHAPE, rule, "--to", "bgr", "in.raw", "/dev/null")
         assert tool.good("convert", *SHAPE, rule, "--to", "bgr", "in.raw", "-") == bgr
     tool.good("unpack", *SHAPE, "--sidecar", "in.raw", "/dev/null")
+    tool.good("convert", *SHAPE, "--to", "bgr", "in.raw", "5")  # a name, not a descriptor
+    assert tool.read("5") == bgr
+    (tool.folder / "5").unlink()
     with open(tool.folder / "a", "wb") as a, open(tool.folder / "b", "wb") as b:
         tool.good("unpack", *SHAPE, "--sidecar", "--report", f"/dev/fd/{b.fileno()}", "in.raw", f"/dev/fd/{a.fileno()}",
                   pass_fds=(a.fileno(), b.fileno()))
+        assert tool.bad(2, "convert", *SHAPE, "--report", "a", "--to", "bgr", "in.raw", f"/dev/fd/{a.fileno()}",
+                        pass_fds=(a.fileno(),)).startswith("the report and the result would both go to")
+        assert tool.bad(2, "convert", *SHAPE, "--report", f"/dev/fd/{a.fileno()}", "--to", "bgr", "in.raw", "a",
+                        pass_fds=(a.fileno(),)) == "the report and the result would both go to a"
+    assert tool.bad(2, "convert", *SHAPE, "--report", "a", "--to", "bgr", "in.raw", "a").endswith("would both become a")
     assert tool.read("a") == FRAME
     assert tool.names() == ["a", "b", "in.raw"]
 
@@ -257,6 +267,7 @@ def test_inputs_of_two_file_systems(tool):
         tool.good("convert", *SHAPE, "-t", "pgm", "-o", "out", "in.raw", path, "other.raw")
         assert len(tool.names("out/*")) == 3
         assert tool.bad(2, "convert", *SHAPE, "--to", "bgr", path, path).endswith("an input is never overwritten")
+        tool.good("convert", *SHAPE, "--report", path, "in.raw", "out/in.pgm")
     finally:
         os.unlink(path)
 
@@ -314,6 +325,13 @@ def test_standard_output_without_a_status(tool, interposer):
     for n in range(1, 6):
         done = tool("convert", *SHAPE, "in.raw", "-", env=interposer(VEXA_FAIL=f"fstat:{n}:{errno.EIO}"))
         assert (done.returncode, done.stdout) in ((0, wanted), (3, b""), (4, b""))
+
+
+def test_no_memory_for_a_converter(tool, interposer):
+    tool.write("in.raw", FRAME)
+    environment = interposer(VEXA_FAIL=f"aligned_alloc:-1:{errno.ENOMEM}")
+    assert "out of memory" in tool.bad(6, "convert", *SHAPE, "in.raw", "out.ppm", env=environment)
+    assert tool.names() == ["in.raw"]
 
 
 def test_a_full_pipe_that_does_not_wait(tool):

@@ -7,14 +7,16 @@
 
 runs `llvm-cov export` with the arguments (programs, -instr-profile) and looks at the sources below the folders. A
 template or an inline function counts once, whichever program reached it. Exits with 1 when something is unreached.
-unreached.txt excuses places that no test can reach: "FILE: CODE" after a comment with the reason. A place that the
-tests do reach, or that is not there, makes the list wrong, which is an error too.
+unreached.txt excuses places that no test can reach: "FILE: CODE" after a comment with the reason. The line of a
+condition that never holds, or of a function, stands for its block. A place that the tests do reach, or that is not
+there, makes the list wrong, which is an error too.
 """
 from __future__ import annotations
 
 import collections
 import json
 import os
+import re
 import subprocess
 import sys
 
@@ -57,6 +59,24 @@ def excuses() -> set[tuple[str, str]]:
     return {(line.partition(": ")[0], line.partition(": ")[2]) for line in lines}
 
 
+def indent(line: str) -> int:
+    return len(line) - len(line.lstrip())
+
+
+def block_of(text: list[str], line: int) -> list[int]:
+    """The lines of the block that a condition's or a function's line opens; none for other lines."""
+    code = text[line].strip()
+    if not code.endswith(("{", ":")) or code.startswith(("switch", "for", "while", "do ")):
+        return []
+    begin = line  # of a condition that takes several lines
+    while begin > 1 and not re.match(r"if |\} |case |extern ", text[begin].strip()) and indent(text[begin - 1]) > 0:
+        begin -= 1
+    end = line + 1
+    while end < len(text) and (text[end] == "" or indent(text[end]) > indent(text[begin])):
+        end += 1
+    return list(range(line + 1, end))
+
+
 def main() -> int:
     split = sys.argv.index("--")
     folders, arguments = sys.argv[1:split], sys.argv[split + 1:]
@@ -79,7 +99,10 @@ def main() -> int:
                         places[line].add(f"not {outcome} at {column}")
         for line in [line for line in places if (name, text[line].strip()) in excused]:
             used.add((name, text[line].strip()))
-            del places[line]
+            for covered in (line, *block_of(text, line)):
+                places.pop(covered, None)
+        for line in [line for line in places if text[line].strip() in ("", "}")]:
+            del places[line]  # the line before it tells
         totals["lines"] += len(lines[path])
         totals["outcomes"] += 2 * len(branches[path])
         totals["unreached"] += len(places)

@@ -103,7 +103,7 @@ TEST(Buffers, MetadataWithoutAPlaneSaysNothing) {
 }
 
 TEST(Buffers, LessThanARowIsRefused) {
-    Harness harness("vexaconvert row-stride=16");
+    Harness harness("vexaconvert row-stride=20");
     harness.SetCaps("video/x-raw,format=GRAY8,width=16,height=2", "video/x-raw,format=BGRx");
     const GuardedBytes guarded(5);
     EXPECT_EQ(harness.Push(guarded.Wrap()), GST_FLOW_ERROR);

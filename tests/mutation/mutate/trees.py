@@ -33,8 +33,11 @@ class Broken(Exception):
 
 
 def limit_test() -> None:
-    """A mutant that writes without end shall not fill the disk, nor one that crashes leave its memory there."""
-    resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 28, 1 << 28))
+    """A mutant that writes without end shall not fill the disk, nor one that crashes leave its memory there.
+
+    The tests have sparse files of a little more than 4 GiB.
+    """
+    resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 33, 1 << 33))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 

@@ -14,7 +14,7 @@
 namespace VexaTool {
 
 /// Calls work(0) ... work(count - 1), each once, on up to as many threads. When one throws, its thread does no more,
-/// and the caller gets the first exception at the end.
+/// and the caller gets the last exception at the end.
 template <class Work>
 void OnThreads(size_t count, Work work) {
     std::atomic<size_t> next = 0;
@@ -27,7 +27,7 @@ void OnThreads(size_t count, Work work) {
             }
         } catch (...) {
             const std::lock_guard lock(mutex);
-            failure = failure ? failure : std::current_exception();
+            failure = std::current_exception();
         }
     };
     std::vector<std::thread> others;  // libc++ has no std::jthread before its version 18
