@@ -50,12 +50,12 @@ def test_every_frame_in_order(tool, source, jobs):
 
 
 def test_checksums_of_every_length(tool):
-    """Results of 0 to 1,100 bytes more than a header, and a large one: blocks, their ends and what is left over."""
+    """Results of 0 to 1,100 bytes more than a header, and two large ones: blocks, their ends and what is left over."""
     random = np.random.default_rng(7)
-    for width in (*range(1, 1100), 100_003):
-        name = f"{width:06}"
-        tool.write(f"in/{name}.raw", random.bytes(width))
-        tool.write(f"in/{name}.txt", f"pixel format: Mono8\nwidth: {width}\nheight: 1\n".encode())
+    for width, height in (*((width, 1) for width in range(1, 1100)), (100_003, 1), (1600, 1000)):
+        name = f"{width:06}x{height}"
+        tool.write(f"in/{name}.raw", random.bytes(width * height))
+        tool.write(f"in/{name}.txt", f"pixel format: Mono8\nwidth: {width}\nheight: {height}\n".encode())
     tool.good("convert", "-t", "pgm", "--report", "r.jsonl", "-o", "out", "in")
     for output, crc32 in briefly(tool, "output", "crc32"):
         assert crc32 == f"{zlib.crc32(tool.read(output)):08x}"

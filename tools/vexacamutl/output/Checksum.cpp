@@ -36,7 +36,7 @@ constexpr size_t kStep = 256;         // bytes of the four accumulators
 constexpr size_t kLeast = 2 * kStep;  // below it libdeflate is as quick
 
 /// x^exponent mod P in the order of bits that the CRC has: bit 63 - n is the coefficient of x^n.
-constexpr long long PowerModP(unsigned exponent) {
+consteval long long PowerModP(unsigned exponent) {
     uint32_t power = 0x80000000;
     for (; exponent > 0; --exponent) {
         power = (power >> 1) ^ ((power & 1) != 0 ? 0xEDB88320 : 0);
@@ -48,13 +48,14 @@ constexpr long long PowerModP(unsigned exponent) {
     return _mm512_loadu_si512(bytes + 64 * index);
 }
 
-/// `lanes` moved on by so many bits, plus `data`. The product of two reversed numbers is one bit short of a reversed
-/// one, a factor of x: so the exponents are one less.
-template <unsigned bits>
-[[VEXA_WIDE_PRODUCT]] __m512i Fold(__m512i lanes, __m512i data) {
-    static constexpr long long kHigh = PowerModP(bits + 63);
-    static constexpr long long kLow = PowerModP(bits - 1);
-    const __m512i powers = _mm512_set_epi64(kLow, kHigh, kLow, kHigh, kLow, kHigh, kLow, kHigh);
+/// What Fold multiplies by, in each lane.
+[[VEXA_WIDE_PRODUCT]] __m512i InEachLane(long long high, long long low) {
+    return _mm512_set_epi64(low, high, low, high, low, high, low, high);
+}
+
+/// `lanes` moved on, plus `data`. For n bits the powers are those of n + 63 and n - 1: the product of two reversed
+/// numbers is one bit short of a reversed one, a factor of x.
+[[VEXA_WIDE_PRODUCT]] __m512i Fold(__m512i lanes, __m512i powers, __m512i data) {
     const __m512i high = _mm512_clmulepi64_epi128(lanes, powers, 0x00);
     const __m512i low = _mm512_clmulepi64_epi128(lanes, powers, 0x11);
     return _mm512_ternarylogic_epi64(high, low, data, 0x96);  // the XOR of all three
@@ -64,6 +65,12 @@ template <unsigned bits>
     if (bytes.size() < kLeast) {
         return PlainCrc32(bytes);
     }
+    static constexpr long long kStepHigh = PowerModP(8 * kStep + 63);
+    static constexpr long long kStepLow = PowerModP(8 * kStep - 1);
+    static constexpr long long kNextHigh = PowerModP(512 + 63);
+    static constexpr long long kNextLow = PowerModP(512 - 1);
+    const __m512i step = InEachLane(kStepHigh, kStepLow);
+    const __m512i next512 = InEachLane(kNextHigh, kNextLow);
     const uint8_t* next = bytes.data();
     // The register starts as ones, which are added to the first four bytes.
     __m512i lanes0 = _mm512_xor_si512(Load(next, 0), _mm512_zextsi128_si512(_mm_cvtsi32_si128(-1)));
@@ -72,14 +79,14 @@ template <unsigned bits>
     __m512i lanes3 = Load(next, 3);
     size_t left = bytes.size() - kStep;
     for (next += kStep; left >= kStep; left -= kStep) {
-        lanes0 = Fold<8 * kStep>(lanes0, Load(next, 0));
-        lanes1 = Fold<8 * kStep>(lanes1, Load(next, 1));
-        lanes2 = Fold<8 * kStep>(lanes2, Load(next, 2));
-        lanes3 = Fold<8 * kStep>(lanes3, Load(next, 3));
+        lanes0 = Fold(lanes0, step, Load(next, 0));
+        lanes1 = Fold(lanes1, step, Load(next, 1));
+        lanes2 = Fold(lanes2, step, Load(next, 2));
+        lanes3 = Fold(lanes3, step, Load(next, 3));
         next += kStep;
     }
     uint8_t rest[64];
-    _mm512_storeu_si512(rest, Fold<512>(Fold<512>(Fold<512>(lanes0, lanes1), lanes2), lanes3));
+    _mm512_storeu_si512(rest, Fold(Fold(Fold(lanes0, next512, lanes1), next512, lanes2), next512, lanes3));
     static constexpr uint32_t kZeroRegister = 0xFFFFFFFF;  // libdeflate takes and gives the complement
     return libdeflate_crc32(libdeflate_crc32(kZeroRegister, rest, sizeof rest), next, left);
 }
