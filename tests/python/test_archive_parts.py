@@ -138,6 +138,19 @@ def test_batches_that_are_lost(monkeypatch):
     assert pool._one(future) == _local.Finished(pending, [], lost=True)
 
 
+@pytest.mark.parametrize("workers", [{"a": None}, {}])
+def test_nothing_comes_back_for_a_while(monkeypatch, workers):
+    """With workers there is no limit; without, patience."""
+    pool = pool_of(Client(ONE))
+    pending = _local.Pending(_worker.Batch(pool._job, ()))
+    monkeypatch.setattr(_cluster, "_POLL", 0)
+    monkeypatch.setattr(pool, "_identity", {"workers": workers})
+    monkeypatch.setattr(pool, "_patience", 10**6)
+    answers = iter([[], [], [_local.Finished(pending, [], lost=True)]])
+    monkeypatch.setattr(pool, "_look_after", lambda: next(answers))
+    assert pool.wait()[0].lost and next(answers, None) is None
+
+
 @pytest.mark.parametrize("workers,avoided,astray", [
     (["a", "b"], {"a"}, True), (["a", "b"], {"b"}, False), (["a"], {"a"}, False), (["a", "b"], set(), False)])
 def test_a_batch_that_a_worker_to_be_avoided_took(workers, avoided, astray):

@@ -203,10 +203,9 @@ class Work:
 
 
 def _difference(before: Any, now: Any) -> str:
-    """Two values of the manifest; of two arrays the first thing in which they differ."""
+    """Two values of the manifest; of two arrays what differs."""
     if isinstance(before, dict) and isinstance(now, dict):
-        name = next(name for name in now if before.get(name) != now[name])
-        return f"{name} {before.get(name)}, not {now[name]}"
+        return "; ".join(f"{name} {before.get(name)}, not {now[name]}" for name in now if before.get(name) != now[name])
     return f"{before}, not {now}"
 
 
