@@ -4,13 +4,14 @@
 // See Report.h.
 #include "commands/Report.h"
 
+#include <libdeflate.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <new>
 #include <tuple>
 
 #include "Text.h"
-#include "output/Checksum.h"
 
 namespace VexaTool {
 
@@ -64,7 +65,7 @@ void Report::Add(const ReportLine& line) {
 }
 
 uint32_t Report::Checksum(Bytes bytes) const {
-    return m_options.report.empty() ? 0 : Crc32(bytes);
+    return m_options.report.empty() ? 0 : libdeflate_crc32(0, bytes.data(), bytes.size());
 }
 
 void Report::GiveUp(const std::string& reason) {

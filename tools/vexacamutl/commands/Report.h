@@ -52,7 +52,7 @@ class Report {
     /// Once it is open.
     void Write();
 
-    /// The CRC-32 of a result; 0 where no report is wanted.
+    /// The CRC-32 of ISO 3309, as gzip and zip have it; 0 where no report is wanted.
     uint32_t Checksum(Bytes bytes) const;
 
   private:
