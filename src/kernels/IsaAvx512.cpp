@@ -35,6 +35,9 @@ constexpr const KernelTable& kFallback = kAvx2Table;
 #include "kernels/simd/Copy.inc"
 #include "kernels/simd/Mono.inc"
 #include "kernels/simd/PackedColour.inc"
+
+#include "kernels/simd/PackedColourPermuted.inc"
+
 #include "kernels/simd/Reverse.inc"
 #include "kernels/simd/Yuv.inc"
 
