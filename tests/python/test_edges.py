@@ -69,3 +69,11 @@ def test_an_object_that_is_loaded_elsewhere(tmp_path):
 def test_objects_of_other_machines(tmp_path, first):
     """32 bits, the other byte order, no ELF at all."""
     assert identity(str(made_object(tmp_path / "a.so", first))) == Identity(None, None)
+
+
+def test_the_stride_of_a_single_row_says_nothing(tmp_path):
+    row = np.arange(24, dtype=np.uint8).reshape(4, 6)[::-1][:1]
+    assert row.strides[0] < 0
+    vcu.save_bmp(row, tmp_path / "view.bmp")
+    vcu.save_bmp(row.copy(), tmp_path / "copy.bmp")
+    assert (tmp_path / "view.bmp").read_bytes() == (tmp_path / "copy.bmp").read_bytes()
