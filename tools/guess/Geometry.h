@@ -28,8 +28,9 @@ struct Geometry {
     uint32_t height = 0;
     uint64_t stride = 0;  ///< 0 for tight rows
     uint64_t frames = 1;
-    uint64_t rest = 0;  ///< bytes after the last whole frame
-    double penalty = 0;
+    uint64_t rest = 0;   ///< bytes after the last whole frame
+    double bits = 0;     ///< that the file takes in this layout
+    double penalty = 0;  ///< for what bits do not tell
 };
 
 /// Every way to cut the file into frames that is worth a look, the likeliest first; at most `most`.

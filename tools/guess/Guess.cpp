@@ -30,15 +30,18 @@ constexpr size_t kSureLags = 5;
 constexpr size_t kRowLengths = 20;
 constexpr size_t kRelatedLengths = 5;  ///< whose fractions and multiples are tried
 constexpr size_t kComparedBytes = size_t{256} << 10;
-constexpr Look kFirstLook = {4, size_t{24} << 10, Measure::kRough};
-constexpr Look kSecondLook = {5, size_t{48} << 10, Measure::kEntropy};
-constexpr double kFarBehind = 1.5;               ///< bits per byte after a rough look that no closer look makes up
-constexpr size_t kSecondLooks = 6;               ///< of each packing and sites
+constexpr Look kFirstLook = {3, size_t{12} << 10, Measure::kRough};
+constexpr Look kSecondLook = {5, size_t{32} << 10, Measure::kEntropy};
+constexpr double kFarBehind = 1.0;               ///< bits per byte after a rough look that no closer look makes up
+constexpr size_t kSecondLooks = 8;               ///< of each packing and sites
 constexpr size_t kNamedBytes = size_t{4} << 20;  ///< that depth and green sites are read off
 constexpr size_t kGeometriesEach = 3;
-constexpr double kLeaning = 0.1;
-constexpr double kRelated = 0.1;
-constexpr double kUsualBits = 4;  ///< per byte, for which penalties are meant
+constexpr double kLeaning = 0.05;
+constexpr double kChromaInside = 0.15;  ///< for red, green and blue that look like chroma and luma
+constexpr size_t kCut = 18;             ///< hypotheses whose rows are cut into frames
+constexpr size_t kClimbed = 10;         ///< whose row length is varied
+constexpr size_t kClimb = 12;           ///< bytes
+constexpr double kUsualBits = 4;        ///< per byte, for which penalties are meant
 
 struct Ranked {
     Hypothesis hypothesis;
@@ -95,12 +98,29 @@ std::vector<size_t> Lags(std::span<const uint8_t> bytes) {
     return lags;
 }
 
+/// Row lengths of usual widths that divide the file, but for a usual header.
+std::vector<size_t> UsualLengths(uint64_t fileBytes) {
+    std::set<size_t> lengths;
+    for (const size_t width : {320u, 512u, 640u, 648u, 720u, 752u, 800u, 808u, 960u, 1024u, 1280u, 1440u, 1600u, 1920u,
+                               2048u, 2448u, 2592u, 3840u, 4096u}) {
+        for (const size_t eighths : {8u, 10u, 12u, 16u, 24u, 48u}) {
+            const size_t length = width * eighths / 8;
+            for (const uint64_t header : {0u, 64u, 128u, 256u, 512u, 1024u, 2048u, 4096u}) {
+                if (fileBytes > header && (fileBytes - header) % length == 0) {
+                    lengths.insert(length);
+                }
+            }
+        }
+    }
+    return {lengths.begin(), lengths.end()};
+}
+
 /// Prominent lags and simple fractions and multiples of them; of these the ones at which bytes resemble those one or
 /// two rows further on, and the most prominent lags in any case.
 std::vector<size_t> RowLengths(std::span<const uint8_t> bytes, const std::vector<size_t>& lags) {
     std::set<size_t> lengths;
     for (const size_t lag : lags) {
-        for (const size_t length : {lag, lag * 2, lag * 3, lag / 2, lag / 3}) {
+        for (const size_t length : {lag, lag * 2, lag * 3, lag / 2, lag / 3, lag / 4, lag / 5, lag / 6, lag / 8}) {
             if (length >= kShortestRow / 2 && length * 4 <= bytes.size()) {
                 lengths.insert(length);
             }
@@ -125,7 +145,20 @@ std::vector<size_t> RowLengths(std::span<const uint8_t> bytes, const std::vector
 }
 
 bool Cheaper(const Hypothesis& a, const Hypothesis& b) {
-    return a.bitsPerByte < b.bitsPerByte;
+    return Score(a.bitsPerByte, a.doubt) < Score(b.bitsPerByte, b.doubt);
+}
+
+/// Penalty for rows so long that even one frame of them is a strip, or so short that all frames are tiny.
+double StripDoubt(const Hypothesis& hypothesis, uint64_t fileBytes) {
+    constexpr double kWidest = 3;
+    constexpr double kPerOctave = 0.25;
+    constexpr double kNarrow = 64;
+    const auto width = static_cast<double>(RowPixels(hypothesis));
+    const double rows = static_cast<double>(fileBytes) / static_cast<double>(hypothesis.rowBytes) *
+                        static_cast<double>(hypothesis.rows);
+    const double wide = std::max(std::log2(width / rows / kWidest), 0.0);
+    const double narrow = std::max(std::min(std::log2(kNarrow / width), std::log2(rows / width / 4)), 0.0);
+    return kPerOctave * (wide + narrow);
 }
 
 /// The hypotheses for some row lengths after a rough look, the cheapest first; only lengths that were not tried yet.
@@ -137,6 +170,7 @@ void LookAt(std::span<const uint8_t> bytes, uint64_t fileBytes, const std::vecto
         }
         for (Hypothesis& hypothesis : HypothesesFor(length, fileBytes)) {
             hypothesis.bitsPerByte = BitsPerByte(bytes, hypothesis, kFirstLook);
+            hypothesis.doubt = StripDoubt(hypothesis, fileBytes);
             all.push_back(hypothesis);
         }
     }
@@ -165,6 +199,43 @@ std::vector<size_t> RelatedLengths(const std::vector<Hypothesis>& all) {
     return related;
 }
 
+/// Lengths near those of the cheapest hypotheses that are cheaper still.
+std::vector<size_t> ClimbedLengths(std::span<const uint8_t> bytes, uint64_t fileBytes,
+                                   const std::vector<Hypothesis>& all) {
+    std::vector<size_t> better;
+    std::set<size_t> lengths;
+    for (const Hypothesis& from : all) {
+        if (lengths.size() == kClimbed) {
+            break;
+        }
+        if (!lengths.insert(from.rowBytes).second) {
+            continue;
+        }
+        double least = from.bitsPerByte;
+        size_t best = from.rowBytes;
+        for (size_t length = from.rowBytes - kClimb; length <= from.rowBytes + kClimb; ++length) {
+            if (length < kShortestRow || length * 4 > bytes.size() || length == from.rowBytes) {
+                continue;
+            }
+            for (Hypothesis& near : HypothesesFor(length, fileBytes)) {
+                if (near.packing == from.packing && near.sites == from.sites && near.rows == from.rows &&
+                    near.alignment % 2 == from.alignment % 2) {
+                    const double bits = BitsPerByte(bytes, near, kFirstLook);
+                    if (bits < least) {
+                        least = bits;
+                        best = length;
+                    }
+                    break;
+                }
+            }
+        }
+        if (best != from.rowBytes) {
+            better.push_back(best);
+        }
+    }
+    return better;
+}
+
 /// Whether rows a few bytes longer or shorter agree better several rows further on: then the picture leans.
 bool Leans(std::span<const uint8_t> bytes, size_t length) {
     constexpr size_t kRowsOn = 8;
@@ -186,18 +257,21 @@ std::vector<Hypothesis> BestHypotheses(std::span<const uint8_t> bytes, uint64_t 
     std::vector<Hypothesis> all;
     std::set<size_t> tried;
     const std::vector<size_t> lags = Lags(bytes);
-    const std::set<size_t> sure(lags.begin(), lags.end());
-    LookAt(bytes, fileBytes, RowLengths(bytes, lags), tried, all);
-    LookAt(bytes, fileBytes, RelatedLengths(all), tried, all);
-    for (Hypothesis& hypothesis : all) {
-        // Rows of a mosaic resemble those two rows further on, so that their lag is the one that stands out.
-        const size_t likeRows = hypothesis.sites == Sites::kBayer ? 2 : 1;
-        hypothesis.isRelated = !sure.contains(hypothesis.rowBytes) && !sure.contains(likeRows * hypothesis.rowBytes);
+    if (lags.empty()) {
+        return all;
     }
-    const double most = (all.empty() ? 0 : all.front().bitsPerByte) + kFarBehind;
+    LookAt(bytes, fileBytes, RowLengths(bytes, lags), tried, all);
+    LookAt(bytes, fileBytes, UsualLengths(fileBytes), tried, all);
+    LookAt(bytes, fileBytes, RelatedLengths(all), tried, all);
+    for (int round = 0; round < 2; ++round) {
+        LookAt(bytes, fileBytes, ClimbedLengths(bytes, fileBytes, all), tried, all);
+        LookAt(bytes, fileBytes, RelatedLengths(all), tried, all);
+    }
+    const double most = (all.empty() ? 0 : Score(all.front().bitsPerByte, all.front().doubt)) + kFarBehind;
     std::map<std::pair<Packing, Sites>, size_t> looks;
     std::erase_if(all, [&](const Hypothesis& hypothesis) {
-        return hypothesis.bitsPerByte > most || looks[{hypothesis.packing, hypothesis.sites}]++ >= kSecondLooks;
+        return Score(hypothesis.bitsPerByte, hypothesis.doubt) > most ||
+               looks[{hypothesis.packing, hypothesis.sites}]++ >= kSecondLooks;
     });
     std::map<size_t, bool> leans;
     for (Hypothesis& hypothesis : all) {
@@ -267,17 +341,46 @@ std::vector<Name> Depths(const Plane& samples, const Hypothesis& hypothesis) {
     return {{PackingSuffix(hypothesis), 0, 0, ""}};
 }
 
-std::vector<Name> BayerNames(const Plane& samples, const Hypothesis& hypothesis) {
-    const double fromTopLeft = BlockDifference(samples, kFromTopLeft);
-    const double fromTopRight = BlockDifference(samples, kFromTopRight);
-    const bool greenFirst = fromTopLeft < fromTopRight;
+/// Difference of a pair from the means over the whole plane: fine texture makes blocks differ, but to both sides.
+double WholeDifference(const Plane& plane, const Pair& pair) {
+    int64_t sum = 0;
+    const size_t cellRows = plane.Rows() / 2;
+    const size_t cellColumns = plane.Columns() / 2;
+    for (size_t r = 0; r < cellRows; ++r) {
+        for (size_t c = 0; c < cellColumns; ++c) {
+            sum += plane.Row(2 * r + pair.row[0])[2 * c + pair.column[0]] -
+                   plane.Row(2 * r + pair.row[1])[2 * c + pair.column[1]];
+        }
+    }
+    return std::abs(static_cast<double>(sum)) / static_cast<double>(std::max<size_t>(cellRows * cellColumns, 1));
+}
+
+/// By how much the sites from the top left on are brighter than the others.
+int64_t DiagonalDifference(const Plane& plane) {
+    int64_t sum = 0;
+    for (size_t r = 0; r < plane.Rows() / 2 * 2; ++r) {
+        for (size_t c = 0; c < plane.Columns() / 2 * 2; ++c) {
+            sum += (r + c) % 2 == 0 ? plane.Row(r)[c] : -plane.Row(r)[c];
+        }
+    }
+    return sum;
+}
+
+/// `whole` holds all frames, whose largest samples tell the depth.
+std::vector<Name> BayerNames(const Plane& samples, const Plane& whole, const Hypothesis& hypothesis) {
+    const double fromTopLeft = BlockDifference(samples, kFromTopLeft) + WholeDifference(samples, kFromTopLeft);
+    const double fromTopRight = BlockDifference(samples, kFromTopRight) + WholeDifference(samples, kFromTopRight);
+    // Where red and blue differ no more than the greens do, the brighter sites are green: it is what sensors see best.
+    constexpr double kAlike = 0.7;
+    const auto [less, more] = std::minmax(fromTopLeft, fromTopRight);
+    const bool greenFirst = less > kAlike * more ? DiagonalDifference(samples) > 0 : fromTopLeft < fromTopRight;
     const char* likely[] = {greenFirst ? "GR" : "RG", greenFirst ? "GB" : "BG"};
     const char* unlikely[] = {greenFirst ? "RG" : "GR", greenFirst ? "BG" : "GB"};
     const std::string evidence =
         Text("the two green sites differ by %.1f on average", std::min(fromTopLeft, fromTopRight)) +
         Text(", the other two by %.1f", std::max(fromTopLeft, fromTopRight));
     std::vector<Name> names;
-    for (const Name& depth : Depths(samples, hypothesis)) {
+    for (const Name& depth : Depths(whole, hypothesis)) {
         for (int i = 0; i < 2; ++i) {
             names.push_back({std::string("Bayer") + likely[i] + depth.format, depth.shift, depth.doubt + 0.0001 * i,
                              evidence + (depth.evidence.empty() ? "" : "; " + depth.evidence)});
@@ -322,22 +425,27 @@ std::vector<Name> NamesOf(std::span<const uint8_t> bytes, const Ranked& ranked) 
     const uint64_t frameBytes = uint64_t{ranked.geometry.height} * hypothesis.rowBytes / hypothesis.rows;
     const size_t looked = static_cast<size_t>(std::min<uint64_t>(frameBytes, kNamedBytes));
     const Plane samples = SamplesOf(bytes.subspan(skipped), fromFirstRow, 0, looked).Cropped(columns);
+    const bool several = ranked.geometry.frames > 1 && hypothesis.packing == Packing::kWords;
+    const Plane whole =
+        several ? SamplesOf(bytes.subspan(skipped), fromFirstRow, 0, kNamedBytes).Cropped(columns) : samples;
     switch (hypothesis.sites) {
         case Sites::kMono: {
-            std::vector<Name> names = Depths(samples, hypothesis);
+            std::vector<Name> names = Depths(whole, hypothesis);
             for (Name& name : names) {
                 name.format.insert(0, "Mono");
             }
             return names;
         }
         case Sites::kBayer:
-            return BayerNames(samples, hypothesis);
+            return BayerNames(samples, whole, hypothesis);
         case Sites::kColour: {
             std::vector<Name> names;
-            for (const Name& depth : Depths(samples, hypothesis)) {
+            const bool isChroma = hypothesis.packing == Packing::kBytes && ChromaDoubt(samples) < 0;
+            for (const Name& depth : Depths(whole, hypothesis)) {
                 if (depth.shift == 0 && depth.format != "14" && depth.format != "16") {
-                    names.push_back({"RGB" + depth.format, 0, depth.doubt, depth.evidence});
-                    names.push_back({"BGR" + depth.format, 0, depth.doubt + 0.0001, depth.evidence});
+                    const double doubt = depth.doubt + (isChroma ? kChromaInside : 0);
+                    names.push_back({"RGB" + depth.format, 0, doubt, depth.evidence});
+                    names.push_back({"BGR" + depth.format, 0, doubt + 0.0001, depth.evidence});
                 }
             }
             return names;
@@ -384,11 +492,13 @@ std::vector<std::string> Evidence(const Ranked& ranked, const Name& name, uint64
 std::vector<Guess> RankLayouts(std::span<const uint8_t> bytes, uint64_t fileBytes, size_t most) {
     std::vector<Guess> guesses;
     std::vector<Ranked> ranking;
-    for (const Hypothesis& hypothesis : BestHypotheses(bytes, fileBytes)) {
+    std::vector<Hypothesis> hypotheses = BestHypotheses(bytes, fileBytes);
+    hypotheses.resize(std::min(hypotheses.size(), kCut));
+    for (const Hypothesis& hypothesis : hypotheses) {
         for (const Geometry& geometry : GeometriesOf(bytes, fileBytes, hypothesis, kGeometriesEach)) {
             Ranked ranked = {hypothesis, geometry, 0};
-            ranked.score = Score(hypothesis.bitsPerByte, geometry.penalty + (hypothesis.leans ? kLeaning : 0) +
-                                                             (hypothesis.isRelated ? kRelated : 0));
+            ranked.score = Score(geometry.bits / static_cast<double>(fileBytes),
+                                 geometry.penalty + hypothesis.doubt + (hypothesis.leans ? kLeaning : 0));
             ranking.push_back(ranked);
         }
     }

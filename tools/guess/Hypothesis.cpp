@@ -16,7 +16,8 @@ namespace {
 
 constexpr size_t kLookedAtForBits = 4096;  ///< bytes
 constexpr double kAlike = 0.8;
-constexpr double kAlikeCost = 1;  ///< bits per byte
+constexpr double kAlikeCost = 1;                     ///< bits per byte
+constexpr size_t kLongestHeader = size_t{16} << 10;  ///< that a look passes over
 constexpr size_t kFewestRows = 4;
 constexpr size_t kRowsOfBlock = 8;  ///< at least, where there are as many
 constexpr size_t kFewestSamples = 16;
@@ -29,12 +30,14 @@ double KindBits(const Plane& samples, const Kind& kind, Measure measure) {
     return BitsPerSample(samples, kind, measure) * static_cast<double>(columns) / static_cast<double>(kind.rowStep);
 }
 
-/// Each colour of a 2 x 2 cell by itself.
+/// Each colour of a 2 x 2 cell by itself, or as its difference from the one before it.
 double BayerBits(const Plane& samples, Measure measure) {
     double bits = 0;
     for (size_t row = 0; row < 2; ++row) {
         for (size_t column = 0; column < 2; ++column) {
-            bits += KindBits(samples, {row, 2, column, 2, 2}, measure);
+            const double alone = KindBits(samples, {row, 2, column, 2, 2}, measure);
+            bits += measure == Measure::kRough ? alone
+                                               : std::min(alone, KindBits(samples, {row, 2, column, 2, 2, 1}, measure));
         }
     }
     return bits;
@@ -69,34 +72,6 @@ bool BytesAreAlike(const Plane& words, Sites sites) {
     return BitsPerSample(high, kind, Measure::kEntropy) > kAlike * BitsPerSample(low, kind, Measure::kEntropy);
 }
 
-double RowBits(const Plane& samples, Sites sites, Measure measure) {
-    const auto sum = [&](std::initializer_list<Kind> kinds) {
-        double bits = 0;
-        for (const Kind& kind : kinds) {
-            bits += KindBits(samples, kind, measure);
-        }
-        return bits;
-    };
-    switch (sites) {
-        case Sites::kMono:
-            return sum({{}});
-        case Sites::kBayer:
-            return BayerBits(samples, measure);
-        case Sites::kColour:
-            return ColourBits(samples, measure);
-        case Sites::kUyv:
-            return sum({{0, 1, 0, 3, 3}, {0, 1, 1, 3, 3}, {0, 1, 2, 3, 3}});
-        case Sites::kUyvy:
-            return sum({{0, 1, 1, 2, 2}, {0, 1, 0, 4, 4}, {0, 1, 2, 4, 4}});
-        case Sites::kYuyv:
-            return sum({{0, 1, 0, 2, 2}, {0, 1, 1, 4, 4}, {0, 1, 3, 4, 4}});
-        case Sites::kUyyvyy:  // luma at places 1, 2, 4, 5
-            return sum(
-                {{0, 1, 1, 6, 2}, {0, 1, 2, 6, 1}, {0, 1, 4, 6, 2}, {0, 1, 5, 6, 1}, {0, 1, 0, 6, 6}, {0, 1, 3, 6, 6}});
-    }
-    return 0;
-}
-
 PixelFormat GreyFormat(Packing packing) {
     switch (packing) {
         case Packing::kBytes:
@@ -119,13 +94,15 @@ PixelFormat GreyFormat(Packing packing) {
     return 0;
 }
 
-/// Whether the bits that 10Packed leaves unused are unused. A header's bytes are not samples, so a few do not matter.
+/// Whether the bits that 10Packed leaves unused are unused, but in padding, which is the same in all rows. A header's
+/// bytes are not samples, so a few do not matter.
 bool FitsTenBits(std::span<const uint8_t> rows, size_t rowBytes) {
     constexpr uint8_t kUnused = 0xCC;
     size_t used = 0;
-    for (size_t row = 0; row + rowBytes <= rows.size(); row += rowBytes) {
+    for (size_t row = 1; (row + 1) * rowBytes <= rows.size(); ++row) {
+        const uint8_t* const bytes = rows.data() + row * rowBytes;
         for (size_t i = 1; i < rowBytes; i += 3) {
-            used += (rows[row + i] & kUnused) != 0 ? 1 : 0;
+            used += (bytes[i] & kUnused) != 0 && bytes[i] != (bytes - rowBytes)[i] ? 1 : 0;
         }
     }
     return used * 16 * 3 <= rows.size();
@@ -266,7 +243,35 @@ Plane SamplesOf(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, si
     return plane;
 }
 
-double BitsPerByte(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, const Look& look) {
+double RowBits(const Plane& samples, Sites sites, Measure measure) {
+    const auto sum = [&](std::initializer_list<Kind> kinds) {
+        double bits = 0;
+        for (const Kind& kind : kinds) {
+            bits += KindBits(samples, kind, measure);
+        }
+        return bits;
+    };
+    switch (sites) {
+        case Sites::kMono:
+            return sum({{}});
+        case Sites::kBayer:
+            return BayerBits(samples, measure);
+        case Sites::kColour:
+            return ColourBits(samples, measure);
+        case Sites::kUyv:
+            return sum({{0, 1, 0, 3, 3}, {0, 1, 1, 3, 3}, {0, 1, 2, 3, 3}});
+        case Sites::kUyvy:
+            return sum({{0, 1, 1, 2, 2}, {0, 1, 0, 4, 4}, {0, 1, 2, 4, 4}});
+        case Sites::kYuyv:
+            return sum({{0, 1, 0, 2, 2}, {0, 1, 1, 4, 4}, {0, 1, 3, 4, 4}});
+        case Sites::kUyyvyy:  // luma at places 1, 2, 4, 5
+            return sum(
+                {{0, 1, 1, 6, 2}, {0, 1, 2, 6, 1}, {0, 1, 4, 6, 2}, {0, 1, 5, 6, 1}, {0, 1, 0, 6, 6}, {0, 1, 3, 6, 6}});
+    }
+    return 0;
+}
+
+double BitsPerByte(std::span<const uint8_t> bytes, Hypothesis& hypothesis, const Look& look) {
     double bits = 0;
     double explained = 0;
     size_t alike = 0;
@@ -274,8 +279,9 @@ double BitsPerByte(std::span<const uint8_t> bytes, const Hypothesis& hypothesis,
         // Blocks begin at even rows, so that a mosaic keeps its phase.
         const size_t pair = 2 * hypothesis.rowBytes;
         const size_t blockBytes = std::max(look.blockBytes, kRowsOfBlock * hypothesis.rowBytes);
-        const size_t last = bytes.size() - std::min(bytes.size(), blockBytes);
-        const size_t start = look.blocks < 2 ? 0 : last * block / (look.blocks - 1) / pair * pair;
+        const size_t first = std::min(bytes.size() / 6, kLongestHeader);
+        const size_t last = std::max(bytes.size() - std::min(bytes.size(), blockBytes + hypothesis.alignment), first);
+        const size_t start = (first + (last - first) * block / (look.blocks - 1)) / pair * pair;
         const Plane samples = SamplesOf(bytes, hypothesis, start, blockBytes);
         if (samples.Rows() < kFewestRows || samples.Columns() < kFewestSamples) {
             return kNothing;
@@ -287,7 +293,8 @@ double BitsPerByte(std::span<const uint8_t> bytes, const Hypothesis& hypothesis,
         bits += RowBits(samples, hypothesis.sites, look.measure);
         explained += rowBytes;
     }
-    return bits / explained + (2 * alike > look.blocks ? kAlikeCost : 0);
+    hypothesis.alike = 2 * alike > look.blocks;
+    return bits / explained + (hypothesis.alike ? kAlikeCost : 0);
 }
 
 std::vector<Hypothesis> HypothesesFor(size_t rowBytes, uint64_t fileBytes) {

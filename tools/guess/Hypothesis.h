@@ -49,8 +49,9 @@ struct Hypothesis {
     size_t rows;       ///< 1, 2 or 4
     size_t alignment;  ///< bytes before the first whole group of samples
     double bitsPerByte = 0;
-    bool isRelated = false;  ///< the row length is only a fraction or a multiple of a likely one
-    bool leans = false;      ///< rows of a slightly other length would stand more upright
+    double doubt = 0;    ///< penalty for unlikely rows
+    bool alike = false;  ///< high and low bytes of its words are equally hard to predict
+    bool leans = false;  ///< rows of a slightly other length would stand more upright
 };
 
 /// Samples per group of bytes, and bytes per group.
@@ -88,7 +89,10 @@ Plane SamplesOf(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, si
 
 /// Bits that a byte takes when its samples are predicted from their neighbours of the same kind; 8 or more where
 /// nothing predicts anything, and for rows too short or too few to tell.
-double BitsPerByte(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, const Look& look);
+double BitsPerByte(std::span<const uint8_t> bytes, Hypothesis& hypothesis, const Look& look);
+
+/// Bits of a row when its samples are predicted from their neighbours of the same kind.
+double RowBits(const Plane& samples, Sites sites, Measure measure);
 
 /// Every hypothesis for a row length, without costs, for a file that begins with a frame, or whose last frame ends with
 /// it.

@@ -5,6 +5,7 @@
 #include "Residuals.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdlib>
@@ -29,6 +30,11 @@ Plane Plane::Cropped(size_t columns) const {
 
 namespace {
 
+/// Bits that one number takes which was found from so many samples, for each of them.
+double BitsToTell(uint64_t samples) {
+    return 0.5 * std::log2(static_cast<double>(samples)) / static_cast<double>(samples);
+}
+
 /// Counts misses by sign and magnitude: a miss of k significant bits costs the entropy of its class and k - 1 bits
 /// more for its value in the class.
 class MissCounter {
@@ -38,7 +44,8 @@ class MissCounter {
         ++m_counts[miss < 0 ? 1 : 0][std::bit_width(magnitude)];
     }
 
-    /// Bits per miss; 0 without any.
+    /// Bits per miss, with those that tell how often each class occurs: what is counted in more kinds has to be told
+    /// more often. 0 without any.
     double BitsEach() const {
         uint64_t total = 0;
         uint64_t valueBits = 0;
@@ -56,6 +63,7 @@ class MissCounter {
             for (const uint32_t count : ofSign) {
                 const double share = static_cast<double>(count) / static_cast<double>(total);
                 each -= count > 0 ? share * std::log2(share) : 0;
+                each += count > 0 ? BitsToTell(total) : 0;
             }
         }
         return each;
@@ -132,6 +140,128 @@ double BitsPerSample(const Plane& plane, const Kind& kind, Measure measure) {
         return kind.minus != 0 ? RoughBits<true>(plane, kind) : RoughBits<false>(plane, kind);
     }
     return kind.minus != 0 ? EntropyBits<true>(plane, kind) : EntropyBits<false>(plane, kind);
+}
+
+namespace {
+
+constexpr size_t kNeighbours = 18;
+constexpr size_t kTerms = kNeighbours + 1;  ///< and a constant
+constexpr size_t kLeft = 6;
+constexpr size_t kRight = 3;
+using Terms = std::array<double, kTerms>;
+
+void ReadTerms(const Plane& plane, size_t r, size_t c, Terms& terms) {
+    const int32_t* const row = plane.Row(r) + c;
+    const int32_t* const above = plane.Row(r - 1) + c - kRight;
+    const int32_t* const aboveThat = plane.Row(r - 2) + c - 2;
+    for (size_t i = 0; i < 6; ++i) {
+        terms[i] = row[-1 - static_cast<ptrdiff_t>(i)];
+    }
+    for (size_t i = 0; i < 7; ++i) {
+        terms[6 + i] = above[i];
+    }
+    for (size_t i = 0; i < 5; ++i) {
+        terms[13 + i] = aboveThat[i];
+    }
+    terms[kNeighbours] = 1;
+}
+
+/// Least squares: sums of the products of terms, and of terms with the sample.
+class Fit {
+  public:
+    void Add(const Terms& terms, double sample) {
+        for (size_t i = 0; i < kTerms; ++i) {
+            for (size_t j = 0; j <= i; ++j) {
+                m_products[i][j] += terms[i] * terms[j];
+            }
+            m_withSample[i] += terms[i] * sample;
+        }
+    }
+
+    /// Cholesky's decomposition; terms that add nothing get no weight.
+    Terms Weights() const {
+        std::array<Terms, kTerms> lower = {};
+        Terms weights = m_withSample;
+        for (size_t i = 0; i < kTerms; ++i) {
+            for (size_t j = 0; j <= i; ++j) {
+                double sum = m_products[i][j] + (i == j ? kLeast + kRidge * m_products[i][i] : 0);
+                for (size_t k = 0; k < j; ++k) {
+                    sum -= lower[i][k] * lower[j][k];
+                }
+                lower[i][j] = i == j ? std::sqrt(std::max(sum, kLeast)) : sum / lower[j][j];
+            }
+            for (size_t k = 0; k < i; ++k) {
+                weights[i] -= lower[i][k] * weights[k];
+            }
+            weights[i] /= lower[i][i];
+        }
+        for (size_t i = kTerms; i-- > 0;) {
+            for (size_t k = i + 1; k < kTerms; ++k) {
+                weights[i] -= lower[k][i] * weights[k];
+            }
+            weights[i] /= lower[i][i];
+        }
+        return weights;
+    }
+
+  private:
+    static constexpr double kLeast = 1e-3;
+    static constexpr double kRidge = 1e-7;
+    std::array<Terms, kTerms> m_products = {};
+    Terms m_withSample = {};
+};
+
+/// Bits of the misses of one place in the cell.
+double FittedBits(const Plane& plane, const Kind& kind) {
+    constexpr size_t kFitted = 1200;
+    const size_t rows = plane.Rows() / kind.rowStep;
+    const size_t columns = plane.Columns() / kind.columnStep;
+    const size_t every = std::max<size_t>(rows * columns / kFitted, 1) | 1;
+    size_t firstRow = kind.firstRow;
+    while (firstRow < 2) {
+        firstRow += kind.rowStep;
+    }
+    size_t firstColumn = kind.firstColumn;
+    while (firstColumn < kLeft) {
+        firstColumn += kind.columnStep;
+    }
+    Terms terms;
+    Fit fit;
+    size_t next = 0;
+    for (size_t r = firstRow; r < plane.Rows(); r += kind.rowStep) {
+        for (size_t c = firstColumn; c + kRight < plane.Columns(); c += kind.columnStep) {
+            if (next-- == 0) {
+                next = every - 1;
+                ReadTerms(plane, r, c, terms);
+                fit.Add(terms, plane.Row(r)[c]);
+            }
+        }
+    }
+    const Terms weights = fit.Weights();
+    MissCounter misses;
+    for (size_t r = firstRow; r < plane.Rows(); r += kind.rowStep) {
+        for (size_t c = firstColumn; c + kRight < plane.Columns(); c += kind.columnStep) {
+            ReadTerms(plane, r, c, terms);
+            const double told = std::inner_product(terms.begin(), terms.end(), weights.begin(), 0.0);
+            misses.Add(plane.Row(r)[c] - static_cast<int32_t>(std::lround(std::clamp(told, -70000.0, 70000.0))));
+        }
+    }
+    return misses.BitsEach() + kTerms * BitsToTell(std::max<size_t>(rows * columns, 2));
+}
+
+}  // namespace
+
+double FittedBitsPerSample(const Plane& plane, size_t cellRows, size_t cellColumns) {
+    if (plane.Rows() < 2 + cellRows || plane.Columns() <= kLeft + kRight + cellColumns) {
+        return kUnpredictable;
+    }
+    double bits = 0;
+    for (size_t row = 0; row < cellRows; ++row) {
+        for (size_t column = 0; column < cellColumns; ++column) {
+            bits += FittedBits(plane, {row, cellRows, column, cellColumns});
+        }
+    }
+    return bits / static_cast<double>(cellRows * cellColumns);
 }
 
 std::vector<double> BlockDifferences(const Plane& plane, const Pair& pair) {

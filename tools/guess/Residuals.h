@@ -68,6 +68,11 @@ enum class Measure {
 ///     a x
 double BitsPerSample(const Plane& plane, const Kind& kind, Measure measure);
 
+/// Bits per sample when those of each place in a cell of so many rows and columns are predicted by the linear function
+/// of their nearest neighbours, to the left and in the two rows above, that fits them best. Dear to compute, but alike
+/// for all layouts: none has a predictor that suits it less.
+double FittedBitsPerSample(const Plane& plane, size_t cellRows, size_t cellColumns);
+
 /// Two samples of a cell that repeats over a plane.
 struct Pair {
     size_t cellRows;
