@@ -7,7 +7,8 @@
 
 Red and blue exchanged counts as right: no statistic tells them apart, and both answers are listed one after the other.
 Files of which no program can be sure (padding that repeats bytes of the picture, samples that stay below a smaller
-depth) are counted by themselves. The files 0 to 129 and 1000 to 1194 served to find the rules and penalties; any others are new to the guesser.
+depth) are counted by themselves. The files 0 to 129 and 1000 to 1194 served to find the rules and penalties; any others
+are new to the guesser.
 Photographs take part where VEXACAMUTL_FRAMES_DIR or --frames-dir names a folder of them.
 """
 import argparse

@@ -18,20 +18,20 @@ constexpr size_t kBlockBytes = size_t{28} << 10;
 constexpr size_t kLongestHeader = size_t{16} << 10;
 constexpr size_t kFewestRows = 4;
 constexpr double kUsualAspect = 1.4;
-constexpr double kChance = 0.06;  ///< bits per sample that a row may be dearer from above at least
+constexpr double kChance = 0.02;  ///< bits per sample that a row may be dearer from above at least
 
 /// Surroundings by the steps between the known neighbours.
 size_t ContextOf(int32_t steps) {
     return std::min<size_t>(std::bit_width(static_cast<uint32_t>(steps)), 19);
 }
 
-/// Bits that a header takes: a byte like the one before is cheap.
-double BytesBits(std::span<const uint8_t> bytes) {
-    constexpr double kAgain = 0.05;
+/// Bits that a header takes: zeros that fill it are cheap; any other byte like the one before takes `again`.
+double BytesBits(std::span<const uint8_t> bytes, double again) {
+    constexpr double kFill = 0.05;
     constexpr double kOther = 8.5;
     double bits = 0;
     for (size_t i = 0; i < bytes.size(); ++i) {
-        bits += i > 0 && bytes[i] == bytes[i - 1] ? kAgain : kOther;
+        bits += i > 0 && bytes[i] == bytes[i - 1] ? (bytes[i] == 0 ? kFill : again) : kOther;
     }
     return bits;
 }
@@ -50,7 +50,7 @@ double OffsetBits(uint64_t offset) {
 /// Bits to name a frame's shape.
 double ShapeBits(const Geometry& geometry, size_t rowPixels) {
     const double octaves = std::log2(static_cast<double>(geometry.width) / geometry.height / kUsualAspect);
-    double bits = 2.5 * octaves * octaves;
+    double bits = 20 * octaves * octaves;
     bits += geometry.width % 2 == 0 ? 0 : 1;
     bits += geometry.height % 2 == 0 ? 0 : 1;
     bits += geometry.width % 8 == 0 ? 0 : 1;
@@ -160,7 +160,7 @@ void Account::Learn(std::span<const Plane> blocks) {
     double costed = 0;
     std::vector<double> dearer;
     for (const Plane& block : blocks) {
-        const size_t step = std::max<size_t>(block.Rows() / 8, 1);
+        const size_t step = block.Rows() / 24 | 1;  // odd: rows of a mosaic are of two kinds
         for (size_t r = m_above; r < block.Rows(); r += step) {
             copy(block, r, row);
             copy(block, r - m_above, above);
@@ -172,7 +172,7 @@ void Account::Learn(std::span<const Plane> blocks) {
     }
     m_meanCost = cost / std::max(costed, 1.0);
     // Some rows of a picture differ from those above by chance; no border is seen where rows differ no more.
-    const auto few = dearer.begin() + static_cast<ptrdiff_t>(dearer.size() / 16);
+    const auto few = dearer.begin() + static_cast<ptrdiff_t>(dearer.size() / 32);
     std::nth_element(dearer.begin(), few, dearer.end());
     m_chance = dearer.empty() ? 0 : std::max(-*few, 0.0) + kChance * static_cast<double>(m_samples);
 }
@@ -271,12 +271,12 @@ double Account::HeadBits(uint64_t offset) {
             m_firstCosts.push_back(readable ? Cost(samples) : unread);
             const Samples& above = before[r % m_above];
             m_rowCosts.push_back(!readable || above.empty() ? m_firstCosts.back() : Cost(samples, above));
-            m_paddingBits.push_back(StrangePaddingBits(static_cast<size_t>(m_phase) + r / rows * row));
+            m_paddingBits.push_back(StrangePaddingBits(static_cast<size_t>(m_phase + r / rows * row)));
             before[r % m_above] = std::move(samples);
         }
         m_headerBits.resize(m_rowCosts.size());
         for (size_t r = 0; r < m_headerBits.size(); ++r) {
-            m_headerBits[r] = BytesBits(m_bytes.first(static_cast<size_t>(m_phase) + r / rows * row));
+            m_headerBits[r] = BytesBits(m_bytes.first(static_cast<size_t>(m_phase) + r / rows * row), Again());
         }
     }
     const size_t first = static_cast<size_t>((offset - m_phase) / m_hypothesis.rowBytes) * m_hypothesis.rows;
@@ -285,8 +285,8 @@ double Account::HeadBits(uint64_t offset) {
     for (size_t r = first; r < m_rowCosts.size(); ++r) {
         bits += (r < first + m_above ? m_firstCosts[r] : m_rowCosts[r]) * scale - m_rowBits + m_paddingBits[r];
     }
-    return bits +
-           (first < m_headerBits.size() ? m_headerBits[first] : BytesBits(m_bytes.first(static_cast<size_t>(offset))));
+    return bits + (first < m_headerBits.size() ? m_headerBits[first]
+                                               : BytesBits(m_bytes.first(static_cast<size_t>(offset)), Again()));
 }
 
 std::vector<uint64_t> Account::Offsets(size_t most) {

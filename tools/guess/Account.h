@@ -51,6 +51,10 @@ class Account {
     double Cost(const Samples& row, const Samples& above) const;
     double PaddingBits() const;
     double StrangePaddingBits(size_t start) const;
+    /// Bits of a repeated byte in a header: what bytes of the picture take, which may repeat too.
+    double Again() const {
+        return m_rowBits * static_cast<double>(m_hypothesis.rows) / static_cast<double>(m_hypothesis.rowBytes);
+    }
     double HeadBits(uint64_t offset);
     double BorderBits(const Geometry& geometry);
 

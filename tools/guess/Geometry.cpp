@@ -20,8 +20,9 @@ namespace {
 constexpr size_t kNarrowest = 12;       ///< pixels
 constexpr double kMostEmptyRows = 0.4;  ///< more: padding as long as rows was taken for rows
 constexpr double kEmptyRows = 1;
-constexpr double kWrongRows = 0.5;
-constexpr double kRest = 0.1;
+constexpr double kWrongRows = 0.7;
+constexpr double kRest = 0.3;
+constexpr double kFourKinds = 0.06;  ///< four fits follow a grey picture a little better than one does
 constexpr size_t kNarrow = 64;
 constexpr double kNarrowFrame = 0.2;
 constexpr size_t kOffsetsEach = 4;
@@ -53,10 +54,10 @@ std::pair<size_t, size_t> ConstantColumns(const Plane& samples) {
     size_t bestLength = 0;
     size_t length = 0;
     for (size_t c = 0; c < 2 * columns; ++c) {
-        length = constant[c % columns] ? length + 1 : 0;
+        length = constant[c < columns ? c : c - columns] ? length + 1 : 0;
         if (length > bestLength && length <= columns) {
             bestLength = length;
-            bestFirst = (c + 1 - length) % columns;
+            bestFirst = c + 1 - length < columns ? c + 1 - length : c + 1 - length - columns;
         }
     }
     return {bestFirst, bestLength};
@@ -191,7 +192,18 @@ class Cutter {
         Geometry geometry;
         geometry.width =
             static_cast<uint32_t>(static_cast<double>(samples) / SamplesPerPixel(m_hypothesis.sites) + 0.001);
-        geometry.width -= static_cast<uint32_t>(geometry.width % PixelsOfGroup(m_hypothesis.sites));
+        const auto group = static_cast<uint32_t>(PixelsOfGroup(m_hypothesis.sites));
+        geometry.width -= geometry.width % group;
+        // What varies is no padding: a group of which only some samples are the same in every row is the picture's.
+        const auto samplesOf = [&](uint32_t width) { return width * SamplesPerPixel(m_hypothesis.sites); };
+        if (samplesOf(geometry.width) < static_cast<double>(samples) &&
+            samplesOf(geometry.width + group) <= static_cast<double>(RowSamples(m_hypothesis))) {
+            geometry.width += group;
+        }
+        if (padded && samplesOf(geometry.width) >= static_cast<double>(m_hypothesis.rowBytes) &&
+            m_hypothesis.packing == Packing::kBytes) {
+            return;
+        }
         geometry.stride = padded ? m_hypothesis.rowBytes : 0;
         if (geometry.width < kNarrowest || geometry.width * 20ull < RowPixels(m_hypothesis)) {
             return;
@@ -234,6 +246,7 @@ class Cutter {
         geometry.bits = account.Bits(geometry);
         geometry.penalty = width < kNarrow && m_fileBytes > kNarrow * kNarrow * 16 ? kNarrowFrame : 0;
         geometry.penalty += geometry.rest > 0 ? kRest : 0;
+        geometry.penalty += m_hypothesis.sites == Sites::kBayer ? kFourKinds : 0;
         geometry.penalty += m_seam.wrongRows ? kWrongRows : 0;
         geometry.penalty += m_seam.emptyRows > kMostEmptyRows ? kEmptyRows : 0;
         m_found.push_back(geometry);
@@ -301,7 +314,9 @@ Seam FindSeam(std::span<const uint8_t> bytes, const Hypothesis& hypothesis) {
 std::vector<Geometry> GeometriesOf(std::span<const uint8_t> bytes, uint64_t fileBytes, const Hypothesis& hypothesis,
                                    size_t most) {
     std::vector<Geometry> all = Cutter(bytes, fileBytes, hypothesis).All();
-    std::stable_sort(all.begin(), all.end(), [](const Geometry& a, const Geometry& b) { return a.bits < b.bits; });
+    std::stable_sort(all.begin(), all.end(), [](const Geometry& a, const Geometry& b) {
+        return Score(a.bits, a.penalty) < Score(b.bits, b.penalty);
+    });
     all.resize(std::min(all.size(), most));
     return all;
 }

@@ -33,6 +33,13 @@ struct Geometry {
     double penalty = 0;  ///< for what bits do not tell
 };
 
+constexpr double kUsualBits = 4;  ///< per byte, for which penalties are meant
+
+/// Penalties weigh as much as what they are added to: long padding makes all costs small.
+inline double Score(double bits, double penalty) {
+    return bits * (1 + penalty / kUsualBits);
+}
+
 /// Every way to cut the file into frames that is worth a look, the likeliest first; at most `most`.
 std::vector<Geometry> GeometriesOf(std::span<const uint8_t> bytes, uint64_t fileBytes, const Hypothesis& hypothesis,
                                    size_t most);

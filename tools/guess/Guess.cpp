@@ -36,12 +36,12 @@ constexpr double kFarBehind = 1.0;               ///< bits per byte after a roug
 constexpr size_t kSecondLooks = 8;               ///< of each packing and sites
 constexpr size_t kNamedBytes = size_t{4} << 20;  ///< that depth and green sites are read off
 constexpr size_t kGeometriesEach = 3;
+constexpr size_t kNamedMore = 6;  ///< than asked for: names may be doubted
 constexpr double kLeaning = 0.05;
 constexpr double kChromaInside = 0.15;  ///< for red, green and blue that look like chroma and luma
 constexpr size_t kCut = 18;             ///< hypotheses whose rows are cut into frames
 constexpr size_t kClimbed = 10;         ///< whose row length is varied
 constexpr size_t kClimb = 12;           ///< bytes
-constexpr double kUsualBits = 4;        ///< per byte, for which penalties are meant
 
 struct Ranked {
     Hypothesis hypothesis;
@@ -56,11 +56,6 @@ struct Name {
     double doubt = 0;
     std::string evidence;
 };
-
-/// Penalties weigh as much as what they are added to: long padding makes all costs small.
-double Score(double bitsPerByte, double penalty) {
-    return bitsPerByte * (1 + penalty / kUsualBits);
-}
 
 std::string Text(const char* format, double value) {
     char text[96];
@@ -368,17 +363,19 @@ int64_t DiagonalDifference(const Plane& plane) {
 
 /// `whole` holds all frames, whose largest samples tell the depth.
 std::vector<Name> BayerNames(const Plane& samples, const Plane& whole, const Hypothesis& hypothesis) {
-    const double fromTopLeft = BlockDifference(samples, kFromTopLeft) + WholeDifference(samples, kFromTopLeft);
-    const double fromTopRight = BlockDifference(samples, kFromTopRight) + WholeDifference(samples, kFromTopRight);
+    const double fromTopLeft = BlockDifference(samples, kFromTopLeft);
+    const double fromTopRight = BlockDifference(samples, kFromTopRight);
+    const double left = fromTopLeft + WholeDifference(samples, kFromTopLeft);
+    const double right = fromTopRight + WholeDifference(samples, kFromTopRight);
     // Where red and blue differ no more than the greens do, the brighter sites are green: it is what sensors see best.
     constexpr double kAlike = 0.7;
-    const auto [less, more] = std::minmax(fromTopLeft, fromTopRight);
-    const bool greenFirst = less > kAlike * more ? DiagonalDifference(samples) > 0 : fromTopLeft < fromTopRight;
+    const bool areAlike = std::min(left, right) > kAlike * std::max(left, right);
+    const bool greenFirst = areAlike ? DiagonalDifference(samples) > 0 : left < right;
     const char* likely[] = {greenFirst ? "GR" : "RG", greenFirst ? "GB" : "BG"};
     const char* unlikely[] = {greenFirst ? "RG" : "GR", greenFirst ? "BG" : "GB"};
     const std::string evidence =
-        Text("the two green sites differ by %.1f on average", std::min(fromTopLeft, fromTopRight)) +
-        Text(", the other two by %.1f", std::max(fromTopLeft, fromTopRight));
+        Text("the two green sites differ by %.1f on average", greenFirst ? fromTopLeft : fromTopRight) +
+        Text(", the other two by %.1f", greenFirst ? fromTopRight : fromTopLeft);
     std::vector<Name> names;
     for (const Name& depth : Depths(whole, hypothesis)) {
         for (int i = 0; i < 2; ++i) {
@@ -413,6 +410,24 @@ double ChromaDoubt(const Plane& samples) {
     const bool chroma = std::abs(mean[0] - 128) < 40 && std::abs(mean[2] - 128) < 40 && spread[0] < 0.7 * spread[1] &&
                         spread[2] < 0.7 * spread[1];
     return chroma ? -0.05 : 0.1;
+}
+
+/// 0 for chroma; more if the samples at the places of chroma do not lie around 128, as halves of words do not.
+double GroupChromaDoubt(const Plane& samples, size_t firstPlace, size_t secondPlace, size_t period) {
+    constexpr double kFarOff = 56;
+    constexpr double kDoubt = 0.2;
+    double sums[2] = {};
+    size_t count = 0;
+    for (size_t r = 0; r < samples.Rows(); ++r) {
+        for (size_t c = 0; c + period <= samples.Columns(); c += period) {
+            sums[0] += samples.Row(r)[c + firstPlace];
+            sums[1] += samples.Row(r)[c + secondPlace];
+            ++count;
+        }
+    }
+    const auto groups = static_cast<double>(std::max<size_t>(count, 1));
+    const bool chroma = std::abs(sums[0] / groups - 128) < kFarOff && std::abs(sums[1] / groups - 128) < kFarOff;
+    return chroma ? 0 : kDoubt;
 }
 
 std::vector<Name> NamesOf(std::span<const uint8_t> bytes, const Ranked& ranked) {
@@ -453,11 +468,11 @@ std::vector<Name> NamesOf(std::span<const uint8_t> bytes, const Ranked& ranked) 
         case Sites::kUyv:
             return {{"YUV8_UYV", 0, ChromaDoubt(samples), ""}};
         case Sites::kUyvy:
-            return {{"YUV422_8_UYVY", 0, 0, ""}};
+            return {{"YUV422_8_UYVY", 0, GroupChromaDoubt(samples, 0, 2, 4), ""}};
         case Sites::kYuyv:
-            return {{"YUV422_8", 0, 0, ""}};
+            return {{"YUV422_8", 0, GroupChromaDoubt(samples, 1, 3, 4), ""}};
         case Sites::kUyyvyy:
-            return {{"YUV411_8_UYYVYY", 0, 0, ""}};
+            return {{"YUV411_8_UYYVYY", 0, GroupChromaDoubt(samples, 0, 3, 6), ""}};
     }
     return {};
 }
@@ -504,7 +519,7 @@ std::vector<Guess> RankLayouts(std::span<const uint8_t> bytes, uint64_t fileByte
     }
     std::stable_sort(ranking.begin(), ranking.end(),
                      [](const Ranked& a, const Ranked& b) { return a.score < b.score; });
-    ranking.resize(std::min(ranking.size(), most));
+    ranking.resize(std::min(ranking.size(), most + kNamedMore));
     for (const Ranked& ranked : ranking) {
         for (const Name& name : NamesOf(bytes, ranked)) {
             const Geometry& geometry = ranked.geometry;
