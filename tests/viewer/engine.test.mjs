@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The engine's answers in node.js: pixels and samples against the tool's, refusals by what they say.
+// The engine's answers in node.js: pixels, samples and guesses against the tool's, refusals by what they say.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { readFileSync, writeFileSync, mkdtempSync, rmSync } from 'node:fs';
@@ -91,4 +91,21 @@ test('a file is compared with its layout by bytes', () => {
     assert.deepEqual(engine.fit(shape, 204), { frames: 2, rest: 0, missing: 0, text: '' });
     assert.equal(engine.fit(shape, 251).text, '47 bytes follow the last whole frame');
     assert.match(engine.fit(shape, 25).text, /^the file is 79 bytes too short/);
+});
+
+test('guesses are those of the tool', () => {
+    const shapes = [['BayerRG8', '320x240'], ['BayerGB12p', '324x242'], ['Mono10', '400x300'], ['RGB8', '240x180'],
+        ['YUV422_8_UYVY', '320x240'], ['BayerGR12CSI2', '404x302']];
+    // The logarithms of two C libraries may differ in the last digit.
+    const rounded = (guesses) => guesses.map(({ bitsPerByte, score, evidence, ...layout }) => ({ ...layout,
+        bitsPerByte: bitsPerByte.toFixed(2), score: score.toFixed(2), evidence: evidence.length }));
+    for (const [format, size] of shapes) {
+        const path = join(folder, 'unknown.bin');
+        execFileSync(TOOL, ['synth', '--format', format, '--size', size, join(folder, 'known.raw')]);
+        const bytes = readFileSync(join(folder, 'known.raw'));
+        writeFileSync(path, bytes);
+        const wanted = JSON.parse(execFileSync(TOOL, ['guess', '--json', '--most', '3', path], { encoding: 'utf8' }));
+        assert.ok(wanted.length > 0, format);
+        assert.deepEqual(rounded(engine.guess(bytes, bytes.length, 3)), rounded(wanted), `${format} ${size}`);
+    }
 });
