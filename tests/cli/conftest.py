@@ -3,9 +3,13 @@
 #
 # How the tests run the program: `tool(...)` in the test's own empty folder.
 import os
+import signal
 import subprocess
 
 import pytest
+
+# A shell starts jobs in the background with Ctrl-C ignored, and children inherit that.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 
 PROGRAM = os.environ["VEXACAMUTL"]
 # The runtime of instrumented programs opens and writes a file of its own before the program starts.

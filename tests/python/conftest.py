@@ -4,10 +4,14 @@
 from __future__ import annotations
 
 import os
+import signal
 from pathlib import Path
 
 import numpy as np
 import pytest
+
+# A shell starts jobs in the background with Ctrl-C ignored, and children inherit that.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 
 
 @pytest.fixture
