@@ -83,6 +83,13 @@ class Model(NamedTuple):
     png_bytes: float
 
 
+class Waits(NamedTuple):
+    """Seconds that a caller waits for one frame, and for a conversion of which 10,000 frames are done already."""
+
+    index: float
+    again: float
+
+
 def timed(work):
     begun = time.perf_counter()
     work()
@@ -200,6 +207,28 @@ def costs(folder, rounds):
     return measured
 
 
+def waits_of(folder):
+    """The frames of the conversion are tiny: only their number counts."""
+    (folder / "frames.raw").write_bytes(np.random.default_rng(1).bytes(FRAME_BYTES * 64))
+    found = archive.open(folder / "frames.raw", "BayerRG8", 1920, 1080)
+    index = median([timed(lambda: found[i * 37 % 64]) for i in range(192)])
+    (folder / "tiny-frames.raw").write_bytes(bytes(16 * 12 * 10_000))
+    tiny = archive.open(folder / "tiny-frames.raw", "Mono8", 16, 12)
+    out = folder / "done"
+    assert tiny.convert(out, "pgm", jobs=WORKERS).done == 10_000
+    seconds = []
+    for _ in range(3):
+        report = None
+
+        def again():
+            nonlocal report
+            report = tiny.convert(out, "pgm", jobs=WORKERS)
+
+        seconds.append(timed(again))
+        assert report.skipped == 10_000
+    return Waits(index, median(seconds))
+
+
 def fitted(measured):
     """Seconds of a frame and of a task: least squares of the relative errors."""
     known = np.array([[cost.frames, cost.tasks, 1] for cost in measured], float)
@@ -272,10 +301,17 @@ def scale_table(model):
                    f"| {hours(network)} | {hours(files)} | {limit} | {shown} |")
 
 
-def report(where, load, speeds, measured, model):
+def waits_text(waits):
+    """The sentence between the first two tables."""
+    yield f"A frame of 1920x1080, `frames[i]`, comes in {waits.index * 1e3:.2f} ms from memory. Where 10,000 frames are"
+    yield f"done, the same `convert` again takes {waits.again:.2f} s."
+
+
+def report(where, load, speeds, measured, model, waits):
     """What is printed, and what is between the marks of the page."""
     lines = [f"By `scripts/bench archive` on an {where}; load at the beginning {load:.1f}.", ""]
     lines += [*speed_table(speeds), ""] if speeds else []
+    lines += [*waits_text(waits), ""] if waits else []
     lines += [*cost_table(measured), "", *scale_table(model), ""] if measured else []
     return "\n".join(lines)
 
@@ -309,13 +345,14 @@ def main():
     frames, rounds = (48, 1) if brief else (arguments.frames, arguments.rounds)
     with tempfile.TemporaryDirectory(dir=roomy(frames)) as folder:
         speeds, png_bytes = speed(Path(folder), frames, rounds)
-    measured, model = [], None
+    measured, model, waits = [], None, None
     if arguments.part != "speed":
         with tempfile.TemporaryDirectory() as folder:
             measured = costs(Path(folder), max(1, arguments.rounds // 2))
+            waits = waits_of(Path(folder))
             png = speeds[0].tool * WORKERS / speeds[0].frames
             model = Model(*fitted(measured), start_of_tool(Path(folder)), png, png_bytes)
-    text = report(machine(), load, [] if brief else speeds, measured, model)
+    text = report(machine(), load, [] if brief else speeds, measured, model, waits)
     print(text)
     if arguments.write:
         write_page(text)

@@ -90,7 +90,8 @@ def printed(bench, scale=1.0):
     costs = [bench.Cost(frames, batch, frames * 2e-4 * scale + 0.01 * -(-frames // batch))
              for frames in (1_000, 10_000, 100_000) for batch in (16, 64, 512)]
     model = bench.Model(*bench.fitted(costs), 0.01, 0.04, 1.2e6)
-    return bench.report("AMD EPYC (family 26), 2 virtual cores, 2026-11-22", 0.1, speeds, costs, model)
+    return bench.report("AMD EPYC (family 26), 2 virtual cores, 2026-11-22", 0.1, speeds, costs, model,
+                        bench.Waits(0.001 * scale, 0.25))
 
 
 def form_of(text):
