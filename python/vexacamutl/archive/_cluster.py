@@ -58,6 +58,7 @@ class DaskPool:
         self._scheduler, self._job, self._patience, self._say, self._task = scheduler, job, patience, say, task
         self._client: Any = None
         self._identity: dict[str, Any] = {}
+        self._had_workers = False
         self._under_way: dict[Any, Pending] = {}
         self._finished: queue.SimpleQueue[Any] = queue.SimpleQueue()
         self._connect(min(patience, _FIRST_ANSWER))
@@ -68,6 +69,7 @@ class DaskPool:
             self._client = self._open_client(time.monotonic() + answer_within)
             self._identity = self._ask()
             self._wait_for_workers(time.monotonic() + self._patience)
+            self._had_workers = True
             self._check_workers()
         except BaseException:
             self._drop_client()
@@ -107,12 +109,16 @@ class DaskPool:
         said = False
         while not self._identity["workers"]:
             if time.monotonic() >= end:
-                raise SchedulerError(f"the scheduler {self._scheduler} has no workers; start them with dask-worker")
+                raise self._without_workers()
             if not said:
                 self._say(f"waiting for workers of {self._scheduler}")
             said = True
             time.sleep(0.2)
             self._identity = self._ask()
+
+    def _without_workers(self) -> SchedulerError:
+        what = "lost all its workers" if self._had_workers else "has no workers; start them with dask-worker"
+        return SchedulerError(f"the scheduler {self._scheduler} {what}")
 
     def _check_workers(self) -> None:
         """Each worker has what it needs, of one version."""
@@ -187,7 +193,7 @@ class DaskPool:
             if self._identity["workers"]:
                 quiet_since = time.monotonic()
             elif time.monotonic() - quiet_since > self._patience:
-                raise SchedulerError(f"the scheduler {self._scheduler} lost all its workers")
+                raise self._without_workers()
 
     def _collect(self, first: Any) -> list[Finished]:
         futures = [first]
