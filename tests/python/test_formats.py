@@ -3,6 +3,8 @@
 """Format names, codes and the queries."""
 from __future__ import annotations
 
+import sys
+
 import pytest
 
 import vexacamutl as vcu
@@ -62,3 +64,10 @@ def test_unknown_formats(value, text):
         vcu.pixel_format(value)
     with pytest.raises(ValueError):
         vcu.reverse(b"", value, width=0, height=0)
+
+
+def test_an_unknown_name_without_the_frames_layer(monkeypatch):
+    """As where its library is not installed: the message has nothing to propose, and says where names are."""
+    monkeypatch.setitem(sys.modules, "vexacamutl._frames", None)
+    with pytest.raises(vcu.UnsupportedFormatError, match="'BayerGR9'; PixelFormat has the names of the library's formats$"):
+        vcu.pixel_format("BayerGR9")
