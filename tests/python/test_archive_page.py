@@ -78,10 +78,10 @@ def test_exceptions_of_the_page():
 
 @pytest.fixture(scope="module")
 def bench():
-    specification = importlib.util.spec_from_file_location("bench_archive", ROOT / "bench" / "archive.py")
-    assert specification is not None and specification.loader is not None
-    module = importlib.util.module_from_spec(specification)
-    specification.loader.exec_module(module)
+    source = importlib.util.spec_from_file_location("bench_archive", ROOT / "bench" / "archive.py")
+    assert source is not None and source.loader is not None
+    module = importlib.util.module_from_spec(source)
+    source.loader.exec_module(module)
     return module
 
 
