@@ -37,6 +37,7 @@ def test_man_page_formats_without_a_warning():
 def test_documentation_has_only_options_that_exist(tool):
     known = set().union(*(options_of(tool, verb) for verb in VERBS)) | {"--help", "--version"}
     page = (ROOT / "docs/vexacamutl.md").read_text()
+    page = re.sub(r"`python3 [^`]*`", "", page)  # another program has options of its own
     assert set(re.findall(r"(?<![\w-])--[a-z][a-z-]*", page)) - known == set()
     for verb in VERBS:
         assert f"vexacamutl {verb}" in page
