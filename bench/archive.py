@@ -9,10 +9,9 @@
     scripts/bench archive scale     cost of a task and of a frame up to 100,000 frames with a conversion that does
                                     nothing, and from it the table for 10^6 to 10^9 frames
 
-The workers are dask-worker processes on this machine. Runs alternate; a figure is the median of its runs. The files of
-the first table are in /dev/shm where that has room, because a disk would hide the difference; those of the second are
-where temporary files go, because the manifest waits for that disk. Bare pictures are written so fast that their
-recording is four times as long, by further names of the same files.
+The workers are dask-worker processes on this machine, started as the page does. Runs alternate; a figure is the median
+of its runs. The files of the first table are in /dev/shm where that has room, because a disk would hide the difference;
+those of the second are where temporary files go, because the manifest waits for that disk.
 """
 from __future__ import annotations
 
@@ -42,7 +41,6 @@ from vexacamutl.archive import _cluster, _convert, _local, _manifest, _report, _
 WORKERS = 2
 PAGE = ROOT / "docs" / "archives.md"
 BEGIN, END = "<!-- written by scripts/bench archive --write -->\n", "<!-- end of what scripts/bench wrote -->\n"
-BARE_TIMES = 4
 
 # Assumed of a cluster; the page names them.
 NETWORK = 1000e6  # bytes per second of the shared storage, reading and writing together: 10 Gbit/s
@@ -103,29 +101,26 @@ def median(times):
 @contextlib.contextmanager
 def workers(folder):
     with Cluster(folder / "cluster") as cluster:
-        cluster.start_scheduler()
+        cluster.start_scheduler(**_cluster.ENVIRONMENT)
         for _ in range(WORKERS):
-            cluster.start_worker()
+            cluster.start_worker(**_cluster.ENVIRONMENT)
         wait_for_workers(cluster, WORKERS)
         yield cluster
 
 
 def recording(folder, frames):
-    """Single frames of 1920x1080: a drawn scene, so that PNG has something to do. Another folder for bare pictures."""
+    """Single frames of 1920x1080: a drawn scene, so that PNG has something to do."""
     subprocess.run([TOOL, "synth", "-n", str(frames), str(folder / "all.raw")], check=True)
-    for name in ("png", "bgra"):
-        (folder / name).mkdir()
+    (folder / "recorded").mkdir()
     content = np.memmap(folder / "all.raw", np.uint8, "r").reshape(frames, -1)
     for i, frame in enumerate(content):
-        frame.tofile(folder / "png" / f"{i:05d}.raw")
-        for again in range(BARE_TIMES):
-            os.link(folder / "png" / f"{i:05d}.raw", folder / "bgra" / f"{again * frames + i:05d}.raw")
+        frame.tofile(folder / "recorded" / f"{i:05d}.raw")
     (folder / "all.raw").unlink()
 
 
 def speed_of(to, folder, cluster, rounds):
     """The same files by the tool and by archives, in turns."""
-    recorded = folder / to
+    recorded = folder / "recorded"
     found = archive.open(recorded, "BayerRG8", 1920, 1080)
     plain = [TOOL, "convert", "-f", "BayerRG8", "-s", "1920x1080", "--jobs", str(WORKERS), "-t", to, "--quiet"]
     ways = {
@@ -151,7 +146,7 @@ def speed(folder, frames, rounds):
     with workers(folder) as cluster:
         measured = [speed_of(to, folder, cluster, rounds) for to in ("png", "bgra")]
     out = folder / "eight"
-    archive.open(folder / "png", "BayerRG8", 1920, 1080)[:8].convert(out)
+    archive.open(folder / "recorded", "BayerRG8", 1920, 1080)[:8].convert(out)
     return measured, sum(path.stat().st_size for path in out.glob("*.png")) / 8
 
 
@@ -327,7 +322,7 @@ def write_page(text):
 
 def roomy(frames):
     """Memory, if it holds the frames and their bare pictures; else the folder of temporary files."""
-    wanted = frames * FRAME_BYTES * (2 + 4 * BARE_TIMES)
+    wanted = frames * FRAME_BYTES * 6  # a frame, its bare picture, and a reserve
     return "/dev/shm" if os.path.isdir("/dev/shm") and shutil.disk_usage("/dev/shm").free > wanted else None
 
 
@@ -335,7 +330,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("part", nargs="?", choices=("speed", "scale"))
     parser.add_argument("--write", action="store_true", help="write the figures into docs/archives.md")
-    parser.add_argument("--frames", type=int, default=240, help="of the speed table's PNG (240)")
+    parser.add_argument("--frames", type=int, default=960, help="of the speed table (960)")
     parser.add_argument("--rounds", type=int, default=5, help="runs of each figure (5)")
     arguments = parser.parse_args()
     if arguments.write and arguments.part:

@@ -7,7 +7,7 @@
 
 # shellcheck disable=SC2034  # the groups are read by name, through a reference
 PACKAGES_BUILD=(cmake ninja-build g++ pkg-config libcli11-dev libpng-dev
-    libtiff-dev libjpeg62-turbo-dev libdeflate-dev)
+    libtiff-dev libjpeg62-turbo-dev libdeflate-dev libisal-dev)
 PACKAGES_TEST=(libgtest-dev libgmock-dev libswscale-dev libavutil-dev libaravis-dev libusb-1.0-0-dev
     libopencv-dev python3 python3-numpy python3-pytest python3-clang-14 python3-matplotlib mypy doxygen groff-base
     qemu-user clang dpkg-dev fakeroot file git

@@ -44,7 +44,7 @@ def test_files(text):
 def test_packages(text):
     """What is compiled in or linked to, with a version and a licence each."""
     packages = dict(zip(values(text, "PackageName"), values(text, "PackageVersion")))
-    assert {"vexacamutl", "CLI11", "libpng", "libdeflate", "libjpeg-turbo", "libtiff", "libstdcxx"} <= set(packages)
+    assert {"vexacamutl", "CLI11", "libpng", "libdeflate", "libisal", "libjpeg-turbo", "libtiff", "libstdcxx"} <= set(packages)
     assert all(re.match(r"\d+\.\d+", version) for version in packages.values()), packages
     assert len(values(text, "PackageLicenseConcluded")) == len(packages)
 

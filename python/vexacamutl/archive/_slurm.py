@@ -15,7 +15,7 @@ import sys
 from typing import Any, Callable
 
 from . import _optional
-from ._cluster import DaskPool
+from ._cluster import ENVIRONMENT, DaskPool
 from ._errors import SchedulerError
 from ._worker import Job
 
@@ -24,7 +24,8 @@ WORKERS = 4
 
 
 def _command(scheduler_file: str) -> str:
-    words = [sys.executable, "-m", "distributed.cli.dask_worker", "--scheduler-file", scheduler_file]
+    words = ["env", *(f"{name}={value}" for name, value in ENVIRONMENT.items())]
+    words += [sys.executable, "-m", "distributed.cli.dask_worker", "--scheduler-file", scheduler_file]
     words += ["--nworkers=1", "--no-nanny", "--no-dashboard", "--memory-limit=0", "--death-timeout=60"]
     threads = '--nthreads="${SLURM_CPUS_PER_TASK:-1}" --local-directory="${TMPDIR:-/tmp}"'
     return f"exec {shlex.join(words)} {threads}"
