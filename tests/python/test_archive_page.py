@@ -15,6 +15,7 @@ import pytest
 
 from archive_support import TOOL, files_of, run_tool
 from vexacamutl import archive
+from vexacamutl.archive import _cluster, _slurm
 
 ROOT = Path(__file__).resolve().parents[2]
 PAGE = (ROOT / "docs" / "archives.md").read_text(encoding="ascii")
@@ -54,6 +55,18 @@ def test_python(folder, capsys):
     assert names["first"].shape == (480, 640) and len(names["few"]) == 3 and names["brightness"].shape == (24,)
     run_tool("convert", *SHAPE, "-b", "acpi", "-o", "plain", "recordings")
     assert files_of("pictures") == files_of("plain")
+
+
+def test_settings_of_workers():
+    """The page exports what Slurm's workers get, under names for which Dask has values of its own."""
+    dask = pytest.importorskip("dask")
+    pytest.importorskip("distributed")
+    exported = dict(pair.split("=") for line in re.findall("^export (.*)$", PAGE, re.MULTILINE) for pair in line.split())
+    assert exported == _cluster.ENVIRONMENT
+    assert set(_slurm._command("file").split()) > {f"{name}={value}" for name, value in exported.items()}
+    for name in exported:
+        key = name.removeprefix("DASK_").lower().replace("__", ".").replace("_", "-")
+        assert re.fullmatch(r"[0-9]+ms", dask.config.get(key)), key
 
 
 def test_commands(folder):
