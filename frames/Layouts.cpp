@@ -13,7 +13,7 @@ namespace {
 
 constexpr uint64_t kMostPixels = uint64_t{1} << 30;
 constexpr uint64_t kLongestStride = uint64_t{1} << 30;
-constexpr uint64_t kFarthest = uint64_t{1} << 48;  ///< bytes of offset, pixels of skip
+constexpr uint64_t kFarthest = uint64_t{1} << 48;  ///< bytes of offset, pixels of skip and of rows without a stride
 
 VcfStatus CheckSize(const VcfLayout& layout, const VcfFormat& format, const Text& text) {
     if (layout.width == 0 || layout.height == 0) {
@@ -59,6 +59,9 @@ VcfStatus CheckRows(const Geometry& g, const VcfLayout& layout, const Text& text
     } else if (g.rowWidth < g.width) {
         return text.Say(VCF_BAD_LAYOUT, "a row_width of %" PRIu64 " pixels is less than the width of %u", g.rowWidth,
                         g.width);
+    } else if (g.skip + g.rowWidth * g.height > kFarthest) {  // their bytes would not fit into 64 bits
+        return text.Say(VCF_BAD_LAYOUT, "%u rows of %" PRIu64 " pixels end more than 2^48 pixels into the buffer",
+                        g.height, g.rowWidth);
     }
     if (g.format->kind == VCF_KIND_YUV) {
         const uint64_t group = g.format->group_pixels;
@@ -137,6 +140,11 @@ VcfStatus MakeGeometry(const VcfLayout* layout, Geometry& geometry, const Text& 
         const uint64_t rows = geometry.skip / geometry.rowWidth;
         geometry.offset += rows * geometry.stride;
         geometry.skip -= rows * geometry.rowWidth;
+        if (geometry.stride > kLongestStride || geometry.skip + geometry.width > geometry.rowWidth) {
+            return text.Say(VCF_BAD_LAYOUT,
+                            "%s rows of %" PRIu64 " pixels cannot hold %u pixels from pixel %" PRIu64 " on",
+                            format->name, geometry.rowWidth, geometry.width, geometry.skip);
+        }
     }
     return VCF_OK;
 }

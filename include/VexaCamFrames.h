@@ -365,7 +365,9 @@ VEXACAMUTL_API void VcfInitLayout(VcfLayout* layout, PixelFormat format, uint32_
 /**
  * Whether a layout is valid: a known format, 1 to 2^30 pixels, a stride of 0 or
  * from the bytes of a row to 2^30, whole groups of pixels that share chroma (per
- * row, or per frame without a stride).
+ * row, or per frame without a stride), at most 2^48 bytes of `offset` and 2^48
+ * pixels of `skip`, without a stride with all rows of `row_width`. Rows of
+ * CSI-2 begin with whole groups: a frame lies inside rows of `row_width`.
  */
 VEXACAMUTL_API VcfStatus VcfCheckLayout(const VcfLayout* layout, char* text, size_t text_bytes);
 

@@ -49,6 +49,7 @@ VcfLayout SomeLayout(const VcfFormat& format, uint32_t width, uint32_t height, R
         default:
             break;
     }
+    MakeRoomForSkip(layout);
     if (format.kind == VCF_KIND_YUV) {
         layout.range = random.Below(2);
     } else if (format.depth > 8 && format.packing == VCF_PACKING_NONE && random.Below(2) == 0) {

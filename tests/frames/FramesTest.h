@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cctype>
 #include <memory>
 #include <ostream>
@@ -33,6 +34,14 @@ inline VcfLayout LayoutOf(PixelFormat format, uint32_t width, uint32_t height) {
     VcfLayout layout;
     VcfInitLayout(&layout, format, width, height);
     return layout;
+}
+
+/// Rows of CSI-2 begin with whole groups: without a stride, a row has to hold the pixels that are skipped as well.
+inline void MakeRoomForSkip(VcfLayout& layout) {
+    const uint32_t packing = VcfFindFormat(layout.format)->packing;
+    if (layout.stride == 0 && (packing == VCF_PACKING_10CSI2 || packing == VCF_PACKING_12CSI2)) {
+        layout.row_width = std::max(layout.row_width, static_cast<uint32_t>(layout.skip) + layout.width);
+    }
 }
 
 inline VcfSettings DefaultSettings() {
