@@ -33,12 +33,19 @@ class Place(NamedTuple):
 
 
 class CameraBuffer(NamedTuple):
-    """`array` keeps the memory alive."""
+    """`array` keeps the memory alive. Where that lies is asked for when it is read: a caller's number may be an object
+    that resizes the array while it is looked at."""
 
     array: NDArray[Any]
-    address: int
-    length: int
     layout: _frames.BufferLayout
+
+    @property
+    def address(self) -> int:
+        return self.array.ctypes.data
+
+    @property
+    def length(self) -> int:
+        return _span(self.array)
 
 
 def sample_layout(format: FormatLike) -> Optional[Layout]:
@@ -60,6 +67,9 @@ def rows_apart(array: NDArray[Any]) -> bool:
 
 
 def _span(array: NDArray[Any]) -> int:
+    """Bytes from the first to the last one of an array of bytes or of rows."""
+    if array.flags.c_contiguous:
+        return array.nbytes
     return array.strides[0] * (array.shape[0] - 1) + int(array[0].nbytes)
 
 
@@ -70,7 +80,7 @@ def _of_bytes(array: NDArray[Any], format: FormatLike, place: Place) -> CameraBu
         raise ValueError(missing_size("the frame"))
     size = integer(place.width, "the width"), integer(place.height, "the height")
     layout = _frames.buffer_layout(format, size, place.stride, place.offset, place.shift, place.range)
-    return CameraBuffer(array, array.ctypes.data, array.nbytes, layout)
+    return CameraBuffer(array, layout)
 
 
 def _size_of(array: NDArray[Any], samples: Optional[Layout], place: Place) -> tuple[int, int]:
@@ -112,7 +122,7 @@ def camera_buffer(frame: Frame, format: FormatLike, place: Place) -> CameraBuffe
     row_bytes = int(array[0].nbytes)
     stride = None if array.shape[0] == 1 or array.strides[0] == row_bytes and samples is not None else array.strides[0]
     layout = _frames.buffer_layout(format, size, stride, 0, place.shift, place.range)
-    return CameraBuffer(array, array.ctypes.data, _span(array), layout)
+    return CameraBuffer(array, layout)
 
 
 def picture_memory(out: Any, shape: tuple[int, ...], dtype: np.dtype[Any], source: NDArray[Any]) -> NDArray[Any]:

@@ -218,6 +218,8 @@ def _real(value: Any, what: str, low: float, high: float) -> float:
         number = float("not a number" if isinstance(value, (str, bytes)) else value)
     except (TypeError, ValueError):
         raise TypeError(f"{what} must be a number, not {type(value).__name__}") from None
+    except OverflowError:  # an integer beyond every float
+        raise ValueError(f"{what} must be {low:g} to {high:g}") from None
     if not low <= number <= high:
         raise ValueError(f"{what} must be {low:g} to {high:g}, not {number:g}")
     return number

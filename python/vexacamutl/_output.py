@@ -83,10 +83,18 @@ def _status_of(path: str) -> Optional[os.stat_result]:
 
 
 def _take_over(descriptor: int, replaced: os.stat_result) -> None:
-    """Gives a new file the owner and the mode of the one that it replaces, as far as the system allows."""
-    with contextlib.suppress(PermissionError):
+    """Gives a new file the owner and the mode of the one that it replaces, as far as the system allows.
+
+    Where the owner cannot be kept, the group is tried; set-user-id bits stay with their owner only.
+    """
+    kept = 0o7777
+    try:
         os.fchown(descriptor, replaced.st_uid, replaced.st_gid)
-    os.fchmod(descriptor, stat.S_IMODE(replaced.st_mode))
+    except PermissionError:
+        kept = 0o777
+        with contextlib.suppress(PermissionError):
+            os.fchown(descriptor, -1, replaced.st_gid)
+    os.fchmod(descriptor, stat.S_IMODE(replaced.st_mode) & kept)
 
 
 def _expect_size(path: str, shown: str, wanted: int) -> None:
@@ -96,10 +104,23 @@ def _expect_size(path: str, shown: str, wanted: int) -> None:
 
 
 def _place(temporary: str, path: str, overwrite: bool) -> None:
-    if not overwrite:
-        # Unlike a rename it fails when the name has appeared meanwhile.
+    if overwrite:
+        os.replace(temporary, path)
+        return
+    # Unlike a rename a link fails when the name has appeared meanwhile.
+    try:
+        os.link(temporary, path)
+    except FileExistsError:
+        raise FileExistsError(errno.EEXIST, os.strerror(errno.EEXIST), path) from None
+    except OSError:  # a file system without hard links
         os.close(os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL, 0o600))
-    os.replace(temporary, path)
+        try:
+            os.replace(temporary, path)
+        except BaseException:
+            os.unlink(path)
+            raise
+    else:
+        os.unlink(temporary)
 
 
 def _write_regular(

@@ -274,8 +274,8 @@ def unpack(
     array([[ 801, 1620]], dtype=uint16)
     """
     buffer = camera_buffer(frame, format, Place(width, height, stride, offset, shift))
-    row = _frames.format_row(format)
-    layout = sample_layout(row.unpacked)
+    # Of the layout's format: that of the argument may be an object that is another number each time.
+    layout = sample_layout(_frames.format_row(buffer.layout.format).unpacked)
     assert layout is not None, "what a packed format unpacks to has an array"
     samples = np.empty(layout.shape(buffer.layout.width, buffer.layout.height), layout.dtype)
     where = samples.ctypes.data, 0, layout.dtype.itemsize

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # Copyright (c) the Vexa camera utility library authors
-"""Edges of small helpers that the other tests pass by: sizes half given, foreign objects."""
+"""Edges of small helpers that the other tests pass by: sizes half given, foreign objects, numbers that change."""
 from __future__ import annotations
 
 import errno
@@ -77,3 +77,58 @@ def test_the_stride_of_a_single_row_says_nothing(tmp_path):
     vcu.save_bmp(row, tmp_path / "view.bmp")
     vcu.save_bmp(row.copy(), tmp_path / "copy.bmp")
     assert (tmp_path / "view.bmp").read_bytes() == (tmp_path / "copy.bmp").read_bytes()
+
+
+class Numbers:
+    """Another number each time."""
+
+    def __init__(self, *numbers: int) -> None:
+        self.numbers = list(numbers)
+
+    def __index__(self) -> int:
+        return self.numbers.pop(0) if len(self.numbers) > 1 else self.numbers[0]
+
+
+def test_a_format_that_is_another_one_each_time():
+    """The samples take the room of the format that is unpacked."""
+    frame = bytes(range(48)) * 3
+    formats = [int(vcu.PixelFormat.RGB8), int(vcu.PixelFormat.Mono8), int(vcu.PixelFormat.RGB10)]
+    for first in formats:
+        for second in formats:
+            for calls in range(1, 5):
+                try:
+                    samples = vcu.unpack(frame, Numbers(*[first] * calls, second), width=8, height=3)
+                except ValueError:
+                    continue
+                assert samples.tobytes() == frame[: samples.nbytes]
+
+
+class Shrinks:
+    """A number that gives the memory of an array back when it is looked at."""
+
+    def __init__(self, array: np.ndarray) -> None:
+        self.array = array
+
+    def __index__(self) -> int:
+        self.array.resize(1, refcheck=False)
+        return 1
+
+    def __float__(self) -> float:
+        return float(self.__index__())
+
+
+@pytest.mark.parametrize("setting", ["exposure", "black_level", "tone", "shift", "offset"])
+def test_a_frame_that_shrinks_while_its_settings_are_read(setting):
+    frame = np.ones(1000 * 1000, np.uint8)
+    with pytest.raises(ValueError):
+        vcu.to_bgr(frame, "Mono8", width=1000, height=1000, **{setting: Shrinks(frame)})
+    rows = np.ones((1000, 1000), np.uint16)
+    if setting != "offset":
+        with pytest.raises(ValueError):
+            vcu.to_bgr(rows, "BayerRG12", **{setting: Shrinks(rows)})
+
+
+@pytest.mark.parametrize("setting", [{"exposure": 10**400}, {"white_balance": (1, -(10**400), 1)}, {"tone": 10**400}])
+def test_numbers_beyond_every_float(setting):
+    with pytest.raises(ValueError, match="must be 0"):
+        vcu.to_bgr(bytes(4), "Mono8", width=2, height=2, **setting)

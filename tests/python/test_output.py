@@ -130,6 +130,38 @@ def test_a_file_that_appears_meanwhile_is_not_replaced(tmp_path, monkeypatch):
     assert path.read_bytes() == b"other"
 
 
+def refusing(code):
+    def call(*_, **__):
+        raise OSError(code, os.strerror(code))
+    return call
+
+
+def test_a_new_file_is_never_empty(save, kind, tmp_path, monkeypatch):
+    """Not even until it is renamed; where a file system has no hard links, nothing is left of a rename that fails."""
+    monkeypatch.setattr(os, "replace", refusing(errno.EIO))
+    save(tmp_path / "a", overwrite=False)
+    assert (tmp_path / "a").stat().st_size == SIZES[kind] and (tmp_path / "a").stat().st_nlink == 1
+    monkeypatch.setattr(os, "link", refusing(errno.EPERM))
+    with pytest.raises(OSError, match=os.strerror(errno.EIO)):
+        save(tmp_path / "b", overwrite=False)
+    assert os.listdir(tmp_path) == ["a"]
+    monkeypatch.undo()
+    monkeypatch.setattr(os, "link", refusing(errno.EPERM))
+    save(tmp_path / "b", overwrite=False)
+    assert (tmp_path / "b").read_bytes() == (tmp_path / "a").read_bytes()
+    with pytest.raises(FileExistsError):
+        save(tmp_path / "b", overwrite=False)
+
+
+def test_set_user_id_stays_with_its_owner(tmp_path, monkeypatch):
+    path = tmp_path / "a"
+    path.write_bytes(b"")
+    path.chmod(0o6755)
+    monkeypatch.setattr(os, "fchown", refusing(errno.EPERM))
+    WRITERS["rwh"](path)
+    assert path.stat().st_mode & 0o7777 == 0o755
+
+
 @pytest.mark.parametrize("mode", [0o600, 0o640, 0o666, 0o4711])
 def test_mode_of_a_replaced_file(save, tmp_path, mode):
     path = tmp_path / "a"
