@@ -8,8 +8,10 @@ import subprocess
 
 import pytest
 
-# A shell starts jobs in the background with Ctrl-C ignored, and children inherit that.
+# A shell starts jobs in the background with Ctrl-C ignored, nohup with SIGHUP ignored, and children inherit that.
 signal.signal(signal.SIGINT, signal.default_int_handler)
+for number in (signal.SIGHUP, signal.SIGQUIT, signal.SIGTERM):
+    signal.signal(number, signal.SIG_DFL)
 
 PROGRAM = os.environ["VEXACAMUTL"]
 # The runtime of instrumented programs opens and writes a file of its own before the program starts.

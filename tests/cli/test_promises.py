@@ -28,22 +28,26 @@ def frame(n=0):
 
 # many files
 
-VERBS = {
-    "convert": ["-t", "ppm", "-o", "out"], "pack": ["-o", "out"], "info": [],
+CONVERT = ["convert", "-t", "ppm", "-o", "out", "-j", 1]
+WAYS = {
+    "convert": [*CONVERT, *SHAPE], "convert-sidecars": CONVERT, "convert-rwh": CONVERT,
+    "pack": ["pack", "-o", "out", "-j", 1, *SHAPE], "info": ["info", *SHAPE], "info-sidecars": ["info"],
+    "info-json": ["info", "--json"], "info-rwh": ["info"],
 }
 
 
 @pytest.mark.skipif(SANITIZED, reason="the runtimes open files themselves")
-@pytest.mark.parametrize("verb", VERBS)
-def test_files_are_closed(tool, verb):
+@pytest.mark.parametrize("way", WAYS)
+def test_files_are_closed(tool, way):
     """A hundred files with twenty descriptors."""
-    for n in range(100):
-        tool.write(f"in/{n:03}.raw", frame(n))
-    jobs = [] if verb == "info" else ["-j", 1]
-    done = tool(verb, *SHAPE, *jobs, *VERBS[verb], *(f"in/{n:03}.raw" for n in range(100)),
-                preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (20, 20)))
+    names = [f"in/{n:03}.{'rwh' if way.endswith('rwh') else 'raw'}" for n in range(100)]
+    for n, name in enumerate(names):
+        tool.write(f"in/{n:03}.txt", b"pixel format: BayerRG8\nwidth: 16\nheight: 8\n")
+        header = np.array([0x01080009, 16, 8, 16], "<u4").tobytes() if way.endswith("rwh") else b""
+        tool.write(name, header + frame(n))
+    done = tool(*WAYS[way], *names, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (20, 20)))
     assert (done.returncode, done.stderr) == (0, "")
-    assert len(tool.names("out/*")) == (0 if verb == "info" else 100)
+    assert len(tool.names("out/*")) == (0 if way.startswith("info") else 100)
 
 
 @pytest.mark.skipif(SANITIZED, reason="sanitizers need memory without a limit")

@@ -168,8 +168,11 @@ TEST(Promises, RowsOfMosaicsAreFoundBeyond4GiB) {
         const uint8_t* const src = source.Data();
         uint8_t* const dst = destination.Data();
         const auto srcOffset = [&](size_t row) { return src + row * srcRow; };
-        // A red site in the last column but one would be interior; column 0 of an even row is red, of an odd one green.
-        source.Data()[(kHeight - 2) * srcRow + (converter.SampleBytes() - 1)] = 0x77;
+        // Red sites at the left border, in a row of the ring and in one between the rings.
+        constexpr size_t kRedRows[] = {kHeight - 2, kHeight - 4};
+        for (const size_t row : kRedRows) {
+            source.Data()[row * srcRow + (converter.SampleBytes() - 1)] = 0x77;
+        }
         s_rows.clear();
         converter.Call(dst, src, kWidth, kHeight);
         size_t wrong = 0;
@@ -204,11 +207,13 @@ TEST(Promises, RowsOfMosaicsAreFoundBeyond4GiB) {
             EXPECT_EQ(s_rows.back().dst, dst + (kHeight - 1) * dstRow);
         }
         EXPECT_EQ(wrong, 0u);
-        // The border pixel beyond 4 GiB, from the sample set above.
+        // The border pixels beyond 4 GiB, from the samples set above.
         const uint32_t red = converter.SampleBytes() == 1 ? 0x77u : 0x7700u >> converter.DefaultShift() & 0xFF;
-        EXPECT_EQ(dst[(kHeight - 2) * dstRow + 2], red);
-        dst[(kHeight - 2) * dstRow + 2] = 0;
-        source.Data()[(kHeight - 2) * srcRow + (converter.SampleBytes() - 1)] = 0;
+        for (const size_t row : kRedRows) {
+            EXPECT_EQ(dst[row * dstRow + 2], red);
+            dst[row * dstRow + 2] = 0;
+            source.Data()[row * srcRow + (converter.SampleBytes() - 1)] = 0;
+        }
     }
     Vexa::s_psKernels = before;
 }
