@@ -39,6 +39,9 @@ constexpr const KernelTable& kFallback = kAvx2Table;
 #include "kernels/simd/PackedColourPermuted.inc"
 
 #include "kernels/simd/Reverse.inc"
+
+#include "kernels/simd/YuvPartsPermuted.inc"
+
 #include "kernels/simd/Yuv.inc"
 
 #include "kernels/MakeTable.inc"

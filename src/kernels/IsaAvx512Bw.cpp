@@ -35,6 +35,9 @@ constexpr const KernelTable& kFallback = kAvx2Table;
 #include "kernels/simd/BayerNInOrder.inc"
 
 #include "kernels/simd/Copy.inc"
+
+#include "kernels/simd/YuvParts.inc"
+
 #include "kernels/simd/Yuv.inc"
 
 #include "kernels/FillComputedColours.inc"

@@ -30,6 +30,9 @@ constexpr const KernelTable& kFallback = kScalarTable;
 #include "kernels/simd/Mono.inc"
 #include "kernels/simd/PackedColour.inc"
 #include "kernels/simd/Reverse.inc"
+
+#include "kernels/simd/YuvParts.inc"
+
 #include "kernels/simd/Yuv.inc"
 
 #include "kernels/MakeTable.inc"
