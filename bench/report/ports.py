@@ -26,7 +26,7 @@ NAMESPACES = {"avx2": "Avx2", "avx512": "Avx512", "avx512bw": "Avx512Bw"}
 LAYOUTS = {"BGRA": (0, 4), "BGR": (1, 3)}
 REVERSED_UNITS = {"Mono8": ("0", 1), "Mono12": ("0, 1", 2), "RGB8": ("0, 1, 2", 3), "BGR12": ("0, 1, 2, 3, 4, 5", 6),
                   "YUV411": ("0, 5, 4, 3, 2, 1", 1.5), "YUV422": ("0, 3, 2, 1", 2)}
-JUMP = re.compile(r"j[a-z]+\s+([0-9a-f]+)\b")
+JUMP = re.compile(r"j(?!mp)[a-z]+\s+([0-9a-f]+)\b")
 STORE = re.compile(r"(v?mov[a-z0-9]*|vextract[a-z0-9]*)\s+(?:\$\w+,)?%([xyz])mm\d+,(?!.*%rsp)-?\w*\(%r(?!ip)")
 SHUFFLE = re.compile(r"vp?(shuf|perm|unpck|ack|extract|insert|align|broadcast)")
 STORED_BYTES = {"x": 16, "y": 32, "z": 64}
@@ -73,8 +73,9 @@ def disassemble(library: Path) -> dict[str, list[tuple[int, str]]]:
 
 
 def stored_bytes(loop: list[str]) -> int:
-    """By vector stores that do not go to the stack."""
-    return sum(STORED_BYTES[match[2]] for line in loop if (match := STORE.match(line)))
+    """By vector stores that do not go to the stack; one that extracts stores half a register."""
+    return sum(STORED_BYTES[match[2]] // (2 if match[1].startswith("vextract") else 1)
+               for line in loop if (match := STORE.match(line)))
 
 
 def operations(loop: list[str]) -> dict[str, int]:
@@ -87,7 +88,8 @@ def operations(loop: list[str]) -> dict[str, int]:
 
 
 def inner_loop(function: list[tuple[int, str]]) -> list[str]:
-    """The innermost loop that stores most per instruction; it may not contain another loop."""
+    """The innermost loop that stores most per instruction: from a conditional jump back to its target. It contains
+    neither another loop nor a return, which would be code that only lies between."""
     best: list[str] = []
     jumps = [(address, int(match[1], 16)) for address, text in function if (match := JUMP.match(text))]
     backward = [(start, end) for end, start in jumps if start <= end]
@@ -95,7 +97,9 @@ def inner_loop(function: list[tuple[int, str]]) -> list[str]:
         if any((start, end) != (s, e) and start <= s and e <= end for s, e in backward):
             continue
         loop = [text for address, text in function if start <= address <= end]
-        if stored_bytes(loop) > stored_bytes(best):
+        if "ret" not in loop and stored_bytes(loop) * len(best) > stored_bytes(best) * len(loop):
+            best = loop
+        elif not best and stored_bytes(loop):
             best = loop
     return best
 
