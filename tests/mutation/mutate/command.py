@@ -74,8 +74,8 @@ def not_run_here() -> list[str]:
     with open("/proc/cpuinfo", encoding="ascii", errors="replace") as file:
         flags = file.read().split()
     if "avx512vbmi" in flags:
-        return ["Neon"]
-    return ["Neon", "Avx512Vbmi", "IsaAvx512."] if "avx512bw" in flags else ["Neon", "Avx512"]
+        return ["Neon", "Wasm"]
+    return ["Neon", "Wasm", "Avx512Vbmi", "IsaAvx512."] if "avx512bw" in flags else ["Neon", "Wasm", "Avx512"]
 
 
 def source_files(below: list[str], arm: bool) -> list[str]:
