@@ -85,10 +85,26 @@ def test_no_replacement_on_a_system_that_cannot_refuse_one(tool, interposer):
 
 @pytest.mark.parametrize("kind", ["png", "tif", "jpg", "vbmp", "ppm", "bgr"])
 def test_memory_can_end_at_any_moment(work, interposer, kind):
-    """The last allocations, where the file is built; the parser of command lines ends the program when it gets none."""
+    """The last allocations, where the file is built."""
     arguments = ["convert", "--report", "report", "in.raw", f"out.{kind}"]
     done, wanted, result, count = work(arguments, interposer(VEXA_FAIL="malloc:0:0"), True)
     assert done.returncode == 0 and count > 100
     for n in range(count - 60, count + 1):
         done, left, _, _ = work(arguments, interposer(VEXA_FAIL=f"malloc:{n}:{errno.ENOMEM}"), True)
         check(done, left, wanted, result, True)
+
+
+def test_memory_can_end_while_the_command_line_is_read(tool, interposer):
+    """Also in functions of the parser that may not throw: they copy long words, and names of options."""
+    calls = tool.folder.parent / (tool.folder.name + ".calls")
+    arguments = ["reverse", "--mirror", "--frames", "0:1", "a-long-name-of-an-input.raw", "another-long-name.raw"]
+    environment = {"VEXA_CALLS": str(calls)}
+    tool.bad(3, *arguments, env=interposer(VEXA_FAIL="malloc:0:0", **environment))
+    count = int(calls.read_text())
+    said = []
+    for n in range(1, count + 1):
+        done = tool(*arguments, env=interposer(VEXA_FAIL=f"malloc:{n}:{errno.ENOMEM}", **environment))
+        assert done.returncode in (3, 6), (n, done.returncode, done.stderr)
+        assert done.stderr.startswith("vexacamutl: ") and done.stderr.count("\n") == 1, done.stderr
+        said.append(done.stderr)
+    assert said.count("vexacamutl: out of memory\n") > count - 10 > 100

@@ -22,6 +22,24 @@ namespace VexaTool {
 
 namespace {
 
+struct Verb {
+    const char* name;
+    const char* help;
+    void (*declare)(CLI::App& command);
+};
+
+constexpr Verb kVerbs[] = {
+    {"convert", "Convert raw frames to pictures", DeclareConvert},
+    {"info", "Print what a raw or RWH file holds and check its length", DeclareInfo},
+    {"formats", "List the pixel formats", DeclareFormats},
+    {"reverse", "Mirror raw frames or turn them upside down", DeclareReverse},
+    {"pack", "Put raw frames into RWH files", DeclarePack},
+    {"unpack", "Take raw frames out of RWH files, or unpack transport formats", DeclareUnpack},
+    {"synth", "Make raw frames of a drawn scene", DeclareSynth},
+    {"guess", "Rank the plausible layouts of an unknown raw file and show them", DeclareGuess},
+    {"bench", "Measure the converters on this machine", DeclareBench},
+};
+
 int Report(ExitCode code, const std::string& line) {
     SayLine(line);
     return static_cast<int>(code);
@@ -33,20 +51,16 @@ std::string InOneLine(std::string text) {
     return text;
 }
 
-void Declare(CLI::App& app) {
+/// Declares the verb that the line names, or all of them for a line without one. A verb's options are declared once it
+/// is met: declaring those of all verbs took longer than the conversion of a small frame.
+void Declare(CLI::App& app, const Verb* named) {
     app.require_subcommand(1);
     app.set_version_flag("-V,--version", VEXACAMUTL_VERSION_TEXT, "Print the version and exit");
-    AddConvert(app);
-    AddInfo(app);
-    AddFormats(app);
-    AddReverse(app);
-    AddPack(app);
-    AddUnpack(app);
-    AddSynth(app);
-    AddGuess(app);
-    AddBench(app);
-    for (CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
-        verb->group("Verbs");
+    for (const Verb& verb : kVerbs) {
+        if (named == nullptr || named == &verb) {
+            CLI::App* command = app.add_subcommand(verb.name, verb.help)->group("Verbs");
+            command->preparse_callback([command, declare = verb.declare](size_t) { declare(*command); });
+        }
     }
     app.get_formatter()->label("SUBCOMMAND", "VERB");
     app.footer(
@@ -61,18 +75,19 @@ std::string HelpHint(const CLI::App& app) {
     return " (see: vexacamutl " + (verbs.empty() ? std::string() : verbs[0]->get_name() + " ") + "--help)";
 }
 
-/// Names the verbs, where the parser would only miss one. The last argument is the first of the command line.
-void RefuseUnknownVerb(const CLI::App& app, const std::vector<std::string>& arguments) {
+/// The verb that the line begins with, or none if it begins with an option. Where there is neither, the failure lists
+/// the verbs; the parser would only miss one. The last argument is the first of the command line.
+const Verb* NamedVerb(const std::vector<std::string>& arguments) {
     const std::string wanted = arguments.empty() ? "" : arguments.back();
     if (wanted.starts_with('-')) {
-        return;
+        return nullptr;
     }
     std::string verbs;
-    for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
-        if (verb->get_name() == wanted) {
-            return;
+    for (const Verb& verb : kVerbs) {
+        if (verb.name == wanted) {
+            return &verb;
         }
-        verbs += (verbs.empty() ? "" : ", ") + verb->get_name();
+        verbs += (verbs.empty() ? "" : ", ") + std::string(verb.name);
     }
     throw Failure(ExitCode::kUsage,
                   (arguments.empty() ? "no verb given" : "unknown verb '" + wanted + "'") + "; the verbs are " + verbs);
@@ -110,9 +125,8 @@ std::vector<std::string> ArgumentsFor(int argc, char** argv) {
 
 int Run(int argc, char** argv) {
     CLI::App app("Convert and inspect raw frames of industrial cameras.", "vexacamutl");
-    Declare(app);
     std::vector<std::string> arguments = ArgumentsFor(argc, argv);
-    RefuseUnknownVerb(app, arguments);
+    Declare(app, NamedVerb(arguments));
     try {
         app.parse(arguments);
     } catch (const CLI::Success& help) {

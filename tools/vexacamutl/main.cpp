@@ -5,9 +5,15 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <string_view>
+
 #include <VexaCamUtl.h>
 
 #include "CommandLine.h"
+#include "Failure.h"
 #include "output/Cleanup.h"
 
 namespace {
@@ -23,7 +29,22 @@ void HoldStandardStreams() {
     }
 }
 
+/// The parser of command lines looks options up in functions that may not throw. Where memory ends in one of them, the
+/// runtime calls this; no result is begun by then. What else may not be thrown aborts the tool, as without this
+/// function.
+[[noreturn]] void EndWithoutMemory() noexcept {
+    static constexpr std::string_view kLine = "vexacamutl: out of memory\n";
+    std::set_terminate(std::abort);
+    try {
+        throw;
+    } catch (const std::bad_alloc&) {
+        [[maybe_unused]] const auto written = write(STDERR_FILENO, kLine.data(), kLine.size());
+        _exit(static_cast<int>(VexaTool::ExitCode::kNoMemory));
+    }
+}
+
 void Prepare() {
+    std::set_terminate(EndWithoutMemory);
     HoldStandardStreams();
     VexaTool::InstallSignalHandling();
     PrepareLUT();

@@ -142,9 +142,8 @@ void Run(const Arguments& arguments) {
 
 }  // namespace
 
-void AddBench(CLI::App& app) {
+void DeclareBench(CLI::App& command) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command = *app.add_subcommand("bench", "Measure the converters on this machine");
     command.add_option("NAMES", arguments->names, "Only converters whose names contain one of these, for example Byr");
     command.add_option("-s,--size", arguments->size, "Size of the frame (default: 1920x1080)");
     command.add_option("--seconds", arguments->seconds, "Time for each converter (default: 0.1)")

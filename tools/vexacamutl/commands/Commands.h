@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Copyright (c) the Vexa camera utility library authors
 //
-// The verbs of the tool. Each function declares one: its options, its help, and the work as the callback.
+// The verbs of the tool. Each function declares the options of one, and its work as the callback.
 #pragma once
 
 #include <CLI/App.hpp>
@@ -10,14 +10,14 @@
 
 namespace VexaTool {
 
-void AddConvert(CLI::App& app);
-void AddInfo(CLI::App& app);
-void AddFormats(CLI::App& app);
-void AddReverse(CLI::App& app);
-void AddPack(CLI::App& app);
-void AddUnpack(CLI::App& app);
-void AddSynth(CLI::App& app);
-void AddGuess(CLI::App& app);
-void AddBench(CLI::App& app);
+void DeclareConvert(CLI::App& command);
+void DeclareInfo(CLI::App& command);
+void DeclareFormats(CLI::App& command);
+void DeclareReverse(CLI::App& command);
+void DeclarePack(CLI::App& command);
+void DeclareUnpack(CLI::App& command);
+void DeclareSynth(CLI::App& command);
+void DeclareGuess(CLI::App& command);
+void DeclareBench(CLI::App& command);
 
 }  // namespace VexaTool

@@ -176,17 +176,16 @@ void RunConvert(const Arguments& arguments) {
     RunWithKind(conversion, kind);
 }
 
-void AddRepacking(CLI::App& app, const std::string& name, const std::string& help, OutputKind kind) {
+void DeclareRepacking(CLI::App& command, OutputKind kind) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command = *app.add_subcommand(name, help);
     AddSharedOptions(command, *arguments);
     if (kind == OutputKind::kRaw) {
         command.add_flag("--sidecar", arguments->conversion.output.sidecar,
                          "Write format and size into a text beside each output");
     }
-    command.callback([arguments, name, kind] {
+    command.callback([arguments, &command, kind] {
         const ConversionOptions conversion = WithPaths(*arguments);
-        CheckNameOf(conversion.output.path, name, kind);
+        CheckNameOf(conversion.output.path, command.get_name(), kind);
         RunWithKind(conversion, kind);
     });
 }
@@ -238,9 +237,8 @@ void AddLevels(CLI::App& command, LevelOptions& levels) {
 
 }  // namespace
 
-void AddConvert(CLI::App& app) {
+void DeclareConvert(CLI::App& command) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command = *app.add_subcommand("convert", "Convert raw frames to pictures");
     AddSharedOptions(command, *arguments);
     EncodeOptions& encode = arguments->conversion.encode;
     command.add_option("-t,--to", arguments->to, "Kind of output instead of the extension's: " + OutputKindNames());
@@ -263,17 +261,16 @@ void AddConvert(CLI::App& app) {
     command.callback([arguments] { RunConvert(*arguments); });
 }
 
-void AddPack(CLI::App& app) {
-    AddRepacking(app, "pack", "Put raw frames into RWH files", OutputKind::kRwh);
+void DeclarePack(CLI::App& command) {
+    DeclareRepacking(command, OutputKind::kRwh);
 }
 
-void AddUnpack(CLI::App& app) {
-    AddRepacking(app, "unpack", "Take raw frames out of RWH files, or unpack transport formats", OutputKind::kRaw);
+void DeclareUnpack(CLI::App& command) {
+    DeclareRepacking(command, OutputKind::kRaw);
 }
 
-void AddReverse(CLI::App& app) {
+void DeclareReverse(CLI::App& command) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command = *app.add_subcommand("reverse", "Mirror raw frames or turn them upside down");
     command
         .add_option("PATHS", arguments->paths,
                     "INPUT (a raw or RWH file, or -) and OUTPUT (the same, a "

@@ -98,9 +98,8 @@ void Run(const Arguments& arguments) {
 
 }  // namespace
 
-void AddFormats(CLI::App& app) {
+void DeclareFormats(CLI::App& command) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command = *app.add_subcommand("formats", "List the pixel formats");
     command.add_option("NAMES", arguments->names, "Only these: names, aliases or hex codes");
     command.add_option("-s,--size", arguments->size, "Size of the frame whose bytes are listed (default: 1920x1080)");
     command.add_flag("--names", arguments->onlyNames, "Only the names, one per line");

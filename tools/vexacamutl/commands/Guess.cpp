@@ -280,9 +280,8 @@ void Run(const Arguments& arguments) {
 
 }  // namespace
 
-void AddGuess(CLI::App& app) {
+void DeclareGuess(CLI::App& command) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command = *app.add_subcommand("guess", "Rank the plausible layouts of an unknown raw file and show them");
     command.add_option("INPUT", arguments->input, "Raw file")->required();
     command.add_option("OUTPUT", arguments->output.path, "Picture for the contact sheet");
     auto* size = command.add_option("-s,--size", arguments->size,

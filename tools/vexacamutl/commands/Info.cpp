@@ -89,9 +89,8 @@ void RunInfo(const Arguments& arguments) {
 
 }  // namespace
 
-void AddInfo(CLI::App& app) {
+void DeclareInfo(CLI::App& command) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command = *app.add_subcommand("info", "Print what a raw or RWH file holds and check its length");
     command
         .add_option("FILES", arguments->paths,
                     "RWH files, raw files with a sidecar or --format and --size, or folders of them")

@@ -88,9 +88,8 @@ void Run(const Arguments& arguments) {
 
 }  // namespace
 
-void AddSynth(CLI::App& app) {
+void DeclareSynth(CLI::App& command) {
     auto arguments = std::make_shared<Arguments>();
-    CLI::App& command = *app.add_subcommand("synth", "Make raw frames of a drawn scene");
     command.add_option("OUTPUT", arguments->output.path, "Raw or RWH file, a picture, or - for standard output")
         ->required();
     command.add_option("-f,--format", arguments->format, "Pixel format (default: BayerRG8)");
