@@ -2,6 +2,7 @@
 # Copyright (c) the Vexa camera utility library authors
 #
 # Inputs that would keep the tool waiting, stop a batch, or speak through its messages.
+import json
 import os
 import subprocess
 
@@ -94,6 +95,8 @@ def test_names_and_texts_cannot_forge_lines(tool):
     line = tool.bad(3, "convert", *SHAPE, "--frame", 5, name, "out.png")
     assert line == (r"a\x1B[31m\n\xE2\x80\xAEtxt\xC2\x9B\x7F.raw: there is no frame 5; the file holds 1")
     assert b"\x1b" not in tool.good("info", *SHAPE, name)
+    printed = tool.good("info", *SHAPE, "--json", name).decode()
+    assert printed[:-1].isprintable() and json.loads(printed)["file"] == name
     tool.write("in.raw", FRAME)
     tool.write("in.txt", TEXT.replace(b"6", b"\x1b]0;6\x07"))
     assert tool.bad(3, "info", "in.raw") == r"in.txt: invalid width '\x1B]0;6\x07'"

@@ -72,6 +72,9 @@ def test_interrupted_calls_go_on(tool, interposer):
     assert tool.good("convert", *SHAPE, "-", "-", stdin=stream, env=interrupted) == b"".join(pictures)
     tool.good("convert", *SHAPE, "in.raw", "after.png", env=interrupted)
     assert tool.read("after.png") == tool.read("before.png")
+    tool.write("in.txt", b"pixel format: BayerRG8\nwidth: 16\nheight: 8\n")
+    tool.good("convert", "in.raw", "sidecar.png", env=interrupted)
+    assert tool.read("sidecar.png") == tool.read("before.png")
 
 
 @pytest.mark.parametrize("files", [{}, {"VEXA_REFUSE_ANONYMOUS": 1}], ids=["anonymous", "named"])

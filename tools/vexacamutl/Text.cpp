@@ -81,7 +81,7 @@ std::string JsonString(std::string_view text) {
             result += "\\ufffd";  // a byte that is not UTF-8 has no place in JSON
         } else if (text[0] == '"' || text[0] == '\\') {
             result += {'\\', text[0]};
-        } else if (character.code < 0x20 || character.code == 0x7F) {
+        } else if (Steers(character.code)) {
             char escaped[8];
             static_cast<void>(std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(character.code)));
             result += escaped;

@@ -99,15 +99,15 @@ void EndByClosedPipe() {
     }
 }
 
-std::unique_lock<std::mutex> LockNames() {
+NamesLock LockNames() {
     return std::unique_lock(s_names);
 }
 
-void RememberUnfinished(const std::string& path) {
+void RememberUnfinished(const std::string& path, const NamesLock& /*held*/) {
     s_unfinished.insert(path);
 }
 
-void ForgetUnfinished(const std::string& path) {
+void ForgetUnfinished(const std::string& path, const NamesLock& /*held*/) {
     s_unfinished.erase(path);
 }
 

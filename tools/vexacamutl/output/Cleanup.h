@@ -26,10 +26,11 @@ void InstallSignalHandling();
 void EndByClosedPipe();
 
 /// To be held while a file gets or changes its name.
-std::unique_lock<std::mutex> LockNames();
+using NamesLock = std::unique_lock<std::mutex>;
+[[nodiscard]] NamesLock LockNames();
 
-/// The names of unfinished files; to be called with the names locked.
-void RememberUnfinished(const std::string& path);
-void ForgetUnfinished(const std::string& path);
+/// The names of unfinished files. The lock is asked for so that it cannot be left out.
+void RememberUnfinished(const std::string& path, const NamesLock& held);
+void ForgetUnfinished(const std::string& path, const NamesLock& held);
 
 }  // namespace VexaTool

@@ -95,7 +95,7 @@ void OutputFile::Discard() {
     if (!m_temporary.empty()) {
         const auto lock = LockNames();
         unlink(m_temporary.c_str());
-        ForgetUnfinished(m_temporary);
+        ForgetUnfinished(m_temporary, lock);
     }
 }
 
@@ -127,7 +127,7 @@ void OutputFile::OpenUnfinished() {
         Fail(errno);
     }
     m_temporary = name;
-    RememberUnfinished(name);
+    RememberUnfinished(name, lock);
 }
 
 /// Where the owner cannot be kept, the group is tried; set-user-id bits stay with their owner only.
@@ -197,7 +197,7 @@ void OutputFile::NameTemporary() {
     if (!named) {
         Fail(errno);
     }
-    ForgetUnfinished(m_temporary);
+    ForgetUnfinished(m_temporary, lock);
     m_temporary.clear();
 }
 

@@ -51,7 +51,7 @@ class ScratchFile {
             m_temporary = (std::filesystem::temp_directory_path(error) / "vexacamutl-XXXXXX").string();
             const auto lock = LockNames();
             m_fd = mkostemp(m_temporary.data(), O_CLOEXEC);
-            RememberUnfinished(m_temporary);
+            RememberUnfinished(m_temporary, lock);
             m_path = m_temporary;
         }
         if (m_fd < 0) {
@@ -65,7 +65,7 @@ class ScratchFile {
         if (!m_temporary.empty()) {
             const auto lock = LockNames();
             unlink(m_temporary.c_str());
-            ForgetUnfinished(m_temporary);
+            ForgetUnfinished(m_temporary, lock);
         }
     }
 
