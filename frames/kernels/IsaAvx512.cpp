@@ -39,10 +39,6 @@ template <class Order, size_t kStep>
     return Permute<OfOneLoad<Order, kStep>>(Load<U8>(from));
 }
 
-[[gnu::always_inline]] inline I32 SumOfProducts(I16 a, I16 b) {
-    return reinterpret_cast<I32>(_mm512_madd_epi16(Raw(a), Raw(b)));
-}
-
 #include "kernels/FrameRows.inc"
 
 }  // namespace
