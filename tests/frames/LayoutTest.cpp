@@ -82,8 +82,9 @@ TEST(Formats, CaseAndSignsDoNotMatter) {
     EXPECT_EQ(VcfFormatNamed("0x1080009"), PIXEL_FORMAT_BAYER_RG8);
     EXPECT_EQ(VcfFormatNamed("0X010c0047"), PIXEL_FORMAT_MONO12P);
     EXPECT_EQ(VcfFormatNamed("0x010C0047"), PIXEL_FORMAT_MONO12P);
-    for (const char* wrong : {"", "BayerRG", "BayerRG13", "0x", "0x01080099", "0x101080009", "0x0108000g", "p",
-                              "0x0108000G", "0x0108000:", "0x0108000/", "0x0108000@", "0x0108000`", "01080009"}) {
+    EXPECT_EQ(VcfFormatNamed("0x0110002f"), PIXEL_FORMAT_BAYER_RG16);
+    for (const char* wrong : {"", "BayerRG", "BayerRG13", "0x", "0x01080099", "0x101080009", "0x0110002g", "p",
+                              "0x0110002G", "0x0110002:", "0x0110002/", "0x0110002@", "0x0110002`", "01080009"}) {
         EXPECT_EQ(VcfFormatNamed(wrong), 0u) << wrong;
     }
     EXPECT_EQ(VcfFormatNamed(nullptr), 0u);
