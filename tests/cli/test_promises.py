@@ -128,7 +128,7 @@ def test_unpacked_frames_end_where_their_block_ends(tool, monkeypatch, name):
 def test_frames_before_a_short_one_are_written(tool):
     stream = b"".join(map(frame, range(3)))
     whole = tool.good("convert", *SHAPE, "-", "-", stdin=stream)
-    for jobs in (1, 3):
+    for jobs in (1, 2, 3):  # the short one alone, or read together with good ones
         done = tool("convert", *SHAPE, "-j", jobs, "-", "-", stdin=stream + frame(3)[:50])
         assert (done.returncode, done.stdout) == (3, whole)
         done = tool("convert", *SHAPE, "-j", jobs, "-t", "bgra", "-", f"f{jobs}_%d.bgra", stdin=stream + frame(3)[:50])
@@ -146,11 +146,12 @@ def test_files_before_and_behind_a_bad_one_are_written(tool):
 
 # options and side files
 
-def test_png_level(tool):
-    gradient = (np.arange(64 * 64) // 64).astype(np.uint8).tobytes()
+@pytest.mark.parametrize("name, channels", [("Mono8", 1), ("BGR8", 3)])
+def test_png_level(tool, name, channels):
+    gradient = (np.arange(64 * 64) // 64).astype(np.uint8).repeat(channels).tobytes()
     sizes, pictures = [], []
     for level in range(10):
-        file = tool.good("convert", "-f", "Mono8", "-s", "64x64", "--png-level", level, "-t", "png", "-", "-",
+        file = tool.good("convert", "-f", name, "-s", "64x64", "--png-level", level, "-t", "png", "-", "-",
                          stdin=gradient)
         sizes.append(len(file))
         pictures.append(read_png(file).tobytes())
