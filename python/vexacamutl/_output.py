@@ -22,6 +22,8 @@ from typing import Any, Callable, Iterator, Optional, Union
 import numpy as np
 from numpy.typing import NDArray
 
+from ._arrays import is_array
+
 Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 
 
@@ -51,6 +53,11 @@ def _mapped_files(low: int, high: int) -> Iterator[str]:
                 yield fields[5].replace("\\012", "\n")
 
 
+def _base_of(value: Any) -> Any:
+    """Whose memory an array shows; a `base` of any other making may be anything, even the object itself."""
+    return vars(np.ndarray)["base"].__get__(value) if is_array(value) else None
+
+
 def _sources(array: NDArray[Any]) -> Iterator[str]:
     """Files that hold the very bytes of an array, or held them when they were read."""
     reach = sum(stride * (count - 1) for stride, count in zip(array.strides, array.shape)) if array.size else 0
@@ -61,7 +68,7 @@ def _sources(array: NDArray[Any]) -> Iterator[str]:
             yield owner.path
         if isinstance(owner, np.memmap) and owner.filename is not None:
             yield os.fsdecode(owner.filename)
-        owner = owner.obj if isinstance(owner, memoryview) else getattr(owner, "base", None)
+        owner = owner.obj if isinstance(owner, memoryview) else _base_of(owner)
 
 
 def _same_file(a: os.stat_result, path: str) -> bool:

@@ -153,6 +153,26 @@ def test_a_new_file_is_never_empty(save, kind, tmp_path, monkeypatch):
         save(tmp_path / "b", overwrite=False)
 
 
+class OwnBase(bytearray):
+    @property
+    def base(self):
+        return self
+
+
+class OwnArray(np.ndarray):
+    @property
+    def base(self):
+        return self
+
+
+@pytest.mark.parametrize("frame", [OwnBase(48), FRAME.view(OwnArray)], ids=["bytes", "array"])
+def test_a_base_without_end(frame, tmp_path):
+    """Where a file is replaced, the owners of the memory are looked through for that file."""
+    for _ in range(2):
+        vcu.save_rwh(frame, "Mono8", tmp_path / "a", width=8, height=6)
+    assert (tmp_path / "a").read_bytes()[16:] == bytes(frame)
+
+
 def test_set_user_id_stays_with_its_owner(tmp_path, monkeypatch):
     path = tmp_path / "a"
     path.write_bytes(b"")
