@@ -180,14 +180,55 @@ def test_kept_converter_and_out(random):
         np.testing.assert_array_equal(out, expected.bilinear(frame, "RG", 0))
 
 
-def test_frame_is_not_copied():
-    """A frame that is read-only is fine, and so are bytes; their memory is what the library reads."""
+def test_frames_of_every_kind_of_memory():
+    """A frame that is read-only is fine, and so are bytes."""
     frame = np.arange(24, dtype=np.uint8).reshape(4, 6)
     frame.setflags(write=False)
     wanted = expected.grey(frame, 0)
     np.testing.assert_array_equal(vcu.to_bgr(frame, "Mono8"), wanted)
     for same in (bytes(frame), bytearray(frame), memoryview(bytes(frame))):
         np.testing.assert_array_equal(vcu.to_bgr(same, "Mono8", width=6, height=4), wanted)
+
+
+SIDE = 1024
+CALLS = {
+    "to_bgra": lambda frame, out, **size: vcu.to_bgra(frame, "BayerRG8", out=out, **size),
+    "levels": lambda frame, out, **size: vcu.to_bgra(frame, "BayerRG8", out=out, black_level=1, **size),
+    "converter": lambda frame, out, **size: vcu.CONVERTERS["ConvMono8ToBGRA"](frame, out=out, **size),
+    "stream": lambda frame, out, **_: vcu.Converter("BayerRG8", SIDE, SIDE)(frame, out=out),
+}
+
+
+@pytest.mark.parametrize("call", CALLS)
+@pytest.mark.parametrize("kind", [bytes, bytearray, memoryview, np.ravel])
+def test_bytes_are_not_copied(call, kind):
+    """Nothing as large as a quarter of the frame is allocated; NumPy and Python tell of every block."""
+    frame = np.full((SIDE, SIDE), 7, np.uint8)
+    given, size = kind(frame), {"width": SIDE, "height": SIDE}
+    out = np.empty((SIDE, SIDE, 4), np.uint8)
+    CALLS[call](given, out, **size)  # what is imported late has been
+    tracemalloc.start()
+    try:
+        CALLS[call](given, out, **size)
+        assert tracemalloc.get_traced_memory()[1] < frame.nbytes // 4
+    finally:
+        tracemalloc.stop()
+
+
+@pytest.mark.parametrize("mode", vcu.BayerMode)
+def test_a_mode_that_is_named_is_not_kept(mode):
+    frame = np.arange(64, dtype=np.uint8).reshape(8, 8)
+    other = vcu.BayerMode(1 - mode)
+    try:
+        vcu.set_bayer_mode(mode)
+        chosen = vcu.converter_for("BayerGB8").name
+        vcu.to_bgra(frame, "BayerGB8", mode=other)
+        vcu.to_bgra(frame, "BayerGB8", mode=other, black_level=1)
+        vcu.Converter("BayerGB8", 8, 8, mode=other)(frame)
+        assert vcu.converter_for("BayerGB8", mode=other).name != chosen
+        assert vcu.converter_for("BayerGB8").name == chosen
+    finally:
+        vcu.set_bayer_mode(vcu.BayerMode.DEFAULT)
 
 
 def test_mode_of_the_process(random):
