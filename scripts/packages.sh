@@ -30,7 +30,7 @@ PACKAGES_ABI=(abigail-tools valgrind)
 PACKAGES_RELEASE=(git minisign python3)
 PACKAGES_COVERAGE=(gcovr python3-coverage)
 PACKAGES_MUTATE=(python3-clang-14 qemu-user)
-PACKAGES_VIEWER=(emscripten nodejs esbuild chromium chromium-driver python3 python3-numpy python3-pytest
+PACKAGES_VIEWER=(emscripten nodejs esbuild googletest chromium chromium-driver python3 python3-numpy python3-pytest
     python3-selenium)
 PACKAGES_MEMORY=(emscripten googletest libclang-rt-dev)
 PACKAGES_PROOFS=(python3 python3-pytest python3-z3)

@@ -3,16 +3,19 @@
 # Copyright (c) the Vexa camera utility library authors
 """Makes the viewer page: one HTML file with script, style and engine inside.
 
-    viewer/assemble.py ENGINE.wasm OUTPUT.html
+    viewer/assemble.py ENGINE.wasm LINKED.txt OUTPUT.html
 
 The script is src/main.js and all that it imports, bundled by esbuild; the engine is base64 beside it. The page's own
-policy forbids every connection and every script and style but those of the file, known by their digests.
+policy forbids every connection and every script and style but those of the file, known by their digests. LINKED.txt is
+the linker's list of what the engine holds: each part needs its licence in licences.txt.
 """
 import argparse
 import base64
 import hashlib
 import pathlib
 import subprocess
+
+import licences
 
 HERE = pathlib.Path(__file__).resolve().parent
 
@@ -35,17 +38,20 @@ def policy(style, script):
         "img-src data:", "style-src " + digest(style), "script-src 'wasm-unsafe-eval' " + digest(script)))
 
 
-def assembled(engine):
+def assembled(engine, linked):
+    parts = licences.read_parts(licences.TEXT.read_text(encoding="utf-8"))
+    licences.check(parts, licences.linked_names(linked))
     style = (HERE / "viewer.css").read_text(encoding="utf-8")
     script = bundled(HERE / "src" / "main.js")
-    parts = {
+    pieces = {
         "policy": '<meta http-equiv="Content-Security-Policy" content="%s">' % policy(style, script),
+        "licences": licences.as_html(parts),
         "style": "<style>%s</style>" % style,
         "engine": '<script type="application/wasm" id="engine-bytes">%s</script>' % base64.b64encode(engine).decode("ascii"),
         "program": '<script id="program">%s</script>' % script,
     }
     page = (HERE / "viewer.html").read_text(encoding="utf-8")
-    for name, text in parts.items():
+    for name, text in pieces.items():
         before, mark, after = page.partition("<!-- %s -->" % name)
         if not mark:
             raise SystemExit("viewer.html has no place for: " + name)
@@ -56,9 +62,11 @@ def assembled(engine):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("engine", type=pathlib.Path)
+    parser.add_argument("linked", type=pathlib.Path)
     parser.add_argument("output", type=pathlib.Path)
     arguments = parser.parse_args()
-    arguments.output.write_text(assembled(arguments.engine.read_bytes()), encoding="utf-8")
+    page = assembled(arguments.engine.read_bytes(), arguments.linked.read_text(encoding="utf-8"))
+    arguments.output.write_text(page, encoding="utf-8")
 
 
 if __name__ == "__main__":

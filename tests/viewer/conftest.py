@@ -234,7 +234,8 @@ def downloads(tmp_path_factory):
 def start_browser(downloads):
     options = Options()
     for argument in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--force-color-profile=srgb",
-                     "--force-device-scale-factor=1", "--window-size=1440,1000", "--enable-unsafe-swiftshader"):
+                     "--force-device-scale-factor=1", "--window-size=1440,1000", "--enable-unsafe-swiftshader",
+                     "--force-prefers-reduced-motion"):
         options.add_argument(argument)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
     driver = webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
