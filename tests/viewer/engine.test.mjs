@@ -10,6 +10,7 @@ import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 
 import { EngineError, loadEngine } from '../../viewer/src/engine.js';
+import { hintOf } from '../../viewer/src/names.js';
 
 const TOOL = process.env.VEXACAMUTL_TOOL;
 let engine;
@@ -108,4 +109,20 @@ test('guesses are those of the tool', () => {
         assert.ok(wanted.length > 0, format);
         assert.deepEqual(rounded(engine.guess(bytes, bytes.length, 3)), rounded(wanted), `${format} ${size}`);
     }
+});
+
+test('what the name of a file says', () => {
+    const formats = engine.formats();
+    const said = (name) => {
+        const { format, width, height } = hintOf(name, formats);
+        return [format?.name ?? '', width, height];
+    };
+    assert.deepEqual(said('folder/BayerGB8_2048x1534.raw'), ['BayerGB8', 2048, 1534]);
+    assert.deepEqual(said('a_YUV422_8_UYVY_64X48_3.raw'), ['YUV422_8_UYVY', 64, 48]);
+    assert.deepEqual(said('a_yuv422_8-64.raw'), ['YUV422_8', 0, 0]);
+    assert.deepEqual(said('bayerrg12p.1920x1080'), ['BayerRG12p', 1920, 1080]);
+    assert.deepEqual(said('BayerRG12pX_19200000x1080.raw'), ['', 0, 0]);
+    assert.deepEqual(said('BayerRG8/a.raw'), ['', 0, 0]);
+    assert.deepEqual(said('my10x20y.raw'), ['', 10, 20]);
+    assert.deepEqual(said('grey_card_rgb8.raw'), ['RGB8', 0, 0]);
 });

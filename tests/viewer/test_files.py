@@ -75,6 +75,32 @@ def test_guess(page, tool, name, size, query):
     assert second.get_attribute("aria-pressed") == "true"
 
 
+@pytest.mark.parametrize("name, shown", [
+    ("a.raw", None), ("scene_BayerBG8_320x240.raw", "BayerBG8"), ("scene_BayerRG8_320x240.raw", "BayerRG8"),
+    ("scene_bayerbg8.raw", "BayerBG8"), ("rggb-320x240-7.raw", "BayerRG8"), ("x_BayerBG12.raw", "BayerBG8")])
+def test_name_of_the_file_chooses(page, tool, name, shown):
+    """Statistics cannot tell red from blue; a name can. A depth that the bytes exclude does not count."""
+    raw = tool.synth("a.raw", "BayerRG8", "320x240")
+    page.drop([(name, raw.read_bytes())])
+    guesses = page.run("return viewer.guesses.list.map((guess) => guess.format)")
+    listed = page.run("return viewer.guesses.list[0].evidence.includes('The name of the file says so.')")
+    assert listed == (shown is not None) and len(guesses) == 6
+    assert page.setting("format") == guesses[0] == (shown or guesses[0])
+    assert (page.setting("width"), page.setting("height")) == (320, 240)
+
+
+@pytest.mark.parametrize("name", ["scene_Mono16_9999x7.raw", "320x2400.raw", "BayerRG8x.raw", "RGB8/a.raw", "mosaic.raw"])
+def test_name_that_is_wrong(page, tool, name):
+    """A name that the bytes contradict, or that says nothing, changes nothing."""
+    raw = tool.synth("a.raw", "BayerRG8", "320x240")
+    page.drop([("a.raw", raw.read_bytes())])
+    alone = page.run("return viewer.guesses.list")
+    page.run("viewer.sizes = null")
+    page.drop([(name, raw.read_bytes())])
+    assert page.run("return viewer.guesses.list") == alone
+    assert page.text("guess-state") == "The likeliest first."
+
+
 def test_many_files(page, tool):
     for name in ("b10.raw", "b9.raw"):
         tool.synth(name, "BayerRG8", SIZE, "--sidecar")

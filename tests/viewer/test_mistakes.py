@@ -136,6 +136,40 @@ def test_fields(page, tool, typed, element):
     assert field.get_attribute("aria-invalid") == "false"
 
 
+@pytest.mark.parametrize("typed, element, message, setting", [
+    ("17", "gain-r", "White balance: expected gains from 0 to 16.", ("balance", None)),
+    ("-1", "gain-g", "White balance: expected gains from 0 to 16.", ("balance", None)),
+    ("1e", "gain-b", "White balance: expected gains from 0 to 16.", ("balance", None)),
+    ("1.5", "black", "Black level: expected a whole number from 0 to 65534.", ("black", 1)),
+    ("65535", "black", "Black level: expected a whole number from 0 to 65534.", ("black", 6553)),
+    ("-", "black", "Black level: expected a whole number from 0 to 65534.", ("black", 0)),
+    ("99", "exposure", "Exposure: expected a factor from 0 to 16.", ("exposure", 9)),
+])
+def test_fields_of_levels(page, tool, typed, element, message, setting):
+    """The last number that made sense stays; the page says what it expects, until the field is right again."""
+    raw = tool.synth("a.raw", "BayerRG12", SIZE, "--sidecar")
+    page.give(raw, raw.with_suffix(".txt"))
+    page.fill(element, typed)
+    field = page.browser.find_element("id", element)
+    assert (page.text("levels-note"), field.get_attribute("aria-invalid")) == (message, "true")
+    if element.startswith("gain"):
+        typed_before = {"17": [1, 1, 1], "-1": None, "1e": [1, 1, 1]}[typed]
+        assert page.setting("balance") == typed_before
+    else:
+        assert page.setting(setting[0]) == setting[1]
+    page.fill(element, "1")
+    assert page.text("levels-note") == "" and field.get_attribute("aria-invalid") != "true"
+
+
+@pytest.mark.parametrize("typed, kept", [("0", 10), ("61", 6), ("-5", 10), ("2.5", 2)])
+def test_field_of_speed(page, tool, typed, kept):
+    raw = tool.synth("a.raw", "Mono8", SIZE, "--sidecar", "--frames", "3")
+    page.give(raw, raw.with_suffix(".txt"))
+    page.fill("fps", typed)
+    assert page.setting("fps") == kept
+    assert page.browser.find_element("id", "fps").get_attribute("aria-invalid") == "true"
+
+
 @pytest.mark.parametrize("size, mode", [("63x48", "acpi"), ("2x2", "acpi")])
 def test_adaptive_of_odd_sizes(page, tool, size, mode):
     raw = tool.synth("a.raw", "BayerRG8", size, "--sidecar")
@@ -158,6 +192,8 @@ def test_adaptive_of_odd_sizes(page, tool, size, mode):
     ("#balance=1,2,17", "expected three gains from 0 to 16"),
     ("#tone=99", "expected none, linear, srgb or a gamma from 0.1 to 10"),
     ("#nonsense=1", "expected one of format, size"),
+    ("#fps=0", "expected 1 to 60"),
+    ("#fps=61", "expected 1 to 60"),
     ("#zoom=x&theme=pink", "expected auto, light, dark"),
     ("#size=%E0%A4%A", "The address says"),
 ])

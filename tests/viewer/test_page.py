@@ -144,6 +144,33 @@ def test_controls_have_names(page, tool):
             assert control.accessible_name.strip(), control.get_attribute("outerHTML")
 
 
+def test_order_of_focus(page, tool):
+    """In a narrow window the picture comes first, for the Tab key too."""
+    show(page, tool)
+    size = {"deviceScaleFactor": 1, "mobile": False, "height": 900}
+    try:
+        page.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {"width": 500, **size})
+        page.until(lambda _: page.run("return innerWidth") == 500)
+        page.run("document.getElementById('help-open').focus()")
+        tops = []
+        for _ in range(25):
+            page.press(Keys.TAB)
+            tops.append(page.run("""
+                const own = document.activeElement.closest('.middle, .left, .right');
+                return own ? own.getBoundingClientRect().top + scrollY : -1;
+            """))
+        assert tops == sorted(tops) and len(set(tops)) >= 2
+    finally:
+        page.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {"width": 1440, **size})
+
+
+def test_targets_can_be_hit(page, tool):
+    """What is clicked on is 24 pixels high, or has as much room around it."""
+    page.drop([("a.raw", tool.synth("a.raw", "BayerRG8", "320x240").read_bytes())])
+    heights = page.run("return [...document.querySelectorAll('#guesses summary')].map((e) => e.offsetHeight)")
+    assert len(heights) == 6 and min(heights) >= 24
+
+
 # ---- measurements
 
 @pytest.mark.parametrize("name", ["Mono8", "BayerGB10", "BGR12", "YUV422_8_UYVY", "YUV411_8_UYYVYY", "BayerRG12p"])
@@ -313,6 +340,42 @@ def test_samples_are_written_into_large_pixels(page, tool):
     assert grid > 0 and inside > 30
 
 
+def ruler(page, x, y, width, height):
+    """How many pixels of an area over the picture are as bright as a ruler's numbers."""
+    return page.run("""
+        const {data} = document.getElementById('overlay').getContext('2d').getImageData(...arguments);
+        return data.filter((value, i) => i % 4 === 1 && value > 200 && data[i + 2] === 255).length;
+    """, x, y, width, height)
+
+
+def test_rulers(page, tool):
+    """Numbers of columns and rows beside enlarged pixels: outside of a picture that leaves room, else at the edges."""
+    show(page, tool, "Mono8", "8x6")
+    corner = "const {left, top} = viewer.stage.corner(viewer.stage.rects()[0]); return [left, top];"
+    for zoom, shown in ((24, False), (32, True), (64, True)):
+        page.set(zoom=zoom)
+        left, top = page.run(corner)
+        for column in range(8):
+            assert (ruler(page, left + column * zoom, top - 15, zoom, 15) > 0) == shown
+        for row in range(6):
+            assert (ruler(page, left - 14, top + row * zoom, 14, zoom) > 0) == shown
+    page.set(zoom=256, x=4, y=3)
+    left, top = page.run(corner)
+    assert left < 0 and top < 0
+    assert ruler(page, 14, 0, page.run("return viewer.stage.canvas.width") - 14, 15) > 20
+    assert ruler(page, 0, 15, 14, page.run("return viewer.stage.canvas.height") - 15) > 10
+
+
+def test_labels_stay_clear_of_rulers(page, tool):
+    show(page, tool, "BayerRG8", "640x480")
+    place = "const l = document.querySelector('#labels span'); return [l.offsetLeft, l.offsetTop];"
+    page.set(view="phases", zoom=16)
+    assert page.run(place) == [8, 8]
+    page.set(zoom=32)
+    left, top = page.run(place)
+    assert left > 8 + 20 and top == 8 + 15
+
+
 # ---- looks
 
 @pytest.mark.parametrize("theme", ["light", "dark"])
@@ -390,5 +453,8 @@ def test_windows_of_any_width(page, tool, width, height):
         assert page.run("return document.documentElement.scrollWidth") <= width
         box = page.run("const b = viewer.stage.canvas.getBoundingClientRect(); return [b.width, b.height, b.top]")
         assert box[0] >= min(width, 300) and box[1] >= 160 and box[2] < height / 2
+        assert page.run("return document.getElementById('frame').clientWidth") >= 120
+        # The histogram is drawn for the width that it has.
+        assert page.run("const h = document.getElementById('histogram'); return h.width === h.clientWidth")
     finally:
         page.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {"width": 1440, "height": 900, **size})

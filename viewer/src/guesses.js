@@ -4,9 +4,11 @@
 // The layouts that a file may have, the likeliest first, each with a small picture.
 import { conversionOf, layoutOf } from './conversion.js';
 import { count } from './layout.js';
+import { hintOf, namedGuess } from './names.js';
 import { START } from './settings.js';
 
-const MOST = 6;
+const RANKED = 24; // the file's name may choose among these
+const MOST = 6; // are shown
 const THUMBNAIL_SIDE = 168;
 
 export class Guesses {
@@ -24,7 +26,7 @@ export class Guesses {
         this.viewer.panels.guessState('Ranking layouts ...');
         try {
             const found = await this.viewer.during(() =>
-                this.viewer.helper.ask('guess', { file: source.file, offset: 0, most: MOST }),
+                this.viewer.helper.ask('guess', { file: source.file, offset: 0, most: RANKED }),
             );
             if (found && this.viewer.source === source) {
                 this.take(found, apply);
@@ -38,7 +40,15 @@ export class Guesses {
     }
 
     take({ guesses, explainsNothing }, apply) {
-        this.list = guesses;
+        const { formats, source } = this.viewer;
+        const named = namedGuess(guesses, hintOf(source.entry.path, formats.values()), formats);
+        if (named > 0) {
+            guesses.unshift(...guesses.splice(named, 1));
+        }
+        this.list = guesses.slice(0, MOST);
+        if (named >= 0) {
+            this.list[0].evidence.push('The name of the file says so.');
+        }
         this.viewer.panels.showGuesses();
         if (guesses.length === 0) {
             const text = `${count(this.viewer.source.bytes, 'byte')} are too few to guess from. Type the layout.`;
@@ -51,7 +61,11 @@ export class Guesses {
         }
         const unlikely = guesses[0].bitsPerByte >= explainsNothing;
         this.viewer.panels.guessState(
-            unlikely ? 'No layout explains these bytes: compressed, encrypted or no picture.' : 'The likeliest first.',
+            unlikely
+                ? 'No layout explains these bytes: compressed, encrypted or no picture.'
+                : named > 0
+                  ? 'First the one that the name of the file means, then the likeliest.'
+                  : 'The likeliest first.',
         );
         if (apply) {
             this.use(0);

@@ -78,6 +78,42 @@ function drawValues(context, stage, pane, area, corner, samplesAt) {
     }
 }
 
+/** The width of the rulers of a pane in screen pixels, [0, 0] where there are none. */
+export function rulersOf(stage) {
+    const digits = String(Math.max(stage.size.width, stage.size.height)).length;
+    return stage.zoom >= VALUES_FROM ? [(6.2 * digits + 8) * stage.ratio, 15 * stage.ratio] : [0, 0];
+}
+
+/** Numbers of columns above the picture and of rows left of it; at the edges of the pane where the picture fills it. */
+function drawRulers(context, stage, rect, area, corner) {
+    const { zoom, ratio } = stage;
+    const [across, down] = rulersOf(stage);
+    const left = Math.max(rect.x, corner.left - across);
+    const top = Math.max(rect.y, corner.top - down);
+    const right = Math.min(rect.x + rect.width, corner.left + area.right * zoom);
+    const bottom = Math.min(rect.y + rect.height, corner.top + area.bottom * zoom);
+    context.fillStyle = '#26292d';
+    context.fillRect(left, top, right - left, down);
+    context.fillRect(left, top, across, bottom - top);
+    context.fillStyle = '#ffffff';
+    context.font = `${10 * ratio}px ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace`;
+    context.textBaseline = 'middle';
+    context.textAlign = 'center';
+    const step = Math.ceil(across / zoom); // so that numbers do not collide
+    for (let x = Math.ceil(area.x / step) * step; x < area.right; x += step) {
+        const at = corner.left + (x + 0.5) * zoom;
+        if (at - across / 2 >= left + across) {
+            context.fillText(String(x), at, top + down / 2);
+        }
+    }
+    for (let y = area.y; y < area.bottom; ++y) {
+        const at = corner.top + (y + 0.5) * zoom;
+        if (at - down / 2 >= top + down) {
+            context.fillText(String(y), left + across / 2, at);
+        }
+    }
+}
+
 function drawCursor(context, stage, corner, cursor, colour) {
     const { zoom } = stage;
     const x = corner.left + cursor.x * zoom;
@@ -142,6 +178,7 @@ export function drawOverlay(canvas, stage, { cursor, colour, samplesAt, endRow }
         }
         if (stage.zoom >= VALUES_FROM && samplesAt) {
             drawValues(context, stage, i, area, corner, samplesAt);
+            drawRulers(context, stage, rect, area, corner);
         }
         if (cursor) {
             drawCursor(context, stage, corner, cursor, colour);

@@ -6,7 +6,7 @@ import { effective } from './conversion.js';
 import { $, element } from './elements.js';
 import { drawHistogram, statisticsRow } from './histogram.js';
 import { count } from './layout.js';
-import { SITE_COLOURS, drawOverlay } from './overlay.js';
+import { SITE_COLOURS, drawOverlay, rulersOf } from './overlay.js';
 import { Reading } from './reading.js';
 import { parseTone } from './settings.js';
 
@@ -25,6 +25,7 @@ export class Panels {
         this.system = matchMedia('(prefers-color-scheme: light)');
         this.system.addEventListener('change', () => this.showTheme());
         this.showTheme();
+        new ResizeObserver(() => this.showHistogram()).observe($('histogram'));
     }
 
     fillFormats() {
@@ -69,32 +70,34 @@ export class Panels {
         const { viewer } = this;
         const gains = ['gain-r', 'gain-g', 'gain-b'].map($);
         for (const input of gains) {
-            input.addEventListener('input', () => {
-                const values = gains.map((gain) => (gain.value === '' ? 1 : Number(gain.value)));
-                const good = values.every((value) => value >= 0 && value <= 16);
-                input.setAttribute('aria-invalid', String(!good));
-                if (good) {
+            this.listenNumber(input, 'White balance: expected gains from 0 to 16', () => {
+                if (gains.every((gain) => gain.validity.valid)) {
+                    const values = gains.map((gain) => (gain.value === '' ? 1 : Number(gain.value)));
                     viewer.set({ balance: gains.every((gain) => gain.value === '') ? null : values });
                 }
             });
         }
-        $('black').addEventListener('input', (event) => {
-            const value = event.target.value === '' ? 0 : Number(event.target.value);
-            const good = Number.isInteger(value) && value >= 0 && value < 65535;
-            event.target.setAttribute('aria-invalid', String(!good));
-            if (good) {
-                viewer.set({ black: value });
-            }
-        });
-        $('exposure').addEventListener('input', (event) => {
-            const value = event.target.value === '' ? 1 : Number(event.target.value);
-            const good = value >= 0 && value <= 16 && event.target.validity.valid;
-            event.target.setAttribute('aria-invalid', String(!good));
-            if (good) {
-                viewer.set({ exposure: value });
-            }
-        });
+        this.listenNumber($('black'), 'Black level: expected a whole number from 0 to 65534', (text) =>
+            viewer.set({ black: Number(text) }),
+        );
+        this.listenNumber($('exposure'), 'Exposure: expected a factor from 0 to 16', (text) =>
+            viewer.set({ exposure: text === '' ? 1 : Number(text) }),
+        );
         $('tone').addEventListener('change', (event) => viewer.set({ tone: parseTone(event.target.value) }));
+    }
+
+    /** Takes what is typed into a number's field, or says below the levels what is wrong with it. */
+    listenNumber(input, problem, take) {
+        input.addEventListener('input', () => {
+            const { valid } = input.validity;
+            input.setAttribute('aria-invalid', String(!valid));
+            if (valid) {
+                take(input.value);
+                this.showLevelsNote();
+            } else {
+                this.say('levels-note', `${problem}.`, 'note bad');
+            }
+        });
     }
 
     listenButtons() {
@@ -129,7 +132,9 @@ export class Panels {
         on('copy-python', () => viewer.exporter.copy('python'));
         $('frame').addEventListener('input', (event) => viewer.set({ frame: Number(event.target.value) }));
         $('fps').addEventListener('input', (event) => {
-            if (event.target.value !== '' && event.target.validity.valid) {
+            const good = event.target.value !== '' && event.target.validity.valid;
+            event.target.setAttribute('aria-invalid', String(!good));
+            if (good) {
                 viewer.set({ fps: Number(event.target.value) });
             }
         });
@@ -184,7 +189,7 @@ export class Panels {
         this.showLevelsNote();
         this.showCommands();
         this.showGuessInUse();
-        drawHistogram($('histogram'), this.statistics, settings);
+        this.showHistogram();
     }
 
     showTone(tone) {
@@ -225,7 +230,7 @@ export class Panels {
         $('theme').setAttribute('aria-label', `Theme: ${theme === 'auto' ? 'as the system' : theme}`);
         if (changed && this.viewer.panels) {
             this.viewer.require(1);
-            drawHistogram($('histogram'), this.statistics, this.viewer.settings);
+            this.showHistogram();
         }
     }
 
@@ -429,11 +434,12 @@ export class Panels {
     showStage() {
         const { stage } = this.viewer;
         const rects = stage.rects();
+        const [across, down] = rulersOf(stage);
         $('labels').replaceChildren(
             ...stage.panes.flatMap((pane, i) => {
                 const place = (label) => {
-                    label.style.left = `${rects[i].x / stage.ratio}px`;
-                    label.style.top = `${rects[i].y / stage.ratio}px`;
+                    label.style.left = `${(rects[i].x + across) / stage.ratio}px`;
+                    label.style.top = `${(rects[i].y + down) / stage.ratio}px`;
                     return label;
                 };
                 const title = pane.label && !pane.error ? [place(element('span', { textContent: pane.label }))] : [];
@@ -457,6 +463,10 @@ export class Panels {
     showStatistics(statistics) {
         this.statistics = statistics;
         $('statistics').replaceChildren(...statistics.map(statisticsRow));
-        drawHistogram($('histogram'), statistics, this.viewer.settings);
+        this.showHistogram();
+    }
+
+    showHistogram() {
+        drawHistogram($('histogram'), this.statistics, this.viewer.settings);
     }
 }

@@ -36,10 +36,10 @@ export const THEMES = ['auto', 'light', 'dark'];
 export const TONES = ['none', 'linear', 'srgb', '1.8', '2.2', '2.4'];
 const MOST_ZOOM = 256;
 
-function whole(text, most = Number.MAX_SAFE_INTEGER) {
+function whole(text, most = Number.MAX_SAFE_INTEGER, least = 0) {
     const value = /^\d{1,16}$/.test(text) ? Number(text) : NaN;
-    if (!(value <= most)) {
-        throw new Error(most === Number.MAX_SAFE_INTEGER ? 'expected a whole number' : `expected 0 to ${most}`);
+    if (!(value >= least && value <= most)) {
+        throw new Error(most === Number.MAX_SAFE_INTEGER ? 'expected a whole number' : `expected ${least} to ${most}`);
     }
     return value;
 }
@@ -134,12 +134,12 @@ const KEYS = {
     },
     scale: choice('scale', ['linear', 'log']),
     theme: choice('theme', THEMES),
-    fps: number('fps', 60),
+    fps: number('fps', 60, 1),
 };
 
-function number(field, most) {
+function number(field, most, least = 0) {
     return {
-        read: (text) => ({ [field]: whole(text, most) }),
+        read: (text) => ({ [field]: whole(text, most, least) }),
         write: (s) => (s[field] === START[field] ? '' : String(s[field])),
     };
 }
