@@ -17,13 +17,14 @@ import archives
 import structure
 import layouts
 import mosaics
+import viewer
 
 HERE = pathlib.Path(__file__).resolve().parent
 
 
 def main(arguments):
     """Writes or compares; returns the exit status."""
-    drawings = {f"{name}.svg": text for source in (archives, layouts, mosaics, structure)
+    drawings = {f"{name}.svg": text for source in (archives, layouts, mosaics, structure, viewer)
                 for name, text in source.drawings().items()}
     if arguments not in ([], ["--check"]):
         print(__doc__, "usage: draw.py [--check]", file=sys.stderr)

@@ -13,7 +13,8 @@ GREY = "#666666"
 # From what users touch down to the kernels; each row is built on the rows below it.
 PARTS = (
     ("what users run", (("vexacamutl", "tools/vexacamutl/", "plain"), ("Python package", "python/", "plain"),
-                        ("vexaconvert", "gstreamer/", "plain"), ("C and C++ programs", "examples/", "plain"))),
+                        ("vexaconvert", "gstreamer/", "plain"), ("viewer page", "viewer/", "plain"),
+                        ("C and C++ programs", "examples/", "plain"))),
     ("libVexaCamFrames.so.0", (("packed bits, padded rows, levels, colour", "frames/", "field"),)),
     ("libVexaCamUtl_64.so.1", (("converters", "src/convert/", "strong"), ("files, reversal", "src/imagefile/", "strong"),
                                ("formats, tables", "src/catalogue/", "strong"))),
@@ -28,7 +29,8 @@ STATIONS = (
     ("row kernel", "s_psKernels->bayer8", "kernels/KernelTable.h", "strong"),
 )
 TABLES = (("scalar", "scalar/*.h"), ("sse4.1", "simd/*.inc\nvector/Sse.inc"), ("avx2", "simd/*.inc\nvector/Avx2.inc"),
-          ("avx512bw, avx512", "simd/*.inc\nvector/Avx512*.inc"), ("neon", "simd/*.inc\nvector/Neon.inc"))
+          ("avx512bw, avx512", "simd/*.inc\nvector/Avx512*.inc"), ("neon", "simd/*.inc\nvector/Neon.inc"),
+          ("wasm", "simd/*.inc\nvector/Wasm.inc"))
 
 
 def house():
