@@ -123,6 +123,35 @@ def test_incomplete_frames_are_not_exported(page, tool):
     assert page.message == "No frame is complete, so nothing can be exported."
 
 
+def test_pictures_that_cannot_be_made_are_not_exported(page, tool):
+    """The frame can still be saved; a command that would fail is not offered."""
+    raw = tool.synth("a.raw", "BayerRG10", SIZE, "--sidecar")
+    page.give(raw, raw.with_suffix(".txt"))
+    disabled = "return arguments[0].filter((id) => document.getElementById(id).disabled)"
+    buttons = ["save-png", "save-rwh", "save-text", "copy-shell", "copy-python"]
+    page.set(black=5000)
+    assert page.run("return document.querySelector('#labels .error').textContent") == \
+        "a black level of 5000 leaves nothing of samples up to 1023"
+    assert page.run(disabled, buttons) == ["save-png", "copy-shell", "copy-python"]
+    assert page.text("shell") == page.text("python") == "\u2013"
+    page.press("s")
+    assert page.message == "a.png: a black level of 5000 leaves nothing of samples up to 1023"
+    page.set(black=50)
+    assert page.run(disabled, buttons) == []
+    assert "--black-level 50" in page.text("shell")
+
+
+@pytest.mark.parametrize("content, message", [
+    (b"\7", "a.raw: 1 byte is too few to guess from. Type the layout."),
+    (bytes(2 ** 20), "a.raw: Nothing in these 1 048 576 bytes tells their layout. Type it."),
+])
+def test_nothing_to_guess_from(page, tool, content, message):
+    give(page, tool, "a.raw", content)
+    assert page.message == message
+    page.set(format="Mono8", width=1, height=1)
+    assert page.state == "ready"
+
+
 @pytest.mark.parametrize("typed, element", [("-3", "width"), ("1.5", "height"), ("-1", "offset"), ("99", "shift")])
 def test_fields(page, tool, typed, element):
     raw = tool.synth("a.raw", "Mono12", SIZE, "--sidecar")

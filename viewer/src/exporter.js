@@ -21,8 +21,15 @@ export class Exporter {
         return Boolean(this.viewer.sizes && this.viewer.source && this.viewer.fit.missing === 0);
     }
 
+    /** Why there is no picture of the frame; '' where there is one. */
+    get refusal() {
+        const { settings, stage } = this.viewer;
+        const chosen = stage.panes.find(({ format, mode }) => format === settings.format && mode === settings.mode);
+        return chosen?.error ?? '';
+    }
+
     commands() {
-        if (!this.whole) {
+        if (!this.whole || this.refusal !== '') {
             return null;
         }
         const { source, sizes, format } = this.viewer;

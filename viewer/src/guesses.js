@@ -8,6 +8,7 @@ import { hintOf, namedGuess } from './names.js';
 import { START } from './settings.js';
 
 const RANKED = 24; // the file's name may choose among these
+const FEW_BYTES = 1024;
 const MOST = 6; // are shown
 const THUMBNAIL_SIDE = 168;
 
@@ -51,7 +52,11 @@ export class Guesses {
         }
         this.viewer.panels.showGuesses();
         if (guesses.length === 0) {
-            const text = `${count(this.viewer.source.bytes, 'byte')} are too few to guess from. Type the layout.`;
+            const { bytes } = this.viewer.source;
+            const text =
+                bytes < FEW_BYTES
+                    ? `${count(bytes, 'byte')} ${bytes === 1 ? 'is' : 'are'} too few to guess from. Type the layout.`
+                    : `Nothing in these ${count(bytes, 'byte')} tells their layout. Type it.`;
             this.viewer.panels.guessState(text);
             if (apply) {
                 this.viewer.fail(`${this.viewer.source.name}: ${text}`);

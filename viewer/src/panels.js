@@ -217,8 +217,9 @@ export class Panels {
         $('balance-pick').setAttribute('aria-pressed', String(viewer.whiteBalance.picking));
         $('stage').classList.toggle('picking', viewer.whiteBalance.picking);
         $('guess').disabled = !source;
-        const { whole } = viewer.exporter;
-        ['save-png', 'save-text', 'save-rwh', 'copy-shell', 'copy-python'].forEach((id) => ($(id).disabled = !whole));
+        const { whole, refusal } = viewer.exporter;
+        ['save-text', 'save-rwh'].forEach((id) => ($(id).disabled = !whole));
+        ['save-png', 'copy-shell', 'copy-python'].forEach((id) => ($(id).disabled = !whole || refusal !== ''));
     }
 
     showTheme() {

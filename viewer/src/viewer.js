@@ -247,6 +247,7 @@ export class Viewer {
         this.samples = null;
         this.counted = '';
         this.changedAt = undefined;
+        this.refusal = '';
         this.panels.showFit();
         this.panels.reading.show();
         this.panels.showStatistics([]);
@@ -316,6 +317,11 @@ export class Viewer {
         this.state(this.stage.panes.some((pane) => pane.shown) ? 'ready' : 'error');
         this.root.dataset.pictures = String(++this.painted);
         this.panels.showPicture();
+        const { refusal } = this.exporter;
+        if (refusal !== this.refusal) {
+            this.refusal = refusal;
+            this.panels.refresh(); // what can be exported
+        }
         this.askStatistics();
         requestAnimationFrame(() =>
             setTimeout(() => {
