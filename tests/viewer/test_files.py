@@ -75,6 +75,25 @@ def test_guess(page, tool, name, size, query):
     assert second.get_attribute("aria-pressed") == "true"
 
 
+def test_small_pictures(page, tool):
+    """Each guess has one, in its own proportions; that of the true layout has the colours of the tool's picture."""
+    raw = tool.synth("a.raw", "BayerRG8", "320x240")
+    page.drop([("a.raw", raw.read_bytes())])
+    assert page.setting("format") == "BayerRG8"
+    pictures = page.run("""
+        return [...document.querySelectorAll('#guesses canvas')].map((canvas, i) => {
+            const {data} = canvas.getContext('2d').getImageData(0, 0, canvas.width, canvas.height);
+            const mean = (channel) => data.filter((_, at) => at % 4 === channel).reduce((a, b) => a + b) / data.length * 4;
+            const guess = viewer.guesses.list[i];
+            return [canvas.width / canvas.height, guess.width / guess.height, [0, 1, 2].map(mean)];
+        });
+    """)
+    assert len(pictures) == 6
+    assert all(shape == pytest.approx(wanted, rel=0.05) for shape, wanted, _ in pictures)
+    picture = tool.bgra("a.raw", "--format", "BayerRG8", "--size", "320x240", "--tone", "srgb")
+    assert pictures[0][2] == pytest.approx(picture[:, :, 2::-1].mean(axis=(0, 1)), abs=2)
+
+
 @pytest.mark.parametrize("name, shown", [
     ("a.raw", None), ("scene_BayerBG8_320x240.raw", "BayerBG8"), ("scene_BayerRG8_320x240.raw", "BayerRG8"),
     ("scene_bayerbg8.raw", "BayerBG8"), ("rggb-320x240-7.raw", "BayerRG8"), ("x_BayerBG12.raw", "BayerBG8")])
