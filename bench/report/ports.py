@@ -8,10 +8,11 @@
 #
 #     ports.py LIBRARY RATIOS.csv PORTS.csv [--model znver4]
 #
-# The newest processors have no model of their own in llvm-mca: Zen 5 has the pipes of Zen 4 at twice the width, so for it
-# registers of 64 bytes are analysed as Zen 4's of 32.
+# llvm-mca has no model of Zen 5. Its bounds come from pipes.csv beside PORTS.csv: the pipes of each operation as pipes.py
+# has measured them. A cycle takes two vector loads, one store of 64 bytes or two narrower ones, and eight instructions.
 """Static port bounds beside measured cycles."""
 import argparse
+import itertools
 import re
 import subprocess
 from pathlib import Path
@@ -29,6 +30,8 @@ REVERSED_UNITS = {"Mono8": ("0", 1), "Mono12": ("0, 1", 2), "RGB8": ("0, 1, 2", 
 JUMP = re.compile(r"j(?!mp)[a-z]+\s+([0-9a-f]+)\b")
 STORE = re.compile(r"(v?mov[a-z0-9]*|vextract[a-z0-9]*)\s+(?:\$\w+,)?%([xyz])mm\d+,(?!.*%rsp)-?\w*\(%r(?!ip)")
 SHUFFLE = re.compile(r"vp?(shuf|perm|unpck|ack|extract|insert|align|broadcast)")
+SUBSETS_OF_PIPES = [set(pipes) for size in (1, 2, 3, 4) for pipes in itertools.combinations(range(4), size)]
+SHUFFLE_PIPES = {1, 2}
 STORED_BYTES = {"x": 16, "y": 32, "z": 64}
 
 
@@ -104,24 +107,49 @@ def inner_loop(function: list[tuple[int, str]]) -> list[str]:
     return best
 
 
-def for_zen5(line: str) -> str:
-    """The instruction for registers of half the width, where it takes the same pipes."""
-    if "%zmm" not in line:
-        return line
-    line = re.sub(r"\{r[nduz]-sae\},\s*", "", line)
-    line = re.sub(r"(vextract|vinsert)([if])64x4", r"\1\g<2>32x4", line)
-    return line.replace("%ymm", "%xmm").replace("%zmm", "%ymm")
+def operation_of(line: str) -> str:
+    """Mnemonic, width of the registers and `k` if masked; "" where no vector pipe takes part: loads, stores and moves."""
+    mnemonic, _, operands = line.partition(" ")
+    width = re.findall(r"%([xyz])mm", operands)
+    if not mnemonic.startswith("v") or not width or STORE.match(line) or mnemonic.startswith("vbroadcast"):
+        return ""
+    if mnemonic.startswith("vmov") and "{" not in line:
+        return ""
+    return f"{mnemonic} {max(width)}{'k' if '{%k' in line else ''}"
+
+
+def inner_loops(functions: dict[str, list[tuple[int, str]]]) -> dict[str, list[str]]:
+    """Of all kernels for x86-64 sets with bounds."""
+    return {name: loop for name, function in functions.items()
+            if name.split("::")[0] in NAMESPACES.values() and (loop := inner_loop(function))}
+
+
+def cost(uses: list[set[int]]) -> float:
+    """Cycles until operations have started that each take one of their pipes, if a pipe starts one per cycle."""
+    return max(sum(pipes <= subset for pipes in uses) / len(subset) for subset in SUBSETS_OF_PIPES)
+
+
+def bounds_of_pipes(loops: dict[str, list[str]], measured: Path) -> dict[str, float]:
+    """Cycles per run of each loop on Zen 5."""
+    pipes_of = {row["operation"]: {int(pipe) for pipe in row["pipes"]} for row in read_rows(measured)}
+    found = {}
+    for name, loop in loops.items():
+        stores = [match for line in loop if (match := STORE.match(line))]
+        loads = sum(line.startswith("v") and "(%r" in line and not STORE.match(line) for line in loop)
+        uses = [pipes_of[operation] for line in loop if (operation := operation_of(line))]
+        uses += [SHUFFLE_PIPES for match in stores if match[1].startswith("vextract")]
+        written = sum(1.0 if match[2] == "z" and not match[1].startswith("vextract") else 0.5 for match in stores)
+        found[name] = max(cost(uses), loads / 2, written, len(loop) / 8)
+    return found
 
 
 def bounds(loops: dict[str, list[str]], model: str) -> dict[str, float]:
     """Cycles per run of each loop."""
     source = []
     for name, loop in loops.items():
-        lines = [for_zen5(line) for line in loop] if model == "znver5" else loop
-        code = [re.sub(r"^(j[a-z]+)\s+.*", r"\1 0", line) for line in lines]
+        code = [re.sub(r"^(j[a-z]+)\s+.*", r"\1 0", line) for line in loop]
         source += [f"# LLVM-MCA-BEGIN {name}", *code, f"# LLVM-MCA-END {name}"]
-    cpu = "znver4" if model == "znver5" else model
-    text = subprocess.run([MCA, "-mtriple=x86_64-linux-gnu", f"-mcpu={cpu}", "-instruction-info=false",
+    text = subprocess.run([MCA, "-mtriple=x86_64-linux-gnu", f"-mcpu={model}", "-instruction-info=false",
                            "-resource-pressure=false"], input="\n".join(source) + "\n", check=True,
                           capture_output=True, text=True).stdout
     found = re.findall(r"Code Region - (.*)\n(?:.*\n)*?Block RThroughput: ([\d.]+)", text)
@@ -139,12 +167,12 @@ def model_of_this_machine() -> str:
 
 
 def bound_rows(functions: dict[str, list[tuple[int, str]]], measured: list[dict[str, str]],
-               models: list[str]) -> list[dict[str, str]]:
+               models: list[str], pipes: Path) -> list[dict[str, str]]:
     """One row per converter and set: measured cycles per 64 pixels, the bound of each model, the ratio to the first."""
     wanted = {f"{namespace}::{name}" for namespace in NAMESPACES.values() for row in measured
               for names, _ in kernels_of(row["converter"]) for name in names}
     loops = {name: loop for name in sorted(wanted & functions.keys()) if (loop := inner_loop(functions[name]))}
-    found = {model: bounds(loops, model) for model in models}
+    found = {model: bounds_of_pipes(loops, pipes) if model == "znver5" else bounds(loops, model) for model in models}
     rows = []
     for row in measured:
         if row["size"] != SIZE or row["isa"] not in NAMESPACES or not (kernels := kernels_of(row["converter"])):
@@ -175,7 +203,8 @@ def main() -> None:
     parser.add_argument("--model", default=model_of_this_machine(), help="of the measured machine [%(default)s]")
     arguments = parser.parse_args()
     models = list(dict.fromkeys([arguments.model, *MODELS]))
-    rows = bound_rows(disassemble(arguments.library), read_rows(arguments.ratios), models)
+    rows = bound_rows(disassemble(arguments.library), read_rows(arguments.ratios), models,
+                      arguments.ports.with_name("pipes.csv"))
     write_rows(arguments.ports, rows)
     for row in [{name: name for name in rows[0]}, *rows] if rows else []:
         print("  ".join(f"{cell:{'<' if i < 3 else '>'}{26 if i == 1 else 13}}" for i, cell in enumerate(row.values())))
