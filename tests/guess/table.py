@@ -6,9 +6,10 @@
     tests/guess/table.py TOOL [--first N] [--count N] [--frames-dir FOLDER]
 
 Red and blue exchanged counts as right: no statistic tells them apart, and both answers are listed one after the other.
-Files of which no program can be sure (padding that repeats bytes of the picture, samples that stay below a smaller
-depth) are counted by themselves. The files 0 to 129 and 1000 to 1194 served to find the rules and penalties; any others
-are new to the guesser.
+A file whose first answer is wrong is counted by itself if judge.py proves from its bytes that it is ambiguous: a code
+that shares nothing with the guesser takes no more bytes for the file in the first answer's layout than in the true one.
+The proofs are printed. The files 0 to 129, 390 to 519 and 1000 to 1194 served to find the rules and penalties; any
+others are new to the guesser.
 Photographs take part where VEXACAMUTL_FRAMES_DIR or --frames-dir names a folder of them.
 """
 import argparse
@@ -21,6 +22,7 @@ import sys
 import tempfile
 
 import cases
+import judge
 import scenes
 
 MOST = 12
@@ -79,8 +81,12 @@ def _work(task):
     tool, number, folder = task
     case = cases.make(number, _photographs(folder))
     guesses = guesses_for(tool, case.contents)
+    place = place_of(case, guesses)
+    verdict = None
+    if guesses and place != 0:
+        verdict = judge.judge(case.contents, judge.Layout.of(case), judge.Layout.of(guesses[0]))
     case.contents = len(case.contents)
-    return case, place_of(case, guesses), guesses[:3], [g for g in guesses if is_met(case, g)][:1]
+    return case, place, guesses[:3], [g for g in guesses if is_met(case, g)][:1], verdict
 
 
 _KEPT = {}
@@ -102,24 +108,24 @@ def main():
     counts = collections.defaultdict(lambda: [0, 0, 0])
     failures = []
     with multiprocessing.Pool() as pool:
-        for case, place, best, met in pool.imap(_work, tasks):
+        for case, place, best, met, verdict in pool.imap(_work, tasks):
             families = (cases.family_of(case.format), "All", "Scene: " + case.scene)
-            for key in ("Unclear",) if case.unclear else families:
+            for key in ("Ambiguous",) if verdict and verdict.ambiguous else families:
                 counts[key][0] += 1
                 counts[key][1] += place == 0
                 counts[key][2] += place is not None and place < 3
             if place != 0:
-                failures.append((case, place, best, met))
+                failures.append((case, place, best, met, verdict))
     print("| Family | Files | First | First three |\n|---|---|---|---|")
-    for key in [*cases.FAMILIES, "All", *sorted(k for k in counts if k.startswith("Scene")), "Unclear"]:
+    for key in [*cases.FAMILIES, "All", *sorted(k for k in counts if k.startswith("Scene")), "Ambiguous"]:
         files, first, three = counts[key]
         if files:
             print(f"| {key} | {files} | {100 * first / files:.1f} % | {100 * three / files:.1f} % |")
     print()
-    for case, place, best, met in sorted(failures, key=lambda failure: failure[0].number):
+    for case, place, best, met, verdict in sorted(failures, key=lambda failure: failure[0].number):
         print(f"{case.number}: {case.text()}, {case.contents} bytes: "
               f"{'not listed' if place is None else f'place {place + 1}'}"
-              + (f" [{met[0]['score']:.3f}]" if met else "") + (f" ({case.unclear})" if case.unclear else ""))
+              + (f" [{met[0]['score']:.3f}]" if met else "") + (f"\n        {verdict.text()}" if verdict else ""))
         for guess in best:
             print(f"        {text_of(guess)}")
 

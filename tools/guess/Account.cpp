@@ -18,7 +18,10 @@ constexpr size_t kBlockBytes = size_t{28} << 10;
 constexpr size_t kLongestHeader = size_t{16} << 10;
 constexpr size_t kFewestRows = 4;
 constexpr double kUsualAspect = 1.4;
-constexpr double kChance = 0.02;  ///< bits per sample that a row may be dearer from above at least
+constexpr double kPerOctave = 4;  ///< bits, squared
+constexpr uint32_t kFewRows = 24;
+constexpr double kFewRowsBits = 10;
+constexpr double kMostEvidence = 40;  ///< bits that one row says for or against a border
 
 /// Surroundings by the steps between the known neighbours.
 size_t ContextOf(int32_t steps) {
@@ -50,7 +53,7 @@ double OffsetBits(uint64_t offset) {
 /// Bits to name a frame's shape.
 double ShapeBits(const Geometry& geometry, size_t rowPixels) {
     const double octaves = std::log2(static_cast<double>(geometry.width) / geometry.height / kUsualAspect);
-    double bits = 20 * octaves * octaves;
+    double bits = kPerOctave * octaves * octaves + (geometry.height < kFewRows ? kFewRowsBits : 0);
     bits += geometry.width % 2 == 0 ? 0 : 1;
     bits += geometry.height % 2 == 0 ? 0 : 1;
     bits += geometry.width % 8 == 0 ? 0 : 1;
@@ -102,9 +105,8 @@ Account::Account(std::span<const uint8_t> bytes, const Hypothesis& hypothesis, u
     const double rowBytes = static_cast<double>(row) / static_cast<double>(m_hypothesis.rows);
     m_rowBits += m_hypothesis.alike ? rowBytes : 0;
     Learn(blocks);
-    const double padding = PaddingBits();
-    m_samePadding = padding < 1;
-    m_rowBits += padding;
+    LearnBorders(blocks);
+    m_rowBits += PaddingBits();
 }
 
 void Account::Learn(std::span<const Plane> blocks) {
@@ -156,25 +158,55 @@ void Account::Learn(std::span<const Plane> blocks) {
     };
     price(m_fromBoth);
     price(m_fromLeft);
+}
+
+/// Rows inside a picture, and rows below some of another place: what a border looks like in this file.
+void Account::LearnBorders(std::span<const Plane> blocks) {
+    const auto copy = [&](const Plane& block, size_t r) {
+        Samples to(block.Columns());
+        std::transform(block.Row(r), block.Row(r) + block.Columns(), to.begin(),
+                       [&](int32_t value) { return (value << block.ClearBits()) >> m_clearBits; });
+        return to;
+    };
     double cost = 0;
-    double costed = 0;
-    std::vector<double> dearer;
-    for (const Plane& block : blocks) {
+    for (size_t i = 0; i < blocks.size(); ++i) {
+        const Plane& block = blocks[i];
+        const Plane& other = blocks[(i + 1) % blocks.size()];
         const size_t step = block.Rows() / 24 | 1;  // odd: rows of a mosaic are of two kinds
         for (size_t r = m_above; r < block.Rows(); r += step) {
-            copy(block, r, row);
-            copy(block, r - m_above, above);
-            const double fromBoth = Cost(row, above);
+            const Samples row = copy(block, r);
+            const double fromLeft = Cost(row);
+            const double fromBoth = Cost(row, copy(block, r - m_above));
+            // Far away, and of the same kind of row.
+            const size_t far = (r + (blocks.size() > 1 ? 0 : block.Rows() / 4 * 2)) % (other.Rows() / 2 * 2);
             cost += fromBoth;
-            ++costed;
-            dearer.push_back(Cost(row) - fromBoth);
+            m_inside.push_back(fromLeft - fromBoth);
+            m_between.push_back(fromLeft - Cost(row, copy(other, far)));
         }
     }
-    m_meanCost = cost / std::max(costed, 1.0);
-    // Some rows of a picture differ from those above by chance; no border is seen where rows differ no more.
-    const auto few = dearer.begin() + static_cast<ptrdiff_t>(dearer.size() / 32);
-    std::nth_element(dearer.begin(), few, dearer.end());
-    m_chance = dearer.empty() ? 0 : std::max(-*few, 0.0) + kChance * static_cast<double>(m_samples);
+    m_meanCost = cost / static_cast<double>(m_inside.size());
+    std::sort(m_inside.begin(), m_inside.end());
+    std::sort(m_between.begin(), m_between.end());
+}
+
+/// The logarithm of how likely a row is inside a picture against at its top: negative where a frame begins.
+double Account::BorderEvidence(double dearer) const {
+    // Shares of rows beyond a value; beyond all of them they fall off as they did before.
+    const auto logShare = [](size_t beyond, size_t rows, double distance, double spread) {
+        const double share = (static_cast<double>(beyond) + 0.5) / (static_cast<double>(rows) + 1);
+        return std::log2(share) - std::max(distance, 0.0) / std::max(spread, 1.0);
+    };
+    const size_t rows = m_inside.size();
+    const double octaves = std::log2(static_cast<double>(rows) + 1);
+    const auto inside =
+        static_cast<size_t>(std::upper_bound(m_inside.begin(), m_inside.end(), dearer) - m_inside.begin());
+    const auto between =
+        static_cast<size_t>(m_between.end() - std::lower_bound(m_between.begin(), m_between.end(), dearer));
+    const double asInside =
+        logShare(inside, rows, m_inside.front() - dearer, (m_inside[rows / 2] - m_inside.front()) / octaves);
+    const double asBetween =
+        logShare(between, rows, dearer - m_between.back(), (m_between.back() - m_between[rows / 2]) / octaves);
+    return std::clamp(asInside - asBetween, -kMostEvidence, kMostEvidence);
 }
 
 Account::Samples Account::Row(uint64_t frameStart, uint64_t row) const {
@@ -217,33 +249,39 @@ double Account::Cost(const Samples& row, const Samples& above) const {
     return bits;
 }
 
-/// Bytes behind the samples cost nothing where they are the same in every row.
-double Account::PaddingBits() const {
+size_t Account::UsedBytes() const {
+    return PackedBytes(m_hypothesis.packing, m_samples);
+}
+
+/// Bytes behind the samples cost nothing where they are the same in every row, or those that the row begins with.
+double Account::PaddingBits() {
     constexpr size_t kRows = 64;
-    const GroupSize group = GroupOf(m_hypothesis.packing);
-    const size_t used = (m_samples + group.samples - 1) / group.samples * group.bytes;
+    const size_t used = UsedBytes();
     const size_t row = m_hypothesis.rowBytes;
     if (m_hypothesis.rows > 1 || used >= row) {
         return 0;
     }
     const size_t count = (m_bytes.size() - static_cast<size_t>(m_phase)) / row;
     const size_t step = std::max<size_t>(count / kRows, 1);
-    double differing = 0;
+    double fromAbove = 0;
+    double fromRow = 0;
     double rows = 0;
     for (size_t r = 1; r < count; r += step) {
         const uint8_t* const at = m_bytes.data() + m_phase + r * row;
         for (size_t i = used; i < row; ++i) {
-            differing += at[i] != at[i - row] ? 1 : 0;
+            fromAbove += at[i] != at[i - row] ? 1 : 0;
+            fromRow += at[i] != at[i - used] ? 1 : 0;
         }
         ++rows;
     }
-    return 8.5 * differing / std::max(rows, 1.0);
+    const double bits = 8.5 * std::min(fromAbove, fromRow) / std::max(rows, 1.0);
+    m_samePadding = bits < 1 && fromAbove <= fromRow;
+    return bits;
 }
 
 /// Bytes behind the samples of a row that are not what they are in the middle of the file.
 double Account::StrangePaddingBits(size_t start) const {
-    const GroupSize group = GroupOf(m_hypothesis.packing);
-    const size_t used = (m_samples + group.samples - 1) / group.samples * group.bytes;
+    const size_t used = UsedBytes();
     const size_t row = m_hypothesis.rowBytes;
     if (m_hypothesis.rows > 1 || !m_samePadding) {
         return 0;
@@ -312,9 +350,9 @@ std::vector<uint64_t> Account::Offsets(size_t most) {
     return offsets;
 }
 
-/// How much dearer the first rows of frames are without those above; below 0 where frames begin indeed.
+/// What the first rows of frames say against a border there; below 0 where frames begin indeed.
 double Account::BorderBits(const Geometry& geometry) {
-    constexpr uint64_t kLooked = 8;
+    constexpr uint64_t kLooked = 24;
     const uint64_t frameBytes = (uint64_t{geometry.height} * (m_hypothesis.rowBytes * 8 / m_hypothesis.rows) + 7) / 8;
     const auto [known, isNew] = m_border.try_emplace(geometry.offset << 40 | frameBytes, 0);
     if (!isNew) {
@@ -324,20 +362,21 @@ double Account::BorderBits(const Geometry& geometry) {
     double sum = 0;
     double seen = 0;
     for (uint64_t i = 0; i < std::min(borders, kLooked); ++i) {
-        const uint64_t frame = 1 + (borders <= kLooked ? i : i * borders / kLooked);
+        // Of many, some that are no multiples of one number: every fourth border may be a true one.
+        const uint64_t frame = 1 + (borders <= kLooked ? i : (i * borders / kLooked + i * i) % borders);
         const uint64_t start = geometry.offset + frame * frameBytes;
         for (uint64_t r = 0; r < m_above; ++r) {
             const Samples first = Row(start, r);
             const uint64_t rowAbove = geometry.height - m_above + r;
             const Samples above = Row(start - frameBytes, rowAbove);
             if (!first.empty() && !above.empty() && geometry.height > m_above) {
-                sum += Cost(first) - Cost(first, above) + m_chance;
+                sum += BorderEvidence(Cost(first) - Cost(first, above));
                 seen += 1.0 / static_cast<double>(m_above);
             }
         }
     }
-    const double scale = m_meanCost > 0 ? m_rowBits / m_meanCost : 1;
-    known->second = seen > 0 ? sum * scale / seen * static_cast<double>(borders) : 0;
+    // Frames resemble each other, so further borders say less than the first.
+    known->second = seen > 0 ? sum / seen * (1 + std::log2(static_cast<double>(borders))) : 0;
     return known->second;
 }
 

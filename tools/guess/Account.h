@@ -9,7 +9,7 @@
 //
 //     header    runs of one value are cheap, other bytes cost 8 bits
 //     rows      what their samples cost when neighbours predict them, padding nothing if it is always the same
-//     borders   the first row of a frame is predicted from the left alone; where no frame begins, this is dearer
+//     borders   the row above tells less about the first row of a frame than about others
 //     rest      8 bits a byte
 //     shape     unusual ones take more bits to name
 #pragma once
@@ -49,7 +49,10 @@ class Account {
     Samples Row(uint64_t frameStart, uint64_t row) const;
     double Cost(const Samples& row) const;
     double Cost(const Samples& row, const Samples& above) const;
-    double PaddingBits() const;
+    void LearnBorders(std::span<const Plane> blocks);
+    double BorderEvidence(double dearer) const;
+    size_t UsedBytes() const;
+    double PaddingBits();
     double StrangePaddingBits(size_t start) const;
     /// Bits of a repeated byte in a header: what bytes of the picture take, which may repeat too.
     double Again() const {
@@ -67,9 +70,10 @@ class Account {
     bool m_known = false;
     bool m_samePadding = true;  ///< in every row
     unsigned m_clearBits = 0;
-    double m_rowBits = 0;   ///< of a row inside the picture
-    double m_meanCost = 0;  ///< the same by the tables
-    double m_chance = 0;    ///< by which a row may be dearer from above than from the left
+    double m_rowBits = 0;           ///< of a row inside the picture
+    double m_meanCost = 0;          ///< the same by the tables
+    std::vector<double> m_inside;   ///< by how much rows are dearer from the left than from above; ascending
+    std::vector<double> m_between;  ///< the same if the row above is one from elsewhere, as where a frame begins
     Table m_fromBoth = {};
     Table m_fromLeft = {};
     size_t m_headBytes = 0;               ///< looked at for a header

@@ -12,6 +12,7 @@
 #include <set>
 
 #include "Account.h"
+#include "Seam.h"
 
 namespace VexaGuess {
 
@@ -24,108 +25,14 @@ constexpr double kWrongRows = 0.7;
 constexpr double kRest = 0.3;
 constexpr double kFourKinds = 0.06;  ///< four fits follow a grey picture a little better than one does
 constexpr size_t kNarrow = 64;
+constexpr uint64_t kWidestPadding = 100;  ///< times the picture's width
 constexpr double kNarrowFrame = 0.2;
 constexpr size_t kOffsetsEach = 4;
 constexpr uint64_t kMostFramesByShape = 100000;
 
-/// Mean step from each sample to the next one of its kind, for every column; column 0 is the step from the row before.
-std::vector<double> Steps(const Plane& samples, size_t lag, size_t everyRow = 1) {
-    const size_t columns = samples.Columns();
-    std::vector<double> steps(columns);
-    for (size_t r = 1; r < samples.Rows(); r += everyRow) {
-        for (size_t c = 0; c < columns; ++c) {
-            const int32_t before = c < lag ? samples.Row(r - 1)[columns - lag + c] : samples.Row(r)[c - lag];
-            steps[c] += std::abs(samples.Row(r)[c] - before);
-        }
-    }
-    return steps;
-}
-
-/// The longest run of columns, around the row's end too, that are the same in every row: first and length.
-std::pair<size_t, size_t> ConstantColumns(const Plane& samples) {
-    const size_t columns = samples.Columns();
-    std::vector<bool> constant(columns, true);
-    for (size_t r = 1; r < samples.Rows(); ++r) {
-        for (size_t c = 0; c < columns; ++c) {
-            constant[c] = constant[c] && samples.Row(r)[c] == samples.Row(0)[c];
-        }
-    }
-    size_t bestFirst = 0;
-    size_t bestLength = 0;
-    size_t length = 0;
-    for (size_t c = 0; c < 2 * columns; ++c) {
-        length = constant[c < columns ? c : c - columns] ? length + 1 : 0;
-        if (length > bestLength && length <= columns) {
-            bestLength = length;
-            bestFirst = c + 1 - length < columns ? c + 1 - length : c + 1 - length - columns;
-        }
-    }
-    return {bestFirst, bestLength};
-}
-
 /// Pixels that share their chroma.
 size_t PixelsOfGroup(Sites sites) {
     return sites == Sites::kUyyvyy ? 4 : sites == Sites::kUyvy || sites == Sites::kYuyv ? 2 : 1;
-}
-
-/// The share of rows whose samples are all alike.
-double EmptyRows(const Plane& samples) {
-    size_t empty = 0;
-    for (size_t r = 0; r < samples.Rows(); ++r) {
-        const int32_t* const row = samples.Row(r);
-        empty += std::all_of(row, row + samples.Columns(), [row](int32_t value) { return value == row[0]; }) ? 1 : 0;
-    }
-    return static_cast<double>(empty) / static_cast<double>(samples.Rows());
-}
-
-/// How much samples of one site of a mosaic differ from those two and four rows and two columns further on, at the site
-/// where they differ most: dark colours vary little.
-double SiteDifference(const Plane& samples) {
-    double most = 0;
-    for (size_t r = 0; r < 2; ++r) {
-        for (size_t c = 0; c < 2; ++c) {
-            const double down = std::min(BlockDifference(samples, {4, 2, {r, r + 2}, {c, c}}),
-                                         BlockDifference(samples, {8, 2, {r, r + 4}, {c, c}}));
-            most = std::max({most, down, BlockDifference(samples, {2, 4, {r, r}, {c, c + 2}})});
-        }
-    }
-    return most;
-}
-
-/// Whether no diagonal of what was read as a mosaic has two sites that are alike, though samples of one site are: then
-/// its two rows are the halves of one, or of two different pictures.
-bool HasNoGreenDiagonal(const Plane& samples) {
-    // By columns and bands of blocks: a row may begin in the middle of one and go on in the next, and a frame may begin
-    // there, with the other diagonal.
-    constexpr size_t kBand = 3;
-    const std::vector<double> left = BlockDifferences(samples, kFromTopLeft);
-    const std::vector<double> right = BlockDifferences(samples, kFromTopRight);
-    const size_t columns = samples.Columns() / kBlock;
-    double green = 0;
-    double other = 0;
-    for (size_t top = 0; top < left.size(); top += kBand * columns) {
-        for (size_t column = 0; column < columns; ++column) {
-            double sums[2] = {};
-            for (size_t i = top + column; i < std::min(left.size(), top + kBand * columns); i += columns) {
-                sums[0] += left[i] / static_cast<double>(left.size());
-                sums[1] += right[i] / static_cast<double>(left.size());
-            }
-            green += std::min(sums[0], sums[1]);
-            other += std::max(sums[0], sums[1]);
-        }
-    }
-    return 2 * green > other && green > 2 * SiteDifference(samples);
-}
-
-/// Whether every second column of what was read as grey is of another colour.
-bool HasColumnsOfTwoKinds(const Plane& samples) {
-    constexpr Pair kNext = {2, 4, {0, 0}, {0, 1}};
-    constexpr Pair kNextButOne = {2, 4, {0, 0}, {0, 2}};
-    return BlockDifference(samples, kNext) > 2 * BlockDifference(samples, kNextButOne);
-}
-
-size_t BytesOfSamples(const Hypothesis& hypothesis, size_t samples) {
-    return samples * GroupOf(hypothesis.packing).BitsPerSample() / 8;
 }
 
 /// Bits from row to row.
@@ -178,8 +85,11 @@ class Cutter {
             if (wholeUnits) {
                 AddRows(phase, samples, false);
             }
-            if (m_hypothesis.rows == 1 && (m_seam.paddingSamples > 0 || !wholeUnits) &&
-                (!wholeUnits || IsAtSeam(m_hypothesis, m_seam, phase))) {
+            const size_t repeated = m_hypothesis.rows == 1 ? RepeatedFrom(m_bytes, m_hypothesis.rowBytes, phase) : 0;
+            if (repeated > 0) {
+                AddRows(phase, SamplesBefore(phase, repeated), true);
+            } else if (m_hypothesis.rows == 1 && (m_seam.paddingSamples > 0 || !wholeUnits) &&
+                       (!wholeUnits || IsAtSeam(m_hypothesis, m_seam, phase))) {
                 AddRows(phase, samples - m_seam.paddingSamples, true);
             }
         }
@@ -187,6 +97,30 @@ class Cutter {
     }
 
   private:
+    /// Samples in so many bytes, without those that fill the last group of a row in the same way in all rows.
+    size_t SamplesBefore(uint64_t phase, size_t rowBytes) const {
+        constexpr size_t kLookedAt = size_t{1} << 18;
+        const GroupSize group = GroupOf(m_hypothesis.packing);
+        size_t samples = rowBytes * 8 / group.BitsPerSample();
+        const size_t start = m_bytes.size() / 8 / m_hypothesis.rowBytes * m_hypothesis.rowBytes;
+        Hypothesis fromPhase = m_hypothesis;
+        fromPhase.alignment = 0;
+        const Plane plane = SamplesOf(m_bytes, fromPhase, start + static_cast<size_t>(phase), kLookedAt);
+        const auto isFilling = [&](size_t column) {
+            for (size_t r = 1; r < plane.Rows(); ++r) {
+                if (plane.Row(r)[column] != plane.Row(0)[column]) {
+                    return false;
+                }
+            }
+            return plane.Rows() > 1;
+        };
+        while (samples > 1 && samples <= plane.Columns() &&
+               PackedBytes(m_hypothesis.packing, samples - 1) == rowBytes && isFilling(samples - 1)) {
+            --samples;
+        }
+        return samples;
+    }
+
     /// Rows of that many samples, of whole groups of pixels; with padding behind them, or without.
     void AddRows(uint64_t phase, size_t samples, bool padded) {
         Geometry geometry;
@@ -205,7 +139,7 @@ class Cutter {
             return;
         }
         geometry.stride = padded ? m_hypothesis.rowBytes : 0;
-        if (geometry.width < kNarrowest || geometry.width * 20ull < RowPixels(m_hypothesis)) {
+        if (geometry.width < kNarrowest || geometry.width * kWidestPadding < RowPixels(m_hypothesis)) {
             return;
         }
         const auto kept = static_cast<size_t>(std::lround(geometry.width * SamplesPerPixel(m_hypothesis.sites)));
@@ -246,7 +180,8 @@ class Cutter {
         geometry.bits = account.Bits(geometry);
         geometry.penalty = width < kNarrow && m_fileBytes > kNarrow * kNarrow * 16 ? kNarrowFrame : 0;
         geometry.penalty += geometry.rest > 0 ? kRest : 0;
-        geometry.penalty += m_hypothesis.sites == Sites::kBayer ? kFourKinds : 0;
+        geometry.penalty += m_hypothesis.sites == Sites::kBayer && !m_seam.sitesDiffer ? kFourKinds : 0;
+        geometry.penalty += m_seam.leaning;
         geometry.penalty += m_seam.wrongRows ? kWrongRows : 0;
         geometry.penalty += m_seam.emptyRows > kMostEmptyRows ? kEmptyRows : 0;
         m_found.push_back(geometry);
@@ -261,55 +196,6 @@ class Cutter {
 };
 
 }  // namespace
-
-Seam FindSeam(std::span<const uint8_t> bytes, const Hypothesis& hypothesis) {
-    constexpr size_t kLookedAt = size_t{1} << 19;
-    constexpr double kOutstanding = 2.0;
-    constexpr double kFewSteps = 0.2;
-    // Behind what may be a header.
-    const size_t start = bytes.size() / 8 / (2 * hypothesis.rowBytes) * 2 * hypothesis.rowBytes;
-    const Plane samples = SamplesOf(bytes, hypothesis, start, kLookedAt);
-    const size_t lag = SitePeriod(hypothesis.sites);
-    if (samples.Rows() < 4 || samples.Columns() < 8 * lag) {
-        return {};
-    }
-    const std::vector<double> steps = Steps(samples, lag);
-    Seam seam;
-    seam.emptyRows = EmptyRows(samples);
-    seam.wrongRows = (hypothesis.sites == Sites::kBayer && HasNoGreenDiagonal(samples)) ||
-                     (hypothesis.sites == Sites::kMono && HasColumnsOfTwoKinds(samples));
-    const auto [first, length] = ConstantColumns(samples);
-    if (length > 0 && length < samples.Columns()) {
-        const size_t end = first + length < samples.Columns() ? first + length : first + length - samples.Columns();
-        seam.byte = BytesOfSamples(hypothesis, end / lag * lag);
-        seam.found = true;
-        seam.paddingSamples = length;
-        return seam;
-    }
-    const std::vector<double> oddSteps = Steps(samples, lag, 2);
-    size_t best = 0;
-    double bestSum = -1;
-    double total = 0;
-    for (size_t c = 0; c < steps.size(); ++c) {
-        double sum = 0;
-        for (size_t i = 0; i < lag; ++i) {
-            sum += steps[(c + i) % steps.size()];
-        }
-        total += sum;
-        if (sum > bestSum) {
-            bestSum = sum;
-            best = c;
-        }
-    }
-    seam.found = bestSum * static_cast<double>(steps.size()) > kOutstanding * total;
-    seam.byte = BytesOfSamples(hypothesis, best);
-    double odd = 0;
-    for (size_t i = 0; i < lag; ++i) {
-        odd += oddSteps[(best + i) % oddSteps.size()];
-    }
-    seam.wrongRows |= seam.found && (odd < kFewSteps * bestSum || odd > (1 - kFewSteps) * bestSum);
-    return seam;
-}
 
 std::vector<Geometry> GeometriesOf(std::span<const uint8_t> bytes, uint64_t fileBytes, const Hypothesis& hypothesis,
                                    size_t most) {

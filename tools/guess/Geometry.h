@@ -12,16 +12,6 @@
 
 namespace VexaGuess {
 
-/// The place in a row where one picture row ends and the next one begins.
-struct Seam {
-    size_t byte = 0;            ///< of the row, from alignment on
-    bool found = false;         ///< false where left and right edges are too alike to tell
-    bool wrongRows = false;     ///< rows are halves of rows, or two in one, or mix two kinds of samples
-    double emptyRows = 0;       ///< the share of rows whose samples are all alike
-    size_t paddingSamples = 0;  ///< samples before the seam that are the same in every row
-};
-Seam FindSeam(std::span<const uint8_t> bytes, const Hypothesis& hypothesis);
-
 struct Geometry {
     uint64_t offset = 0;
     uint32_t width = 0;

@@ -21,8 +21,7 @@ namespace {
 
 constexpr size_t kGeometriesEach = 3;
 constexpr size_t kNamedMore = 6;  ///< than asked for: names may be doubted
-constexpr double kLeaning = 0.05;
-constexpr size_t kCut = 18;  ///< hypotheses whose rows are cut into frames
+constexpr size_t kCut = 18;       ///< hypotheses whose rows are cut into frames
 
 struct Ranked {
     Hypothesis hypothesis;
@@ -55,9 +54,7 @@ std::vector<std::string> Evidence(const Ranked& ranked, const Name& name, uint64
     return evidence;
 }
 
-}  // namespace
-
-std::vector<Guess> RankLayouts(std::span<const uint8_t> bytes, uint64_t fileBytes, size_t most) {
+std::vector<Guess> RankFrom(std::span<const uint8_t> bytes, uint64_t fileBytes, size_t most) {
     std::vector<Guess> guesses;
     std::vector<Ranked> ranking;
     std::vector<Hypothesis> hypotheses = BestHypotheses(bytes, fileBytes);
@@ -65,8 +62,7 @@ std::vector<Guess> RankLayouts(std::span<const uint8_t> bytes, uint64_t fileByte
     for (const Hypothesis& hypothesis : hypotheses) {
         for (const Geometry& geometry : GeometriesOf(bytes, fileBytes, hypothesis, kGeometriesEach)) {
             Ranked ranked = {hypothesis, geometry, 0};
-            ranked.score = Score(geometry.bits / static_cast<double>(fileBytes),
-                                 geometry.penalty + hypothesis.doubt + (hypothesis.leans ? kLeaning : 0));
+            ranked.score = Score(geometry.bits / static_cast<double>(fileBytes), geometry.penalty + hypothesis.doubt);
             ranking.push_back(ranked);
         }
     }
@@ -88,6 +84,26 @@ std::vector<Guess> RankLayouts(std::span<const uint8_t> bytes, uint64_t fileByte
         return !seen.emplace(guess.format, guess.width, guess.height, guess.stride, guess.offset).second;
     });
     guesses.resize(std::min(guesses.size(), most));
+    return guesses;
+}
+
+bool ExplainsNothing(const std::vector<Guess>& guesses) {
+    return guesses.empty() || guesses.front().bitsPerByte > kExplainsNothing;
+}
+
+}  // namespace
+
+std::vector<Guess> RankLayouts(std::span<const uint8_t> bytes, uint64_t fileBytes, size_t most) {
+    constexpr size_t kShare = 4;
+    constexpr size_t kFewestBytes = size_t{16} << 10;
+    std::vector<Guess> guesses = RankFrom(bytes, fileBytes, most);
+    // Frames whose last byte is not full: samples of each lie at other places in their groups. One frame is enough.
+    if (ExplainsNothing(guesses) && bytes.size() / kShare >= kFewestBytes) {
+        std::vector<Guess> ofFirst = RankFrom(bytes.first(bytes.size() / kShare), fileBytes, most);
+        if (!ExplainsNothing(ofFirst)) {
+            return ofFirst;
+        }
+    }
     return guesses;
 }
 

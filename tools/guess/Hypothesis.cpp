@@ -167,6 +167,14 @@ GroupSize GroupOf(Packing packing) {
     return {1, 1};
 }
 
+size_t PackedBytes(Packing packing, size_t samples) {
+    const GroupSize group = GroupOf(packing);
+    if (packing == Packing::kCsi2Raw10 || packing == Packing::kCsi2Raw12) {
+        return (samples + group.samples - 1) / group.samples * group.bytes;
+    }
+    return (samples * group.BitsPerSample() + 7) / 8;
+}
+
 size_t SitePeriod(Sites sites) {
     switch (sites) {
         case Sites::kMono:

@@ -51,7 +51,6 @@ struct Hypothesis {
     double bitsPerByte = 0;
     double doubt = 0;    ///< penalty for unlikely rows
     bool alike = false;  ///< high and low bytes of its words are equally hard to predict
-    bool leans = false;  ///< rows of a slightly other length would stand more upright
 };
 
 /// Samples per group of bytes, and bytes per group.
@@ -62,6 +61,9 @@ struct GroupSize {
     size_t BitsPerSample() const { return 8 * bytes / samples; }
 };
 GroupSize GroupOf(Packing packing);
+
+/// Bytes of a row of so many samples.
+size_t PackedBytes(Packing packing, size_t samples);
 
 /// Samples that repeat as one unit along a row: 2 for a mosaic, 3 for colour, 4 for UYVY ...
 size_t SitePeriod(Sites sites);

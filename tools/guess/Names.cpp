@@ -124,10 +124,14 @@ std::vector<Name> BayerNames(const Plane& samples, const Plane& whole, const Hyp
     return names;
 }
 
-/// 0 for U Y V; more if bytes 0 and 2 of the pixels do not lie around 128 or vary more than byte 1, as chroma does not.
-double ChromaDoubt(const Plane& samples) {
-    double spread[3] = {};
-    double mean[3] = {};
+struct Spread {
+    double mean[3];
+    double variance[3];
+};
+
+/// Of the three samples of a pixel.
+Spread SpreadOfThree(const Plane& samples) {
+    Spread spread = {};
     for (size_t i = 0; i < 3; ++i) {
         double sum = 0;
         double squares = 0;
@@ -141,12 +145,37 @@ double ChromaDoubt(const Plane& samples) {
             }
         }
         const auto samplesOfKind = static_cast<double>(std::max<size_t>(count, 1));
-        mean[i] = sum / samplesOfKind;
-        spread[i] = squares / samplesOfKind - mean[i] * mean[i];
+        spread.mean[i] = sum / samplesOfKind;
+        spread.variance[i] = squares / samplesOfKind - spread.mean[i] * spread.mean[i];
     }
-    const bool chroma = std::abs(mean[0] - 128) < 40 && std::abs(mean[2] - 128) < 40 && spread[0] < 0.7 * spread[1] &&
-                        spread[2] < 0.7 * spread[1];
+    return spread;
+}
+
+/// 0 for U Y V; more if bytes 0 and 2 of the pixels do not lie around 128 or vary more than byte 1, as chroma does not.
+double ChromaDoubt(const Plane& samples) {
+    const auto [mean, variance] = SpreadOfThree(samples);
+    const bool chroma = std::abs(mean[0] - 128) < 40 && std::abs(mean[2] - 128) < 40 &&
+                        variance[0] < 0.7 * variance[1] && variance[2] < 0.7 * variance[1];
     return chroma ? -0.05 : 0.1;
+}
+
+/// Whether one of three colours looks like chroma beside two samples of luma: it lies around 128 and varies less than
+/// these, which have the same mean and variance.
+bool HasChromaColour(const Plane& samples) {
+    constexpr double kFarOff = 56;
+    constexpr double kLittle = 0.6;
+    constexpr double kSame = 0.02;
+    const Spread spread = SpreadOfThree(samples);
+    for (size_t i = 0; i < 3; ++i) {
+        const size_t j = (i + 1) % 3;
+        const size_t k = (i + 2) % 3;
+        if (std::abs(spread.mean[i] - 128) < kFarOff && spread.variance[i] < kLittle * spread.variance[j] &&
+            std::abs(spread.mean[j] - spread.mean[k]) < kSame * spread.mean[j] &&
+            std::abs(spread.variance[j] - spread.variance[k]) < kSame * spread.variance[j]) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// 0 for chroma; more if the samples at the places of chroma do not lie around 128, as halves of words do not.
@@ -199,7 +228,8 @@ std::vector<Name> NamesOf(std::span<const uint8_t> bytes, const Hypothesis& hypo
             return BayerNames(samples, whole, hypothesis);
         case Sites::kColour: {
             std::vector<Name> names;
-            const bool isChroma = hypothesis.packing == Packing::kBytes && ChromaDoubt(samples) < 0;
+            const bool isChroma =
+                hypothesis.packing == Packing::kBytes && (ChromaDoubt(samples) < 0 || HasChromaColour(samples));
             for (const Name& depth : Depths(whole, hypothesis)) {
                 if (depth.shift == 0 && depth.format != "14" && depth.format != "16") {
                     const double doubt = depth.doubt + (isChroma ? kChromaInside : 0);

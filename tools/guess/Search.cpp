@@ -199,23 +199,6 @@ std::vector<size_t> ClimbedLengths(std::span<const uint8_t> bytes, uint64_t file
     return better;
 }
 
-/// Whether rows a few bytes longer or shorter agree better several rows further on: then the picture leans.
-bool Leans(std::span<const uint8_t> bytes, size_t length) {
-    constexpr size_t kRowsOn = 8;
-    constexpr double kBetter = 0.985;
-    if ((length + 3) * kRowsOn * 2 > bytes.size()) {
-        return false;
-    }
-    const double upright = MeanDifference(bytes, kRowsOn * length);
-    for (const size_t more : {size_t{1}, size_t{2}, size_t{3}}) {
-        if (MeanDifference(bytes, kRowsOn * (length + more)) < kBetter * upright ||
-            MeanDifference(bytes, kRowsOn * (length - more)) < kBetter * upright) {
-            return true;
-        }
-    }
-    return false;
-}
-
 }  // namespace
 
 std::vector<Hypothesis> BestHypotheses(std::span<const uint8_t> bytes, uint64_t fileBytes) {
@@ -238,14 +221,8 @@ std::vector<Hypothesis> BestHypotheses(std::span<const uint8_t> bytes, uint64_t 
         return Score(hypothesis.bitsPerByte, hypothesis.doubt) > most ||
                looks[{hypothesis.packing, hypothesis.sites}]++ >= kSecondLooks;
     });
-    std::map<size_t, bool> leans;
     for (Hypothesis& hypothesis : all) {
         hypothesis.bitsPerByte = BitsPerByte(bytes, hypothesis, kSecondLook);
-        const auto [known, isNew] = leans.try_emplace(hypothesis.rowBytes, false);
-        if (isNew) {
-            known->second = Leans(bytes, hypothesis.rowBytes);
-        }
-        hypothesis.leans = known->second;
     }
     std::stable_sort(all.begin(), all.end(), Cheaper);
     return all;
