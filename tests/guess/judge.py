@@ -4,7 +4,8 @@
 
 A file is provably ambiguous if the guesser's first answer codes all its bytes in no more bits than the true layout
 does: then nothing in the bytes speaks for the truth. An answer that reads every word of every row as the truth does, and
-differs in its name alone (the depth of words), is one of these, for its code is the same.
+differs in its name alone (the depth of words), is one of these, for its code is the same. The code knows no colours, so
+it never excuses an answer that takes the other diagonal of the same mosaic for green.
 
 Nothing is shared with the guesser. The code can be decoded from the bits that are counted, so no layout gains by
 leaving bytes out:
@@ -332,13 +333,22 @@ class Verdict:
     def text(self):
         """The proof."""
         word = "provably ambiguous" if self.ambiguous else "not ambiguous"
-        return f"{word}: the first answer codes the file in {self.other_bits / 8:.0f} bytes, " \
-               f"the true layout in {self.true_bits / 8:.0f}"
+        if math.isinf(self.other_bits):
+            return f"{word}: the first answer takes the other sites for green, or does not fit the file"
+        return f"{word}: the first answer codes the file in {self.other_bits / 8:.1f} bytes, " \
+               f"the true layout in {self.true_bits / 8:.1f}"
+
+
+def _differ_in_green(one, other):
+    """Whether both read the same mosaic, with green on different diagonals."""
+    mosaics = one.format.startswith("Bayer") and other.format.startswith("Bayer")
+    return mosaics and (one.format[5] == "G") != (other.format[5] == "G") and dataclasses.replace(other, format=one.format) == one
 
 
 def judge(contents, truth, answer):
     """The verdict on a file whose true layout is not the guesser's first answer."""
-    true_bits, other_bits = bits_of(contents, truth), bits_of(contents, answer)
+    true_bits = bits_of(contents, truth)
     if true_bits is None:
         raise ValueError("the file is shorter than its true layout")
+    other_bits = None if _differ_in_green(truth, answer) else bits_of(contents, answer)
     return Verdict(true_bits, math.inf if other_bits is None else other_bits)

@@ -60,6 +60,11 @@ def test_padding_that_repeats_the_row_is_no_excuse():
     assert not verdict.ambiguous, verdict.text()
 
 
+def test_the_wrong_diagonal_of_green_is_no_excuse():
+    case = cases.drawn("BayerRG8", 96, 64, 38)
+    assert not judge.judge(case.contents, judge.Layout.of(case), layout_of(case, format="BayerGR8")).ambiguous
+
+
 def test_an_answer_that_the_file_is_too_short_for_is_no_excuse():
     case = cases.drawn("Mono8", 64, 48, 35)
     assert not judge.judge(case.contents, judge.Layout.of(case), layout_of(case, height=49)).ambiguous

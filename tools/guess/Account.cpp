@@ -28,13 +28,19 @@ size_t ContextOf(int32_t steps) {
     return std::min<size_t>(std::bit_width(static_cast<uint32_t>(steps)), 19);
 }
 
-/// Bits that a header takes: zeros that fill it are cheap; any other byte like the one before takes `again`.
+/// Bits that a header takes: zeros that fill it are cheap, the more of them the cheaper; any other byte like the one
+/// before takes `again`.
 double BytesBits(std::span<const uint8_t> bytes, double again) {
     constexpr double kFill = 0.05;
     constexpr double kOther = 8.5;
+    constexpr size_t kLongRun = 64;
+    constexpr double kLongFill = 0.001;
     double bits = 0;
+    size_t zeros = 0;
     for (size_t i = 0; i < bytes.size(); ++i) {
-        bits += i > 0 && bytes[i] == bytes[i - 1] ? (bytes[i] == 0 ? kFill : again) : kOther;
+        zeros = bytes[i] == 0 ? zeros + 1 : 0;
+        const double fill = zeros > kLongRun ? kLongFill : kFill;
+        bits += i > 0 && bytes[i] == bytes[i - 1] ? (bytes[i] == 0 ? fill : again) : kOther;
     }
     return bits;
 }

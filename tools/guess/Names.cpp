@@ -178,21 +178,33 @@ bool HasChromaColour(const Plane& samples) {
     return false;
 }
 
-/// 0 for chroma; more if the samples at the places of chroma do not lie around 128, as halves of words do not.
+/// 0 for chroma; more if the samples at the places of chroma do not lie around 128, as halves of words do not, or vary
+/// far more than those of luma, as low bytes of words do.
 double GroupChromaDoubt(const Plane& samples, size_t firstPlace, size_t secondPlace, size_t period) {
     constexpr double kFarOff = 56;
+    constexpr double kFarMore = 8;
     constexpr double kDoubt = 0.2;
-    double sums[2] = {};
-    size_t count = 0;
+    double sums[3] = {};
+    double squares[3] = {};
+    double counts[3] = {};
     for (size_t r = 0; r < samples.Rows(); ++r) {
         for (size_t c = 0; c + period <= samples.Columns(); c += period) {
-            sums[0] += samples.Row(r)[c + firstPlace];
-            sums[1] += samples.Row(r)[c + secondPlace];
-            ++count;
+            for (size_t i = 0; i < period; ++i) {
+                const size_t kind = i == firstPlace ? 0 : i == secondPlace ? 1 : 2;
+                const double sample = samples.Row(r)[c + i];
+                sums[kind] += sample;
+                squares[kind] += sample * sample;
+                ++counts[kind];
+            }
         }
     }
-    const auto groups = static_cast<double>(std::max<size_t>(count, 1));
-    const bool chroma = std::abs(sums[0] / groups - 128) < kFarOff && std::abs(sums[1] / groups - 128) < kFarOff;
+    double variances[3] = {};
+    for (size_t kind = 0; kind < 3; ++kind) {
+        sums[kind] /= std::max(counts[kind], 1.0);
+        variances[kind] = squares[kind] / std::max(counts[kind], 1.0) - sums[kind] * sums[kind];
+    }
+    const bool chroma = std::abs(sums[0] - 128) < kFarOff && std::abs(sums[1] - 128) < kFarOff &&
+                        std::min(variances[0], variances[1]) <= kFarMore * variances[2];
     return chroma ? 0 : kDoubt;
 }
 

@@ -176,22 +176,34 @@ double AgreesBetter(const Plane& samples, size_t lag, ptrdiff_t perRow) {
 }
 
 /// Penalty for rows that are a pixel or two longer or shorter than those of the picture: then its edges wander from row
-/// to row, and rows some way on agree better aside. Fits that predict samples from all around do not see it.
+/// to row, and rows some way on agree better aside. Fits that predict samples from all around do not see it. A line
+/// across an upright picture may stand out more than its edges do, but rows on both sides of it agree.
 double LeaningDoubt(const Plane& samples, size_t lag) {
     constexpr double kOutstanding = 1.5;
     constexpr double kClearly = 1.25;
+    constexpr double kVeryClearly = 2.5;
+    constexpr double kLikely = 3;
     constexpr double kSure = 5;
     const double upright = EdgeContrast(samples, lag, 0);
     double most = 0;
-    bool better = false;
+    double agreesThere = 0;
+    double agrees = 0;
     for (const ptrdiff_t step : LeaningSteps(lag)) {
-        most = std::max(most, EdgeContrast(samples, lag, step));
-        better |= 8 * step % static_cast<ptrdiff_t>(lag) == 0 && AgreesBetter(samples, lag, step) > kSure;
+        const double contrast = EdgeContrast(samples, lag, step);
+        const double better = 8 * step % static_cast<ptrdiff_t>(lag) == 0 ? AgreesBetter(samples, lag, step) : 0;
+        agrees = std::max(agrees, better);
+        if (contrast > most) {
+            most = contrast;
+            agreesThere = better;
+        }
     }
-    if (std::max(upright, most) > kOutstanding && std::max(upright, most) > kClearly * std::min(upright, most)) {
-        return most > upright ? kWanderingEdge : 0;
+    if (upright > kOutstanding && upright > kClearly * most) {
+        return 0;
     }
-    return better ? kLeaning : 0;
+    if (most > kOutstanding && most > kClearly * upright && (most > kVeryClearly * upright || agreesThere > kLikely)) {
+        return kWanderingEdge;
+    }
+    return agrees > kSure ? kLeaning : 0;
 }
 
 /// By the means of small blocks: whether rows, columns or diagonals of the cells of a mosaic are brighter than the
