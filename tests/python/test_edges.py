@@ -4,13 +4,16 @@
 from __future__ import annotations
 
 import errno
+import os
 import struct
+import threading
 from pathlib import Path
 
 import numpy as np
 import pytest
 
 import vexacamutl as vcu
+from vexacamutl import _files
 from vexacamutl._elf import Identity, _padded, identity
 
 LOAD, DYNAMIC, NOTE = 1, 2, 4
@@ -132,3 +135,39 @@ def test_a_frame_that_shrinks_while_its_settings_are_read(setting):
 def test_numbers_beyond_every_float(setting):
     with pytest.raises(ValueError, match="must be 0"):
         vcu.to_bgr(bytes(4), "Mono8", width=2, height=2, **setting)
+
+
+def test_a_file_that_shrinks_while_it_is_loaded(tmp_path, monkeypatch):
+    """The library does not say that a file ended early."""
+    path = tmp_path / "a.rwh"
+    vcu.save_rwh(np.ones((64, 64), np.uint8), "Mono8", path)
+    call = _files._load
+
+    def shrink_first(name, frame):
+        if frame is not None:
+            os.truncate(name, 100)
+        return call(name, frame)
+
+    monkeypatch.setattr(_files, "_load", shrink_first)
+    with pytest.raises(ValueError, match="100 bytes, but its header says 4112"):
+        vcu.load_rwh(path)
+
+
+def test_white_balance_of_samples_in_high_bits():
+    low = np.tile(np.array([[50, 100], [100, 25]], np.uint16), (8, 8))
+    gains = vcu.estimate_white_balance(low, "BayerRG12", black_level=20)
+    assert vcu.estimate_white_balance(low << 4, "BayerRG12", shift=4, black_level=20) == gains
+    assert vcu.estimate_white_balance(low << 4, "BayerRG12", black_level=20) != gains
+
+
+def test_calls_of_one_converter_follow_each_other():
+    """A call waits for the one before; gains of "auto" belong to their own buffer."""
+    convert = vcu.Converter("BayerRG8", 8, 8, white_balance="auto")
+    pictures = []
+    thread = threading.Thread(target=lambda: pictures.append(convert(bytes(64))))
+    with convert._lock:
+        thread.start()
+        thread.join(0.3)
+        assert pictures == []
+    thread.join()
+    assert len(pictures) == 1
