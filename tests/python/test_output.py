@@ -392,9 +392,10 @@ def test_frames_of_4_gib_are_refused(tmp_path):
         vcu.save_rwh(memory.reshape(1 << 16, 1 << 16)[:, :].view("<u2"), "Mono16", tmp_path / "a")
     with pytest.raises(ValueError, match="rows of less than 512 MiB"):
         vcu.save_rwh(memory[: 1 << 29], "Mono8", tmp_path / "a", width=1 << 29, height=1)
-    with pytest.raises(ValueError, match="ConvBGR8PToBGR copies less than 4 GiB"):
-        third = (1 << 32) // 3 + 1
-        vcu.to_bgr(anonymous(third * 3), "BGR8", width=third, height=1)
+    third = (1 << 32) // 3 + 1
+    for width, height in ((third, 1), (1, third)):
+        with pytest.raises(ValueError, match="ConvBGR8PToBGR copies less than 4 GiB"):
+            vcu.to_bgr(anonymous(third * 3), "BGR8", width=width, height=height)
     assert not os.listdir(tmp_path)
 
 
