@@ -12,7 +12,8 @@
  *     VEXA_END_AT=CALL:N:SIG  the Nth call of open, write, name (link, rename) or fsync sends signal SIG to the
  *                             process; after it no thread writes any more, so that the process cannot end by itself
  *     VEXA_FAIL=CALL:N:ERROR  the Nth call of CALL since main() began (-1: every one) fails with this error number;
- *                             the file that VEXA_CALLS names then holds how many there were
+ *                             the file that VEXA_CALLS names then holds how many there were; CALL root is the
+ *                             opening of the folder "/"
  */
 #include <dirent.h>
 #include <dlfcn.h>
@@ -118,6 +119,9 @@ static int before_open(const char* path, int flags) {
     }
     if (strcmp(path, "/") == 0) {
         atomic_store(&began, 1);
+        if (fails("root")) {
+            return errno;
+        }
     } else if (fails("open")) {
         return errno;
     }

@@ -327,6 +327,32 @@ def test_standard_output_without_a_status(tool, interposer):
         assert (done.returncode, done.stdout) in ((0, wanted), (3, b""), (4, b""))
 
 
+def test_a_file_that_changes_after_its_frames_were_counted(tool):
+    """A pipe of 4 KiB that nobody reads holds the tool far before the last file."""
+    for n in range(200):
+        tool.write(f"in/{n:03}.raw", FRAME)
+    last = tool.write("in/last.raw", FRAME)
+    reader, writer = os.pipe()
+    fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 4096)
+    process = tool.start("convert", *SHAPE, "--check-range", "-j", 1, "-t", "ppm", "-o", "out", "in", stderr=writer)
+    os.close(writer)
+    with open(reader, "rb", buffering=0) as said:
+        assert said.readline().startswith(b"vexacamutl: in/000.raw: ")
+        last.write_bytes(FRAME * 2)
+        lines = said.read().splitlines()
+    assert process.wait(timeout=60) == 1
+    assert sum(len(line) for line in lines[:-10]) > 4096
+    assert b"vexacamutl: in/last.raw changed after its frames were counted" in lines
+    assert len(tool.names("out/*")) == 200
+
+
+def test_no_descriptor_to_hold_the_standard_streams(tool, interposer):
+    """Those that are open serve as they are."""
+    tool.write("in.raw", FRAME)
+    wanted = tool.good("convert", *SHAPE, "in.raw", "-")
+    assert tool.good("convert", *SHAPE, "in.raw", "-", env=interposer(VEXA_FAIL=f"root:1:{errno.EMFILE}")) == wanted
+
+
 def test_no_memory_for_a_converter(tool, interposer):
     tool.write("in.raw", FRAME)
     environment = interposer(VEXA_FAIL=f"aligned_alloc:-1:{errno.ENOMEM}")
