@@ -86,6 +86,8 @@ def test_statuses_become_exceptions(monkeypatch):
         _library.check_status("f", 13)
     with pytest.raises(FileNotFoundError):
         _files._call("LoadRWH", "/nowhere", b"/nowhere/file", None, None, None, None, None)
+    with pytest.raises(vcu.StatusError, match="SaveRWH: invalid parameter"):
+        _files._call("SaveRWH", "nothing", None, 0, 0, 0, None)
     unsupported = vcu.UnsupportedFormatError
     for status, error in ((2, unsupported), (7, unsupported), (8, MemoryError), (4, ValueError)):
         monkeypatch.setattr(_frames, "library", lambda status=status: SimpleNamespace(f=lambda *arguments: status))

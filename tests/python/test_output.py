@@ -214,15 +214,20 @@ def test_owner_of_a_replaced_file(save, tmp_path):
 
 
 def test_owner_that_cannot_be_kept(save, kind, tmp_path, monkeypatch):
+    """The group is asked for alone, without a word on the owner."""
     path = tmp_path / "a"
     path.write_bytes(b"")
+    asked = []
 
-    def refuse(*arguments):
+    def refuse(_, user, group):
+        asked.append((user, group))
         raise PermissionError
 
     monkeypatch.setattr(os, "fchown", refuse)
+    older = path.stat()
     save(path)
     assert len(path.read_bytes()) == SIZES[kind]
+    assert asked == [(older.st_uid, older.st_gid), (-1, older.st_gid)]
 
 
 def test_links_stay_links(save, kind, tmp_path):
