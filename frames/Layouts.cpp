@@ -29,7 +29,7 @@ VcfStatus CheckSize(const VcfLayout& layout, const VcfFormat& format, const Text
         return text.Say(VCF_BAD_LAYOUT, "a shift of %u needs samples in 16-bit words, which %s does not have",
                         layout.shift, format.name);
     }
-    if (layout.shift > 16 - format.depth && IsWords(format)) {
+    if (layout.shift > 16 - format.depth) {
         return text.Say(VCF_BAD_LAYOUT, "a shift of %u moves samples of %u bits out of 16-bit words", layout.shift,
                         format.depth);
     }

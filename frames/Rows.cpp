@@ -105,7 +105,7 @@ struct YuvPixel {
     uint8_t v;
 };
 
-/// A pixel of a group.
+/// A pixel of a group of several.
 YuvPixel PixelOf(PixelFormat format, const uint8_t* group, uint32_t member) {
     switch (format) {
         case PIXEL_FORMAT_YUV411_8_UYYVYY: {
@@ -114,10 +114,8 @@ YuvPixel PixelOf(PixelFormat format, const uint8_t* group, uint32_t member) {
         }
         case PIXEL_FORMAT_YUV422_8_UYVY:
             return {group[0], group[1 + 2 * member], group[2]};
-        case PIXEL_FORMAT_YUV422_8:
+        default:  // PIXEL_FORMAT_YUV422_8; the groups of YUV8_UYV are pixels
             return {group[1], group[size_t{2} * member], group[3]};
-        default:
-            return {group[0], group[1], group[2]};
     }
 }
 

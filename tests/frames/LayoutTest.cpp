@@ -79,6 +79,7 @@ TEST(Formats, EveryNameAliasAndCodeIsFoundAndNoneIsAmbiguous) {
 TEST(Formats, CaseAndSignsDoNotMatter) {
     EXPECT_EQ(VcfFormatNamed("bayer_rg12-P"), PIXEL_FORMAT_BAYER_RG12P);
     EXPECT_EQ(VcfFormatNamed("BAYER.RG.12.PACKED"), PIXEL_FORMAT_BAYER_RG12_PACKED);
+    EXPECT_EQ(VcfFormatNamed("{Bayer~RG8}"), PIXEL_FORMAT_BAYER_RG8);
     EXPECT_EQ(VcfFormatNamed("0x1080009"), PIXEL_FORMAT_BAYER_RG8);
     EXPECT_EQ(VcfFormatNamed("0X010c0047"), PIXEL_FORMAT_MONO12P);
     EXPECT_EQ(VcfFormatNamed("0x010C0047"), PIXEL_FORMAT_MONO12P);
@@ -227,8 +228,12 @@ TEST(Layouts, MistakesAreNamed) {
 
 TEST(Layouts, TextsAreCutToTheirRoom) {
     const VcfLayout layout = LayoutOf(PIXEL_FORMAT_MONO8, 0, 4);
+    const VcfLayout good = LayoutOf(PIXEL_FORMAT_MONO8, 4, 4);
     char text[8];
     std::memset(text, 'x', sizeof text);
+    EXPECT_EQ(VcfCheckLayout(&layout, text, 0), VCF_BAD_LAYOUT);
+    EXPECT_EQ(VcfCheckLayout(&good, text, 0), VCF_OK);
+    EXPECT_EQ(text[0], 'x');
     EXPECT_EQ(VcfCheckLayout(&layout, text, 4), VCF_BAD_LAYOUT);
     EXPECT_EQ(text[3], '\0');
     EXPECT_EQ(text[4], 'x');
