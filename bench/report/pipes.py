@@ -99,8 +99,10 @@ def main() -> None:
         return
     samples = {operation: line for loop in inner_loops(disassemble(arguments.library)).values() for line in loop
                if (operation := operation_of(line))}
-    bodies = [[sample, *probe] for _, sample in sorted(samples.items())
-              for probe in ([], *([text.format(w=operation_of(sample).split()[1][0] + "mm")] for text in PROBES))]
+    bodies: list[list[str]] = []
+    for _, sample in sorted(samples.items()):
+        width = operation_of(sample).split()[1][0] + "mm"
+        bodies += [[sample], *[[sample, probe.format(w=width)] for probe in PROBES]]
     times = iter(cycles(bodies))
     rows = []
     for operation in sorted(samples):
