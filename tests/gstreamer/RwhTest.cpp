@@ -240,6 +240,20 @@ TEST(RwhDecoder, RowsArePaddedAsGStreamerPadsThem) {
     gst_buffer_unref(padded);
 }
 
+TEST(RwhEncoder, FilesHaveTheTimesOfTheirFrames) {
+    const InputCase& input = kInputs[0];
+    Harness harness("vexarwhenc");
+    harness.SetInput(SizedCaps(input, kWidth, kHeight));
+    GstBuffer* const frame = BufferOf(FrameOf(input.code));
+    GST_BUFFER_PTS(frame) = 3 * GST_SECOND;
+    GST_BUFFER_DURATION(frame) = 40 * GST_MSECOND;
+    ASSERT_EQ(harness.Push(frame), GST_FLOW_OK) << harness.Error();
+    GstBuffer* const file = gst_harness_pull(harness.Get());
+    EXPECT_EQ(GST_BUFFER_PTS(file), 3 * GST_SECOND);
+    EXPECT_EQ(GST_BUFFER_DURATION(file), 40 * GST_MSECOND);
+    gst_buffer_unref(file);
+}
+
 TEST(RwhDecoder, FramesFollowTheFrameRate) {
     const Bytes file = FileOf(PIXEL_FORMAT_MONO8, 4, 2, Bytes(8));
     Harness harness("vexarwhdec framerate=10/1");
