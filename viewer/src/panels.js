@@ -91,12 +91,11 @@ export class Panels {
         input.addEventListener('input', () => {
             const { valid } = input.validity;
             input.setAttribute('aria-invalid', String(!valid));
+            input.problem = valid ? '' : `${problem}.`;
             if (valid) {
                 take(input.value);
-                this.showLevelsNote();
-            } else {
-                this.say('levels-note', `${problem}.`, 'note bad');
             }
+            this.showLevelsNote();
         });
     }
 
@@ -326,7 +325,10 @@ export class Panels {
 
     showLevelsNote() {
         const { settings, format } = this.viewer;
-        if (!format) {
+        const wrong = document.querySelector('#levels input[aria-invalid="true"]');
+        if (wrong) {
+            this.say('levels-note', wrong.problem, 'note bad');
+        } else if (!format) {
             this.say('levels-note', '', 'note');
         } else if (format.kind === 'yuv') {
             this.say('levels-note', 'YUV is finished colour: it has no raw levels.', 'note');
