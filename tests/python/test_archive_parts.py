@@ -305,3 +305,21 @@ def test_signals_in_this_process(tmp_path, found, monkeypatch, capsys, number, s
     words = ["convert", str(tmp_path / "s.raw"), str(tmp_path / "out"), "-f", "BayerRG8", "-s", f"{W}x{H}"]
     assert _command.main(words) == status and signal.getsignal(signal.SIGTERM) == before
     assert capsys.readouterr().err == f"vexacamutl.archive: {word}; the same command goes on where this one was\n"
+
+
+def test_lines_of_the_manifest_are_on_the_disk(tmp_path, monkeypatch):
+    """What was added counts as done only once the system has been told to write it."""
+    synced = []
+    sync = os.fsync
+
+    def note(descriptor):
+        synced.append(os.fstat(descriptor).st_size)
+        sync(descriptor)
+
+    monkeypatch.setattr(os, "fsync", note)
+    out = str(tmp_path / "out")
+    with _manifest.Manifest(out) as manifest:
+        manifest.begin({"to": "png"}, anew=True)
+        for done in range(3):
+            manifest.add([{"end": {"done": done}}])
+            assert os.path.getsize(_manifest.manifest_path(out)) == synced[-1]
