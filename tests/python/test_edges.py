@@ -15,6 +15,7 @@ import pytest
 import vexacamutl as vcu
 from vexacamutl import _files
 from vexacamutl._elf import Identity, _padded, identity
+from vexacamutl.archive import _times
 
 LOAD, DYNAMIC, NOTE = 1, 2, 4
 NAME = b"libmade.so.7"
@@ -171,3 +172,17 @@ def test_calls_of_one_converter_follow_each_other():
         assert pictures == []
     thread.join()
     assert len(pictures) == 1
+
+
+@pytest.mark.filterwarnings("error")
+def test_flags_of_numpy():
+    """NumPy warns when its bools are taken for integers."""
+    frame = np.arange(12, dtype=np.uint8).reshape(3, 4)
+    np.testing.assert_array_equal(vcu.reverse(frame, "Mono8", mirror=np.bool_(True)), frame[:, ::-1])
+    np.testing.assert_array_equal(vcu.reverse(frame, "Mono8", mirror=np.bool_(False)), frame)
+
+
+@pytest.mark.filterwarnings("error")
+def test_a_time_in_utc():
+    """NumPy warns of zones, which it does not keep."""
+    assert _times._time("2026-01-02T03:04:05Z", "a") == np.datetime64("2026-01-02T03:04:05", "ns")
