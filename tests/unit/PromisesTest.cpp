@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -29,6 +30,7 @@
 namespace {
 
 std::atomic<uint64_t> s_allocations = 0;
+std::atomic<size_t> s_largestArray = 0;
 
 }  // namespace
 
@@ -46,7 +48,13 @@ VEXA_COUNTED(void*, realloc, (void* block, size_t size), (block, size))
 VEXA_COUNTED(void*, aligned_alloc, (size_t alignment, size_t size), (alignment, size))
 VEXA_COUNTED(int, posix_memalign, (void** block, size_t alignment, size_t size), (block, alignment, size))
 VEXA_COUNTED(void*, _Znwm, (size_t size), (size))
-VEXA_COUNTED(void*, _Znam, (size_t size), (size))
+extern "C" void* __real__Znam(size_t size);
+extern "C" void* __wrap__Znam(size_t size);
+extern "C" void* __wrap__Znam(size_t size) {
+    ++s_allocations;
+    s_largestArray = std::max<size_t>(s_largestArray, size);
+    return __real__Znam(size);
+}
 // NOLINTEND
 
 namespace {
@@ -71,9 +79,11 @@ TEST(Promises, ConvertersQueriesAndReversalAllocateNothing) {
         GetBGRConverter(format, 1);
     }
     EXPECT_EQ(s_allocations, before);
-    // The count works: this one allocates.
+    // The count works: this one allocates, a block of 64 KiB.
+    s_largestArray = 0;
     SaveBmpMono(source.data(), 4, 4, "/dev/null");
     EXPECT_GT(s_allocations, before);
+    EXPECT_EQ(s_largestArray, size_t{64} << 10);
 }
 
 // ---- rows beyond 4 GiB ----
