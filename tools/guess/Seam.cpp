@@ -244,6 +244,17 @@ bool HasSitesOfTwoKinds(const Plane& samples) {
     return false;
 }
 
+/// Whether bytes repeat themselves after a few: then they are a flat border, whose ends resemble each other anyway.
+bool IsFlat(const uint8_t* bytes, size_t count) {
+    constexpr size_t kLongestPeriod = 12;  // two pixels of three words
+    for (size_t period = 1; period <= std::min(count / 2, kLongestPeriod); ++period) {
+        if (std::equal(bytes + period, bytes + count, bytes)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 size_t BytesOfSamples(const Hypothesis& hypothesis, size_t samples) {
@@ -251,6 +262,7 @@ size_t BytesOfSamples(const Hypothesis& hypothesis, size_t samples) {
 }
 
 size_t RepeatedFrom(std::span<const uint8_t> bytes, size_t rowBytes, size_t phase) {
+    constexpr size_t kShortest = 8;  // two pixels of a mosaic of words: less of a flat border does not show a period
     constexpr size_t kRows = 32;
     constexpr size_t kFewest = 24;  // bytes that differ from row to row, and are repeated all the same
     const size_t rows = (bytes.size() - std::min(bytes.size(), phase)) / rowBytes;
@@ -258,13 +270,16 @@ size_t RepeatedFrom(std::span<const uint8_t> bytes, size_t rowBytes, size_t phas
         return 0;
     }
     const size_t step = rows / kRows;
-    for (size_t from = rowBytes / 2; from < rowBytes; ++from) {
+    for (size_t from = rowBytes / 2; from + kShortest <= rowBytes; ++from) {
         size_t telling = 0;
         bool same = true;
         for (size_t i = kRows; i-- > 1 && same;) {  // from the end: a header may come first
             const uint8_t* const row = bytes.data() + phase + i * step * rowBytes;
             same = std::equal(row + from, row + rowBytes, row);
-            for (size_t at = 0; at < rowBytes - from && same && telling < kFewest; ++at) {
+            if (!same || IsFlat(row, rowBytes - from)) {
+                continue;
+            }
+            for (size_t at = 0; at < rowBytes - from && telling < kFewest; ++at) {
                 telling += row[at] != (row - rowBytes)[at] && (at == 0 || row[at] != row[at - 1]) ? 1 : 0;
             }
         }
