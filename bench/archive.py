@@ -118,11 +118,6 @@ def recording(folder, frames):
     (folder / "all.raw").unlink()
 
 
-def touch_memory(size):
-    """Memory that a hypervisor has taken back comes again page by page, more slowly than a picture is written."""
-    np.empty(size, np.uint8)[::4096] = 1
-
-
 def speed_of(to, folder, cluster, rounds):
     """The same files by the tool and by archives, in turns."""
     recorded = folder / "recorded"
@@ -137,7 +132,6 @@ def speed_of(to, folder, cluster, rounds):
     for round_ in range(rounds + 1):
         for name, way in ways.items():
             out = folder / "out"
-            touch_memory(len(found) * FRAME_BYTES * 4)
             seconds = timed(lambda: way(out))
             if round_ > 0:  # the first one warms up
                 times[name].append(seconds)
