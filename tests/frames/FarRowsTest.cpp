@@ -72,13 +72,18 @@ class FarRows : public testing::Test {
 constexpr PixelFormat kFormats[] = {PIXEL_FORMAT_MONO8,       PIXEL_FORMAT_MONO12P, PIXEL_FORMAT_BAYER_RG8,
                                     PIXEL_FORMAT_BAYER_GR12P, PIXEL_FORMAT_RGB10,   PIXEL_FORMAT_YUV422_8_UYVY};
 
+std::vector<uint8_t> SomeBytes(size_t count, Reference::Random& random) {
+    std::vector<uint8_t> bytes(count);
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<uint8_t>(random.Below(256)); });
+    return bytes;
+}
+
 TEST_F(FarRows, OfAStride) {
     Reference::Random random(1);
     for (const PixelFormat format : kFormats) {
         const VcfLayout tight = LayoutOf(format, kWidth, kHeight);
         const size_t rowBytes = VcfRowBytes(&tight);
-        std::vector<uint8_t> frame(rowBytes * kHeight);
-        std::generate(frame.begin(), frame.end(), [&] { return static_cast<uint8_t>(random.Below(256)); });
+        const std::vector<uint8_t> frame = SomeBytes(rowBytes * kHeight, random);
         VcfLayout far = tight;
         far.stride = kApart;
         for (size_t row = 0; row < kHeight; ++row) {
@@ -106,8 +111,7 @@ TEST_F(FarRows, OfAWideRun) {
     for (const PixelFormat format : kFormats) {
         const VcfLayout tight = LayoutOf(format, kWidth, kHeight);
         const size_t rowBytes = VcfRowBytes(&tight);
-        std::vector<uint8_t> frame(rowBytes * kHeight);
-        std::generate(frame.begin(), frame.end(), [&] { return static_cast<uint8_t>(random.Below(256)); });
+        const std::vector<uint8_t> frame = SomeBytes(rowBytes * kHeight, random);
         VcfLayout far = tight;
         far.row_width = kApart;
         const VcfLayout wide = LayoutOf(format, kApart, 1);
